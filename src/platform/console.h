@@ -101,12 +101,13 @@ bool progressPrint(const char* label, const char* extra);
 [[noreturn]] void fatalMemory();
 // "FATAL ERROR: Assertion Failure" layout; ends by a deliberate null read.
 [[noreturn]] void assertionFailure(const char* place, const char* detail1, const char* detail2);
-// "FATAL ERROR: Limit Exceeded", "Architectural Limit Exceeded: " algorithm.
-[[noreturn]] void limitExceeded(const char* algorithm);
-// "Invalid Function Parameters: " operation, then as an assertion.
-[[noreturn]] void invalidParameters(const char* operation);
-// "Critical Algorithmic Failure: " detail, then as an assertion.
-[[noreturn]] void algorithmicFailure(const char* detail);
+// "FATAL ERROR: Limit Exceeded", "Architectural Limit Exceeded: " algorithm,
+// the detail (may be empty), then the closing text and end of an assertion.
+[[noreturn]] void limitExceeded(const char* algorithm, const char* detail);
+// The assertion layout with "Invalid Function Parameters: " operation.
+[[noreturn]] void invalidParameters(const char* operation, const char* detail);
+// The assertion layout with "Critical Algorithmic Failure: " detail1.
+[[noreturn]] void algorithmicFailure(const char* detail1, const char* detail2);
 
 // Direction of the failed operation, which picks "Read Fault"/"Write Fault".
 enum SystemErrorKind { SystemErrorOther = 0, SystemErrorRead = 1, SystemErrorWrite = 2 };
