@@ -62,15 +62,15 @@ struct ComputeSettings {
   uint32_t benchmarkFlag;      // set by benchmark runs
 };
 
-// Process-wide values set by the driver for code that has no record at hand.
-extern uint32_t globalThreadPower;
-extern PathList* globalSwapPaths;
+// The process-wide values that the driver sets from a record live with their
+// readers: globalThreadPower in platform/threads.h, globalSwapPaths in
+// memory/raidfile.h.
 
 // Defaults: Pi by Chudnovsky, 50,000,000 digits, Ram Only, text output,
-// threadPower the smallest k with 2^k >= processors (at most 8), names and
-// stems built. memoryNeeded and diskNeeded are left 0: the resource estimator
-// lives in the layer above, so the caller runs estimateResources
-// (shell/estimate.h) next. `heap` is unused (null at the menus).
+// threadPower the smallest k with 2^k >= processors (at most 8, from
+// defaultThreadPower), names and stems built. memoryNeeded and diskNeeded
+// are left 0: the resource estimator lives in the layer above, so the caller
+// runs estimateResources (shell/estimate.h) next. `heap` is unused.
 void initComputeSettings(Heap* heap, ComputeSettings* settings);
 
 // Frees the old names, stores `constantId`, sets algorithm 0, the names, the
@@ -106,6 +106,3 @@ void setHexDigits(ComputeSettings* settings, uint64_t hexDigits);
 // Euler series size: the least k >= 5 with
 // hexDigits <= trunc((8 * 2^k - 20) / (4 ln 2)). k = 5 serves 85 digits.
 uint32_t eulerSizePower(uint64_t hexDigits);
-
-// Processors this process may run on, and the threadPower that covers them.
-uint32_t defaultThreadPower(uint32_t processors);

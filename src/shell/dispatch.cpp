@@ -1,0 +1,36 @@
+// Dispatch of a run to the entry of its constant. Each entry takes the
+// record, picks its variant by algorithm and computeMode, writes the digit
+// files and returns its computation time; it is one call here.
+#include "shell/dispatch.h"
+
+#include "constants/compute_settings.h"
+
+double computeConstant(ComputeSettings* settings) {
+  switch (settings->constantId) {
+    case constantSqrtN:
+    case constantGoldenRatio:
+      // The two roots have one algorithm and an entry per mode: Ram Only and
+      // Basic Swap. Any other combination computes nothing.
+      if (settings->algorithm != 0) return 0.0;
+      if (settings->computeMode != computeModeRamOnly &&
+          settings->computeMode != computeModeBasicSwap) {
+        return 0.0;
+      }
+      return 0.0;  // entries of Sqrt(n) and the Golden Ratio are added here
+    case constantE:
+      return 0.0;  // entry of e is added here
+    case constantPi:
+      return 0.0;  // entry of Pi is added here
+    case constantLog2:
+    case constantLog10:
+      return 0.0;  // entries of Log(2) and Log(10) are added here
+    case constantZeta3:
+      return 0.0;  // entry of Zeta(3) is added here
+    case constantCatalan:
+      return 0.0;  // entry of Catalan's constant is added here
+    case constantEuler:
+      return 0.0;  // entry of the Euler-Mascheroni constant is added here
+    default:
+      return 0.0;  // 6, 7 and unknown ids: no constant, nothing computed
+  }
+}

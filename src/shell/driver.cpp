@@ -1,0 +1,113 @@
+// runComputation: header, arena, transform tables, dispatch, times, release.
+#include "shell/driver.h"
+
+#include <cstdlib>
+
+#include "constants/compute_settings.h"
+#include "memory/heap.h"
+#include "memory/raidfile.h"
+#include "platform/console.h"
+#include "platform/threads.h"
+#include "shell/dispatch.h"
+
+namespace {
+
+// Margin added to the estimate for the small blocks of a run.
+constexpr uint64_t arenaMargin = 1048576;
+
+// "Constant :", "Algorithm:" (with the Euler series size), digit counts,
+// threads and mode. Sets the process-wide thread power and swap paths.
+void printRunHeader(const ComputeSettings* settings) {
+  printWide("\n\nConstant :  ");
+  setColor(constantColor(settings->constantId));
+  printWide(settings->displayName != nullptr ? settings->displayName : "");
+  colorDefault();
+  printWide("\n");
+
+  printWide("Algorithm:  ");
+  colorYellow(true);
+  if (settings->algorithm < algorithmCount(settings)) {
+    printWide(settings->algorithmNames[settings->algorithm]);
+  }
+  if (settings->constantId == constantEuler) {
+    uint32_t k = settings->constantParameter;
+    if (settings->algorithm == 2) {
+      printNarrow("  ( n = 2^%u , 2^%u )", k, k + 1);
+    } else {
+      printNarrow("  ( n = 2^%u )", k + 1);
+    }
+  }
+  colorDefault();
+  printWide("\n\n");
+
+  printWide("Decimal Digits    :   ");
+  colorGreen(true);
+  printGrouped(settings->decimalDigits, 0);
+  colorDefault();
+  printWide("\nHexadecimal Digits:   ");
+  colorGreen(true);
+  printGrouped(settings->hexDigits, 0);
+  colorDefault();
+  printWide("\n\n");
+
+  printWide("Threads:  ");
+  colorCyan(true);
+  printNarrow("%llu", 1ull << settings->threadPower);
+  colorDefault();
+  globalThreadPower = settings->threadPower;
+  printWide("\n");
+
+  printWide("Mode   :  ");
+  colorCyan(true);
+  printWide(computeModeName(settings->computeMode));
+  colorDefault();
+  printWide("\n\n\n");
+  // SWAP PATHS: globalSwapPaths = settings->swapPaths; once memory/raidfile.cpp defines it.
+}
+
+}  // namespace
+
+double runComputation(void* context, ComputeSettings* settings) {
+  uint64_t start = timerStart();
+  printRunHeader(settings);
+
+  printWide("Allocating and Reserving Memory...      ");
+  settings->memoryNeeded += arenaMargin;
+  settings->heap = static_cast<Heap*>(malloc(sizeof(Heap)));
+  if (settings->heap == nullptr) fatalMemory();
+  heapInit(nullptr, settings->heap, settings->memoryNeeded);
+  colorYellow(true);
+  printBytes(settings->memoryNeeded);
+  colorDefault();
+  printWide("\n");
+
+  printWide("Constructing FFT lookup tables...       ");
+  // TRANSFORM TABLES: buildFftTables(settings->wordCount + 100) is called
+  // here, and its release comes first in the clean-up below.
+  printWide("\n\n\n");
+
+  printWide("Begin Computation:\n\n");
+  double computeSeconds = computeConstant(settings);
+
+  printWide("\n\n");
+  colorGreen(true);
+  printWide("Total Computation Time:                 ");
+  colorYellow(true);
+  printTime(computeSeconds);
+  colorDefault();
+  printWide("\n");
+  colorGreen(true);
+  printWide("Total Time (including writing digits):  ");
+  colorYellow(true);
+  printTime(timerSeconds(start));
+  colorDefault();
+  printWide("\n\n");
+
+  // TRANSFORM TABLES: their release goes here, before the arena's.
+  if (settings->heap != nullptr) {
+    heapDestroy(settings->heap);
+    free(settings->heap);
+    settings->heap = nullptr;
+  }
+  return computeSeconds;
+}

@@ -1,0 +1,42 @@
+// End-to-end support: runs a program in a given folder with scripted
+// standard input (a pipe, no terminal), a time limit, and collects its exit
+// status and both output streams. Plus small helpers for the files a run
+// leaves behind. Used by the tests in tests/e2e.
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct ProgramResult {
+  int exitStatus;      // exit code; -1 when the process died by a signal
+  int signal;          // the signal that ended it, 0 when it exited
+  bool timedOut;       // killed because the time limit passed
+  std::string out;     // everything written to standard output
+  std::string err;     // everything written to standard error
+};
+
+// Runs `binary` (no arguments) with `workDir` as its working directory,
+// feeding `input` to its standard input, which is closed afterwards. The
+// process gets its own session, so it has no controlling terminal. After
+// `timeoutSeconds` the process group is killed and timedOut is set.
+ProgramResult runProgram(const std::string& binary, const std::string& workDir,
+                         const std::string& input, double timeoutSeconds);
+
+// A fresh empty folder under the system's temporary directory.
+std::string makeTempFolder();
+// Removes a folder and everything below it.
+void removeTree(const std::string& path);
+// Names of the entries of a folder (no "." or ".."), sorted.
+std::vector<std::string> listFolder(const std::string& folder);
+// Whole contents of a file; empty when it cannot be read.
+std::string readWholeFile(const std::string& path);
+// Number of times `needle` occurs in `text` (non-overlapping).
+size_t countOccurrences(const std::string& text, const std::string& needle);
+
+#ifdef NUMBRELLA_BINARY
+// The program under test, built beside the end-to-end tests.
+inline ProgramResult runNumbrella(const std::string& workDir, const std::string& input,
+                                  double timeoutSeconds = 120.0) {
+  return runProgram(NUMBRELLA_BINARY, workDir, input, timeoutSeconds);
+}
+#endif
