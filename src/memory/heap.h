@@ -52,10 +52,12 @@ uint64_t heapBlockBytes(uint64_t size, uint64_t alignment);
 void heapSplit(Heap* heap, uint32_t reservedBlocks);
 // Ends both children and adopts their surviving blocks.
 void heapMerge(Heap* heap);
-// Closes the gap below each of `count` payloads (given in rising address
-// order) by moving the blocks down; pointers[i] is updated in place. Null
-// pointers and standard-allocator blocks are passed over. This is the routine
-// under bigFloatCompact2/3.
+// Closes the gap below each of `count` (at most 16) payloads by moving the
+// blocks down, taken in rising address order whatever the order given;
+// *pointers[i] is updated in place. Null pointers, the empty marker and
+// standard-allocator blocks are passed over. Gaps are closed whole, so use
+// it on 8-aligned blocks (word arrays). This is the routine under
+// bigFloatCompact2/3.
 void heapCompactBlocks(void** pointers[], uint32_t count);
 // Debugging dump of the block table (not reached by normal paths).
 void heapDump(const Heap* heap);

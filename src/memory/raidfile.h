@@ -75,3 +75,6 @@ uint64_t raidFilePieceCount();
 // Test hook: lowers the largest piece of one read or write call from
 // 0x80000000 bytes (0 restores it). Must be a multiple of 4.
 void raidFileSetPieceBytesForTesting(uint64_t bytes);
+// Test hook: the pause between two attempts of a step that retries for ever
+// (1000 ms by default).
+void raidFileSetRetryDelayForTesting(uint32_t milliseconds);
