@@ -1,0 +1,24 @@
+// Steps of the retry protocol shared by the square and product front ends
+// (internal to the front ends).
+#pragma once
+
+#include <cstdint>
+
+#include "memory/bigint.h"
+
+struct Heap;
+
+// First steps after a detected failure of attempt next - 1: with ECC
+// disabled the hardware-error report ends the program; otherwise errorCount
+// grows by one and the message of `next` is printed (next 3 ends the
+// program).
+void retryRecordFailure(uint32_t next);
+
+// The run with different parameters works on 2a (and 2b): these change the
+// operand in place and back. The operand keeps its disk copy while it is
+// changed; with `diskPath` it is pushed out again afterwards, which writes
+// nothing when that copy exists.
+void retryDoubleOperand(Heap* heap, BigInt* number, bool diskPath);
+void retryHalveOperand(Heap* heap, BigInt* number, bool diskPath);
+// The product of the doubled operands is 4 times too big: shift it back.
+void retryQuarterProduct(Heap* heap, BigInt* product, bool diskPath);

@@ -1,0 +1,83 @@
+// Choice of the product method by size, and the one place that maps each
+// method to the worker that runs it.
+#include "arith/multiply.h"
+#include "arith/recursive.h"
+#include "arith/tuning.h"
+
+namespace {
+
+uint32_t injectedAttempts = 0;
+uint64_t injectedCode = multiplyDetectedError;
+uint64_t workerCalls = 0;
+
+// Test hook: true when this attempt is to fail with the injected code.
+bool injectedFailure(uint32_t attempt) {
+  workerCalls++;
+  return attempt < 32 && ((injectedAttempts >> attempt) & 1) != 0;
+}
+
+}  // namespace
+
+void multiplyInjectFaults(uint32_t attemptMask, uint64_t code) {
+  injectedAttempts = attemptMask;
+  injectedCode = code;
+}
+
+uint64_t multiplyWorkerCalls() { return workerCalls; }
+
+MultiplyMethod chooseSquareMethod(uint64_t n, uint32_t threadPower) {
+  if (n < fftSquareThreshold) return MultiplyRecursive;
+  if (n < hybridSquareThreshold && (threadPower == 0 || n < threadedHybridThreshold)) {
+    return MultiplyFft;
+  }
+  return MultiplyHybrid;
+}
+
+MultiplyMethod chooseMultiplyMethod(uint64_t shorter, uint32_t threadPower) {
+  if (shorter < fftMultiplyThreshold) return MultiplyRecursive;
+  if (shorter < hybridMultiplyThreshold && (threadPower == 0 || shorter < threadedHybridThreshold)) {
+    return MultiplyFft;
+  }
+  return MultiplyHybrid;
+}
+
+bool squareWantsDiskPath(const BigInt& a) {
+  return a.words == nullptr && a.length >= hybridSquareThreshold;
+}
+
+bool multiplyWantsDiskPath(const BigInt& a, const BigInt& b) {
+  const uint64_t la = a.length, lb = b.length;
+  return a.words == nullptr && b.words == nullptr && la >= hybridMultiplyThreshold &&
+         lb >= hybridMultiplyThreshold && la <= 4 * lb && lb <= 4 * la;
+}
+
+// INTERIM: the FFT and hybrid workers are not in the build yet. Every method
+// runs on the recursive workers here, and only here; the transform workers
+// replace the two switch arms below when they arrive.
+uint64_t runSquareWorker(Heap* heap, const uint32_t* a, uint64_t n, uint32_t* product,
+                         uint64_t chop, uint32_t threadPower, uint32_t attempt) {
+  if (injectedFailure(attempt)) return injectedCode;
+  switch (chooseSquareMethod(n, threadPower)) {
+    case MultiplyRecursive:
+    case MultiplyFft:     // interim: fftSquare
+    case MultiplyHybrid:  // interim: hybridSquare
+      break;
+  }
+  return smallSquare(heap, a, n, product, chop);
+}
+
+uint64_t runMultiplyWorker(Heap* heap, const uint32_t* a, uint64_t lengthA, const uint32_t* b,
+                           uint64_t lengthB, uint32_t* product, uint64_t chop,
+                           uint32_t threadPower, uint32_t attempt) {
+  if (injectedFailure(attempt)) return injectedCode;
+  const bool equal = lengthA == lengthB;
+  const uint64_t shorter = lengthA < lengthB ? lengthA : lengthB;
+  switch (chooseMultiplyMethod(shorter, threadPower)) {
+    case MultiplyRecursive:
+    case MultiplyFft:     // interim: fftMultiply, both forms
+    case MultiplyHybrid:  // interim: hybridMultiply, both forms
+      break;
+  }
+  if (equal) return smallMultiplyEqual(heap, a, b, lengthA, product, chop);
+  return smallMultiply(heap, a, lengthA, b, lengthB, product, chop);
+}
