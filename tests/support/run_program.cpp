@@ -45,7 +45,8 @@ void closeIfOpen(int* fd) {
 }  // namespace
 
 ProgramResult runProgram(const std::string& binary, const std::string& workDir,
-                         const std::string& input, double timeoutSeconds) {
+                         const std::string& input, double timeoutSeconds,
+                         const std::vector<std::string>& arguments) {
   ProgramResult result{-1, 0, false, "", ""};
   // A child that exits before reading all input must not kill the test with
   // SIGPIPE; the child itself gets the default disposition back below.
@@ -61,7 +62,11 @@ ProgramResult runProgram(const std::string& binary, const std::string& workDir,
   // async-signal-safe calls are allowed.
   std::string path = binary;
   std::string dir = workDir;
-  char* argv[] = {path.data(), nullptr};
+  std::vector<std::string> words = arguments;
+  std::vector<char*> argv;
+  argv.push_back(path.data());
+  for (std::string& word : words) argv.push_back(word.data());
+  argv.push_back(nullptr);
 
   pid_t pid = fork();
   if (pid == 0) {
@@ -74,7 +79,7 @@ ProgramResult runProgram(const std::string& binary, const std::string& workDir,
         dup2(errPipe[1], STDERR_FILENO) < 0 || chdir(dir.c_str()) != 0) {
       _exit(126);
     }
-    execv(path.c_str(), argv);
+    execv(path.c_str(), argv.data());
     _exit(127);
   }
   close(inPipe[0]);

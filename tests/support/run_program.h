@@ -15,12 +15,14 @@ struct ProgramResult {
   std::string err;     // everything written to standard error
 };
 
-// Runs `binary` (no arguments) with `workDir` as its working directory,
+// Runs `binary` with `arguments` (none for numbrella, which reads no command
+// line) and `workDir` as its working directory,
 // feeding `input` to its standard input, which is closed afterwards. The
 // process gets its own session, so it has no controlling terminal. After
 // `timeoutSeconds` the process group is killed and timedOut is set.
 ProgramResult runProgram(const std::string& binary, const std::string& workDir,
-                         const std::string& input, double timeoutSeconds);
+                         const std::string& input, double timeoutSeconds,
+                         const std::vector<std::string>& arguments = {});
 
 // A fresh empty folder under the system's temporary directory.
 std::string makeTempFolder();

@@ -1,0 +1,129 @@
+// The real program with scripted input: one option per run, the pause and
+// the exit status, and the run of option 4 with the default record.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "support/run_program.h"
+
+namespace {
+
+struct Folder {
+  std::string path = makeTempFolder();
+  ~Folder() { removeTree(path); }
+};
+
+const std::string pauseEnd = "\n\n\nPress any key to continue . . . \n";
+
+bool endsWith(const std::string& text, const std::string& tail) {
+  return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
+}
+
+// Checks the parts every run shares: banner once, menu once, no escapes.
+void expectOneMenu(const ProgramResult& r) {
+  EXPECT_FALSE(r.timedOut);
+  EXPECT_EQ(r.out.rfind("numbrella v0.4.3 Build 7681", 0), 0u);
+  EXPECT_EQ(countOccurrences(r.out, "Enter your choice:\n"), 1u);
+  EXPECT_EQ(r.out.find('\x1b'), std::string::npos) << "escape codes on a pipe";
+  EXPECT_EQ(r.err, "");
+}
+
+TEST(Program, AboutThenPauseAndStatusZero) {
+  Folder folder;
+  ProgramResult r = runNumbrella(folder.path, "7\n");
+  EXPECT_EQ(r.exitStatus, 0);
+  expectOneMenu(r);
+  EXPECT_NE(r.out.find("Version:  0.4.3 Build 7681 (x64 SSE3)\n"), std::string::npos);
+  EXPECT_NE(r.out.find("It has since gained the ability to compute other constants.\n"),
+            std::string::npos);
+  EXPECT_NE(r.out.find("For all overclockers:\n"), std::string::npos);
+  EXPECT_TRUE(endsWith(r.out, "damage that may unintentionally be caused through its use.\n" +
+                                  pauseEnd))
+      << r.out;
+  EXPECT_TRUE(listFolder(folder.path).empty());  // writes no file
+}
+
+TEST(Program, WarningScreenExactly) {
+  Folder folder;
+  ProgramResult r = runNumbrella(folder.path, "8\n");
+  EXPECT_EQ(r.exitStatus, 0);
+  expectOneMenu(r);
+  const std::string screen =
+      "option: \n\n\nA Word of Warning...\n\n"
+      "Performing large multi-threaded computations using this program may\n"
+      "subject your computer to extremely high levels of stress for extended\n"
+      "periods of time. To protect your computer, MAKE SURE that your hardware\n"
+      "is stable and fit before performing large computations. I will take\n"
+      "absolutely no responsibility for any damage that may be caused by this\n"
+      "program.\n\n"
+      "Disclaimer:\n"
+      "This software is provided \"as is\", without any guarantee made to its\n"
+      "suitability or fitness for any particular use. It may contain bugs so use\n"
+      "of this program is at your own risk. I take no responsibility for any\n"
+      "damage that may unintentionally be caused through its use.\n";
+  EXPECT_TRUE(endsWith(r.out, screen + pauseEnd)) << r.out;
+}
+
+TEST(Program, WrongChoicesOnlyRepeatThePrompt) {
+  Folder folder;
+  ProgramResult r = runNumbrella(folder.path, "9\n12\nletters\n8\n");
+  EXPECT_EQ(r.exitStatus, 0);
+  expectOneMenu(r);
+  EXPECT_NE(r.out.find("Enter your choice:\noption: option: option: option: \n\n\n"
+                       "A Word of Warning...\n"),
+            std::string::npos)
+      << r.out;
+}
+
+TEST(Program, EndOfInputIsFatalAtOnce) {
+  Folder folder;
+  for (const char* input : {"", "9\n", "abc\n"}) {
+    SCOPED_TRACE(input);
+    ProgramResult r = runNumbrella(folder.path, input, 30);
+    EXPECT_EQ(r.exitStatus, 1);
+    EXPECT_FALSE(r.timedOut);
+    EXPECT_TRUE(endsWith(r.out, "option: \n\nUnexpected end of input.\n\n"
+                                "Press any key to continue . . . \n"))
+        << r.out;
+    EXPECT_EQ(r.out.find("A Word of Warning"), std::string::npos);
+    EXPECT_EQ(r.out.find("\n\n\n\nPress"), std::string::npos);
+  }
+}
+
+TEST(Program, CustomComputeRunsTheDefaultRecord) {
+  Folder folder;
+  ProgramResult r = runNumbrella(folder.path, "4\n", 300);
+  EXPECT_EQ(r.exitStatus, 0);
+  expectOneMenu(r);
+  const char* const inOrder[] = {
+      "\n\nConstant :  Pi\n",
+      "Algorithm:  Chudnovsky Formula\n\n",
+      "Decimal Digits    :   50,000,000\n",
+      "Hexadecimal Digits:   41,524,102\n\n",
+      "Threads:  ",
+      "Mode   :  Ram Only\n\n\n",
+      "Allocating and Reserving Memory...      ",
+      "Constructing FFT lookup tables...       ",
+      "Begin Computation:\n\n",
+      "\n\nTotal Computation Time:                 ",
+      " seconds  ( ",
+      "Total Time (including writing digits):  ",
+      " seconds  ( ",
+  };
+  size_t at = 0;
+  for (const char* piece : inOrder) {
+    size_t found = r.out.find(piece, at);
+    ASSERT_NE(found, std::string::npos) << "missing or out of order: " << piece << "\n" << r.out;
+    at = found + strlen(piece);
+  }
+  // Threads: a power of two, the count that covers the processors.
+  size_t threads = r.out.find("Threads:  ") + 10;
+  unsigned long count = std::stoul(r.out.substr(threads));
+  EXPECT_EQ(count & (count - 1), 0u);
+  EXPECT_GE(count, 1u);
+  EXPECT_LE(count, 256u);
+  EXPECT_TRUE(endsWith(r.out, " hours )\n\n\n" + pauseEnd)) << r.out;
+}
+
+}  // namespace

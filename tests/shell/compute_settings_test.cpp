@@ -1,0 +1,249 @@
+// ComputeSettings helpers: defaults, the texts and stems of every constant,
+// the digit relations and the Euler series size.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+#include <string>
+
+#include "constants/compute_settings.h"
+#include "platform/threads.h"
+
+namespace {
+
+// A record that releases what it owns when the test ends.
+struct Settings {
+  ComputeSettings s;
+  Settings() { initComputeSettings(nullptr, &s); }
+  ~Settings() { releaseComputeSettings(&s); }
+};
+
+TEST(ComputeSettings, DefaultsArePiByChudnovskyInRamOnly) {
+  Settings settings;
+  const ComputeSettings& s = settings.s;
+  EXPECT_EQ(s.decimalDigits, 50000000u);
+  EXPECT_EQ(s.hexDigits, 41524102u);
+  EXPECT_EQ(s.wordCount, 5190514u);
+  EXPECT_EQ(s.computeMode, computeModeRamOnly);
+  EXPECT_EQ(s.constantId, constantPi);
+  EXPECT_EQ(s.algorithm, 0u);
+  EXPECT_EQ(s.digitsPerFile, 0);
+  EXPECT_EQ(s.outputPath, nullptr);
+  EXPECT_EQ(s.swapPaths, nullptr);
+  EXPECT_EQ(s.swapDiskCount, 0u);
+  EXPECT_EQ(s.heap, nullptr);
+  EXPECT_EQ(s.benchmarkFlag, 0u);
+  EXPECT_EQ(s.constantParameter, 0u);
+  EXPECT_STREQ(s.displayName, "Pi");
+  EXPECT_STREQ(s.algorithmNames[s.algorithm], "Chudnovsky Formula");
+  EXPECT_STREQ(s.decimalFileStem, "Pi - Dec - Chudnovsky");
+  EXPECT_STREQ(s.hexFileStem, "Pi - Hex - Chudnovsky");
+  // The smallest k with 2^k at least the processors, at most 8.
+  uint32_t processors = processorCount();
+  EXPECT_LE(s.threadPower, 8u);
+  if (s.threadPower < 8) EXPECT_GE(uint64_t(1) << s.threadPower, processors);
+  if (s.threadPower > 0) EXPECT_LT(uint64_t(1) << (s.threadPower - 1), processors);
+  // The defaults satisfy the digit relations and the limit.
+  ComputeSettings derived = s;
+  setDecimalDigits(&derived, s.decimalDigits);
+  EXPECT_EQ(derived.hexDigits, s.hexDigits);
+  EXPECT_EQ(derived.wordCount, s.wordCount);
+  EXPECT_LE(s.decimalDigits, s.digitLimit);
+}
+
+struct ConstantTexts {
+  uint32_t id;
+  const char* nameLong;
+  const char* nameShort;
+  const char* displayName;
+  uint32_t algorithms;
+  const char* firstAlgorithm;
+  const char* decimalStem;  // with algorithm 0
+  int color;
+};
+
+const ConstantTexts expectedTexts[] = {
+    {1, "Golden Ratio", "Golden Ratio", "Golden Ratio", 1, "Newton's Method",
+     "Golden Ratio - Dec - Newton", 13},
+    {2, "e", "e", "e", 3, "Taylor Series of exp(1)", "e - Dec - exp(1)", 10},
+    {3, "Pi", "Pi", "Pi", 2, "Chudnovsky Formula", "Pi - Dec - Chudnovsky", 10},
+    {4, "Log(2)", "Log(2)", "Log(2)", 3, "Machin 1", "Log(2) - Dec - Machin 1", 10},
+    {5, "Log(10)", "Log(10)", "Log(10)", 3, "Machin 1", "Log(10) - Dec - Machin 1", 10},
+    {6, "", "", "", 0, nullptr, " - Dec - ", 10},
+    {7, "", "", "", 0, nullptr, " - Dec - ", 10},
+    {8, "Zeta(3) - Apery's Constant", "Zeta(3)", "Zeta(3) - Apery's Constant", 2,
+     "Amdeberhan-Zeiberger Formula 2", "Zeta(3) - Dec - Amdeberhan-Zeiberger 2", 10},
+    {9, "Catalan's Constant", "Catalan", "Catalan's Constant", 2, "Lupas Formula",
+     "Catalan - Dec - Lupas", 9},
+    {10, "Euler-Mascheroni Constant", "Euler's Constant", "Euler-Mascheroni Constant", 3,
+     "Brent-McMillan with Refinement", "Euler's Constant - Dec - Brent-McMillan (Refined)", 9},
+};
+
+TEST(ComputeSettings, SelectConstantSetsNamesTablesAndStems) {
+  Settings settings;
+  ComputeSettings& s = settings.s;
+  for (const ConstantTexts& expected : expectedTexts) {
+    SCOPED_TRACE(expected.id);
+    s.algorithm = 1;  // selectConstant resets it
+    selectConstant(nullptr, &s, expected.id);
+    buildFileStems(nullptr, &s);
+    EXPECT_EQ(s.constantId, expected.id);
+    EXPECT_EQ(s.algorithm, 0u);
+    EXPECT_STREQ(s.nameLong, expected.nameLong);
+    EXPECT_STREQ(s.nameShort, expected.nameShort);
+    EXPECT_STREQ(s.displayName, expected.displayName);
+    ASSERT_EQ(algorithmCount(&s), expected.algorithms);
+    if (expected.algorithms > 0) EXPECT_STREQ(s.algorithmNames[0], expected.firstAlgorithm);
+    EXPECT_STREQ(s.decimalFileStem, expected.decimalStem);
+    std::string hexStem = expected.decimalStem;
+    hexStem.replace(hexStem.find(" - Dec - "), 9, " - Hex - ");
+    EXPECT_EQ(std::string(s.hexFileStem), hexStem);
+    EXPECT_EQ(constantColor(expected.id), expected.color);
+    // Every algorithm has a menu line; only compute-and-verify lacks a file word.
+    for (uint32_t a = 0; a < algorithmCount(&s); ++a) {
+      ASSERT_NE(s.algorithmMenuLines[a], nullptr);
+      bool verify = strcmp(s.algorithmNames[a], "Compute and Verify") == 0;
+      EXPECT_EQ(s.algorithmShortNames[a] == nullptr, verify) << a;
+    }
+    EXPECT_GT(s.digitLimit, 0u);
+    EXPECT_GE(s.wordLimit, (uint64_t)(double(s.digitLimit) * hexDigitsPerDecimal) / 8);
+  }
+}
+
+TEST(ComputeSettings, SquareRootNamesCarryN) {
+  Settings settings;
+  ComputeSettings& s = settings.s;
+  s.constantParameter = 4294967295u;
+  selectConstant(nullptr, &s, constantSqrtN);
+  buildFileStems(nullptr, &s);
+  EXPECT_STREQ(s.nameLong, "Square Root of 4294967295");
+  EXPECT_STREQ(s.nameShort, "Sqrt(4294967295)");
+  EXPECT_STREQ(s.displayName, "Sqrt(4294967295)");
+  EXPECT_STREQ(s.decimalFileStem, "Sqrt(4294967295) - Dec - Newton");
+  EXPECT_STREQ(s.algorithmMenuLines[0], "1st order Newton's Method");
+  EXPECT_EQ(constantColor(constantSqrtN), 13);
+}
+
+TEST(ComputeSettings, StemsFollowTheAlgorithm) {
+  Settings settings;
+  ComputeSettings& s = settings.s;
+  s.algorithm = 1;
+  buildFileStems(nullptr, &s);
+  EXPECT_STREQ(s.decimalFileStem, "Pi - Dec - Ramanujan");
+  selectConstant(nullptr, &s, constantE);
+  s.algorithm = 1;
+  buildFileStems(nullptr, &s);
+  EXPECT_STREQ(s.hexFileStem, "e - Hex - exp(-1)");
+  // Compute and verify: the writers add "Computation" or "Verification".
+  s.algorithm = 2;
+  buildFileStems(nullptr, &s);
+  EXPECT_STREQ(s.decimalFileStem, "e - Dec - ");
+  EXPECT_STREQ(s.algorithmNames[2], "Compute and Verify");
+  selectConstant(nullptr, &s, constantLog2);
+  EXPECT_STREQ(s.algorithmMenuLines[1],
+               "Log(2) =\n\n      144*ArcCoth(251) + 54*ArcCoth(449) - 38*ArcCoth(4801) + "
+               "62*ArcCoth(8749)\n\n");
+}
+
+TEST(ComputeSettings, ReleaseFreesEverythingAndCanRepeat) {
+  ComputeSettings s;
+  initComputeSettings(nullptr, &s);
+  s.outputPath = strdup("/tmp/");
+  releaseComputeSettings(&s);
+  EXPECT_EQ(s.outputPath, nullptr);
+  EXPECT_EQ(s.nameLong, nullptr);
+  EXPECT_EQ(s.nameShort, nullptr);
+  EXPECT_EQ(s.displayName, nullptr);
+  EXPECT_EQ(s.decimalFileStem, nullptr);
+  EXPECT_EQ(s.hexFileStem, nullptr);
+  EXPECT_EQ(s.heap, nullptr);
+  releaseComputeSettings(&s);  // nothing left to free: must not double free
+}
+
+TEST(ComputeSettings, ModeNames) {
+  EXPECT_STREQ(computeModeName(1), "Ram Only");
+  EXPECT_STREQ(computeModeName(2), "Basic Swap");
+  EXPECT_STREQ(computeModeName(3), "Advanced Swap");
+  EXPECT_STREQ(computeModeName(0), "");
+  EXPECT_STREQ(computeModeName(4), "");
+}
+
+TEST(DigitRelations, DecimalToHexAndWords) {
+  ComputeSettings s{};
+  setDecimalDigits(&s, 50000000);
+  EXPECT_EQ(s.hexDigits, 41524102u);
+  EXPECT_EQ(s.wordCount, 5190514u);
+  setDecimalDigits(&s, 0);
+  EXPECT_EQ(s.hexDigits, 1u);
+  EXPECT_EQ(s.wordCount, 2u);
+  // 30 digits: 24.9 hexadecimal digits, so 25 and (25 >> 3) + 2 = 5 words,
+  // the smallest size the decimal menu accepts; 20 gives 4 words.
+  setDecimalDigits(&s, 30);
+  EXPECT_EQ(s.hexDigits, 25u);
+  EXPECT_EQ(s.wordCount, 5u);
+  setDecimalDigits(&s, 20);
+  EXPECT_EQ(s.wordCount, 4u);
+  setDecimalDigits(&s, 1000000000000ull);
+  EXPECT_EQ(s.hexDigits, 830482023722u);
+  EXPECT_EQ(s.decimalDigits, 1000000000000ull);
+}
+
+TEST(DigitRelations, HexToDecimalKeepsTheHexCount) {
+  ComputeSettings s{};
+  setHexDigits(&s, 41524102);
+  EXPECT_EQ(s.hexDigits, 41524102u);
+  EXPECT_EQ(s.decimalDigits, 50000000u);  // floor(50000000.6...)
+  EXPECT_EQ(s.wordCount, 5190514u);
+  setHexDigits(&s, 0);
+  EXPECT_EQ(s.decimalDigits, 0u);
+  EXPECT_EQ(s.wordCount, 2u);
+  setHexDigits(&s, 1048576);
+  EXPECT_EQ(s.decimalDigits, 1262611u);
+  EXPECT_EQ(s.wordCount, 131074u);
+}
+
+TEST(DigitRelations, SampledAgainstExtendedPrecision) {
+  // floor(d log16(10)) + 1 and back, checked in long double away from the
+  // rounding edges, where double and long double may disagree by one.
+  std::mt19937_64 random(20240601);
+  const long double log16of10 = logl(10.0L) / logl(16.0L);
+  for (int i = 0; i < 2000; ++i) {
+    uint64_t d = random() >> (random() % 44 + 16);
+    ComputeSettings s{};
+    setDecimalDigits(&s, d);
+    long double exact = (long double)d * log16of10;
+    long double margin = exact * 1e-14L + 1e-9L;  // double's reach, with room
+    if (exact - floorl(exact) > margin && ceill(exact) - exact > margin) {
+      EXPECT_EQ(s.hexDigits, (uint64_t)floorl(exact) + 1) << d;
+    }
+    EXPECT_EQ(s.wordCount, (s.hexDigits >> 3) + 2);
+    uint64_t h = d;
+    setHexDigits(&s, h);
+    long double back = (long double)h / log16of10;
+    margin = back * 1e-14L + 1e-9L;
+    if (back - floorl(back) > margin && ceill(back) - back > margin) {
+      EXPECT_EQ(s.decimalDigits, (uint64_t)floorl(back)) << h;
+    }
+  }
+}
+
+TEST(EulerSize, LeastPowerThatCoversTheDigits) {
+  EXPECT_EQ(eulerSizePower(0), 5u);
+  EXPECT_EQ(eulerSizePower(85), 5u);  // (8 * 32 - 20) / (4 ln 2) = 85.1
+  EXPECT_EQ(eulerSizePower(86), 6u);
+  EXPECT_EQ(eulerSizePower(177), 6u);  // (8 * 64 - 20) / (4 ln 2) = 177.5
+  EXPECT_EQ(eulerSizePower(178), 7u);
+  std::mt19937_64 random(7);
+  for (int i = 0; i < 1000; ++i) {
+    uint64_t h = random() >> (random() % 45 + 14);
+    uint32_t k = eulerSizePower(h);
+    auto bound = [](uint32_t power) {
+      return (uint64_t)((8.0 * double(uint64_t(1) << power) - 20.0) * 0.36067376022224085);
+    };
+    EXPECT_LE(h, bound(k)) << h;
+    if (k > 5) EXPECT_GT(h, bound(k - 1)) << h;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,123 @@
+// runComputation: header texts, the arena with its margin, the empty
+// constants, the times, and the release that lets a record run again.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "constants/compute_settings.h"
+#include "platform/console.h"
+#include "platform/threads.h"
+#include "shell/driver.h"
+
+namespace {
+
+struct Capture {
+  std::string text;
+  Capture() { consoleCaptureTo(&text); }
+  ~Capture() { consoleCaptureTo(nullptr); }
+};
+
+struct Settings {
+  ComputeSettings s;
+  Settings() { initComputeSettings(nullptr, &s); }
+  ~Settings() { releaseComputeSettings(&s); }
+};
+
+// Text between the first `from` and the next `to` (both excluded).
+std::string between(const std::string& text, const std::string& from, const std::string& to) {
+  size_t start = text.find(from);
+  if (start == std::string::npos) return "<missing " + from + ">";
+  start += from.size();
+  size_t end = text.find(to, start);
+  if (end == std::string::npos) return "<missing " + to + ">";
+  return text.substr(start, end - start);
+}
+
+TEST(Driver, HeaderOfTheDefaultPiRecord) {
+  Settings settings;
+  settings.s.threadPower = 3;
+  settings.s.memoryNeeded = 0;
+  Capture capture;
+  double seconds = runComputation(nullptr, &settings.s);
+  EXPECT_EQ(seconds, 0.0);  // nothing is computed yet
+  const std::string expected =
+      "\n\nConstant :  Pi\n"
+      "Algorithm:  Chudnovsky Formula\n\n"
+      "Decimal Digits    :   50,000,000\n"
+      "Hexadecimal Digits:   41,524,102\n\n"
+      "Threads:  8\n"
+      "Mode   :  Ram Only\n\n\n"
+      "Allocating and Reserving Memory...      1.00 MB\n"
+      "Constructing FFT lookup tables...       \n\n\n"
+      "Begin Computation:\n\n";
+  EXPECT_EQ(capture.text.substr(0, expected.size()), expected);
+  EXPECT_EQ(globalThreadPower, 3u);
+}
+
+TEST(Driver, EmptyConstantsComputeNothingAndReportZeroTime) {
+  for (uint32_t id : {6u, 7u, 11u}) {
+    SCOPED_TRACE(id);
+    Settings settings;
+    selectConstant(nullptr, &settings.s, id);
+    buildFileStems(nullptr, &settings.s);
+    settings.s.memoryNeeded = 4096;
+    Capture capture;
+    EXPECT_EQ(runComputation(nullptr, &settings.s), 0.0);
+    EXPECT_EQ(between(capture.text, "Constant :  ", "\n"), "");
+    EXPECT_EQ(between(capture.text, "Algorithm:  ", "\n"), "");
+    EXPECT_NE(capture.text.find("Begin Computation:\n\n\n\n"), std::string::npos);
+    EXPECT_EQ(between(capture.text, "Total Computation Time:                 ", "\n"),
+              "0.000 seconds  ( 0.000 hours )");
+    // The total time is real and small; both time lines end the output.
+    std::string total = between(capture.text, "Total Time (including writing digits):  ", "\n");
+    EXPECT_EQ(total.find(" seconds  ( 0.000 hours )"), total.size() - 25) << total;
+    EXPECT_EQ(capture.text.substr(capture.text.size() - 2), "\n\n");
+    // The arena had the estimate plus its margin, and is gone again.
+    EXPECT_EQ(settings.s.memoryNeeded, 4096u + 1048576u);
+    EXPECT_EQ(between(capture.text, "Allocating and Reserving Memory...      ", "\n"), "1.00 MB");
+    EXPECT_EQ(settings.s.heap, nullptr);
+  }
+}
+
+TEST(Driver, EulerHeaderShowsTheSeriesSize) {
+  Settings settings;
+  selectConstant(nullptr, &settings.s, constantEuler);
+  settings.s.constantParameter = 5;
+  settings.s.memoryNeeded = 0;
+  {
+    Capture capture;
+    runComputation(nullptr, &settings.s);
+    EXPECT_EQ(between(capture.text, "Algorithm:  ", "\n"),
+              "Brent-McMillan with Refinement  ( n = 2^6 )");
+    EXPECT_EQ(between(capture.text, "Constant :  ", "\n"), "Euler-Mascheroni Constant");
+  }
+  settings.s.algorithm = 2;
+  settings.s.memoryNeeded = 0;
+  {
+    Capture capture;
+    runComputation(nullptr, &settings.s);
+    EXPECT_EQ(between(capture.text, "Algorithm:  ", "\n"), "Compute and Verify  ( n = 2^5 , 2^6 )");
+  }
+}
+
+TEST(Driver, RecordRunsAgainAfterRelease) {
+  Settings settings;
+  settings.s.computeMode = computeModeBasicSwap;
+  settings.s.threadPower = 0;
+  settings.s.memoryNeeded = 3u << 20;
+  Capture capture;
+  runComputation(nullptr, &settings.s);
+  EXPECT_EQ(settings.s.heap, nullptr);
+  // Without a new estimate the margin is added again: 3 + 1 + 1 MiB.
+  runComputation(nullptr, &settings.s);
+  EXPECT_EQ(settings.s.heap, nullptr);
+  EXPECT_EQ(settings.s.memoryNeeded, 5u << 20);
+  size_t first = capture.text.find("Mode   :  Basic Swap\n");
+  ASSERT_NE(first, std::string::npos);
+  EXPECT_NE(capture.text.find("Mode   :  Basic Swap\n", first + 1), std::string::npos);
+  EXPECT_NE(capture.text.find("Threads:  1\n"), std::string::npos);
+  EXPECT_NE(capture.text.find("Allocating and Reserving Memory...      5.00 MB\n"),
+            std::string::npos);
+}
+
+}  // namespace

@@ -1,0 +1,155 @@
+// Banner, main menu layout, the two text screens, the start-up checks.
+#include <gtest/gtest.h>
+
+#include <xmmintrin.h>
+
+#include <cfloat>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "platform/console.h"
+#include "shell/main_menu.h"
+#include "shell/startup.h"
+
+namespace {
+
+struct Capture {
+  std::string text;
+  explicit Capture(const char* input) {
+    consoleCaptureTo(&text);
+    consoleInputFrom(input);
+  }
+  ~Capture() {
+    consoleCaptureTo(nullptr);
+    consoleInputFrom(nullptr);
+  }
+};
+
+const char* const menuText =
+    "  0         Benchmark Pi\n"
+    "  1         Validate a Pi Benchmark\n"
+    "  2         Batch Benchmark Pi  (run multiple benchmarks)\n"
+    "  3         Stress Test (beta)\n"
+    "\n"
+    "  4         Custom Compute a Constant\n"
+    "                -   Compute other constants (e, Golden Ratio, etc...)\n"
+    "                -   Choose your own settings\n"
+    "\n"
+    "  5         Digit Viewer        (view digits from .txt and .zdg files)\n"
+    "  6         Compare Digits      (compare digits from different runs)\n"
+    "\n"
+    "  7         About\n"
+    "  8         A Word of Warning...\n"
+    "\n"
+    "Enter your choice:\n"
+    "option: ";
+
+const char* const disclaimer =
+    "Disclaimer:\n"
+    "This software is provided \"as is\", without any guarantee made to its\n"
+    "suitability or fitness for any particular use. It may contain bugs so use\n"
+    "of this program is at your own risk. I take no responsibility for any\n"
+    "damage that may unintentionally be caused through its use.\n";
+
+TEST(MainMenu, BannerLayout) {
+  Capture capture("");
+  printBanner();
+  std::string title = "numbrella v0.4.3 Build 7681";
+  ASSERT_EQ(capture.text.substr(0, title.size()), title);
+  size_t end = capture.text.find('\n');
+  EXPECT_EQ(capture.text.find_first_not_of(' ', title.size()), end);  // blanks to the line end
+  std::string rest = capture.text.substr(end + 1);
+  EXPECT_EQ(rest, "Distribute Freely - Please Report any Bugs\n\nVersion: x64 SSE3\n" +
+                      std::string(80, ' ') + "\n\n");
+}
+
+TEST(MainMenu, AboutAfterTheMenu) {
+  Capture capture("7\n");
+  mainMenu();
+  size_t menu = capture.text.find(menuText);
+  ASSERT_NE(menu, std::string::npos) << capture.text;
+  std::string after = capture.text.substr(menu + strlen(menuText));
+  // Only the line end of the answer stands between the prompt and the screen.
+  EXPECT_EQ(after.substr(0, 3), "\n\n\n");
+  size_t version = after.find("\nVersion:  0.4.3 Build 7681 (x64 SSE3)\n\n");
+  ASSERT_NE(version, std::string::npos);
+  EXPECT_NE(after.substr(0, version).find("numbrella"), std::string::npos);
+  EXPECT_NE(after.find("It has since gained the ability to compute other constants.\n\n"
+                       "For all overclockers:\n"),
+            std::string::npos);
+  EXPECT_NE(after.find("multi-threaded Pi benchmark"), std::string::npos);
+  ASSERT_GE(after.size(), strlen(disclaimer));
+  EXPECT_EQ(after.substr(after.size() - strlen(disclaimer)), disclaimer);
+}
+
+TEST(MainMenu, WarningScreenText) {
+  Capture capture("8\n");
+  mainMenu();
+  size_t menu = capture.text.find(menuText);
+  ASSERT_NE(menu, std::string::npos);
+  std::string after = capture.text.substr(menu + strlen(menuText));
+  EXPECT_EQ(after,
+            std::string("\n\n\nA Word of Warning...\n\n"
+                        "Performing large multi-threaded computations using this program may\n"
+                        "subject your computer to extremely high levels of stress for extended\n"
+                        "periods of time. To protect your computer, MAKE SURE that your hardware\n"
+                        "is stable and fit before performing large computations. I will take\n"
+                        "absolutely no responsibility for any damage that may be caused by this\n"
+                        "program.\n\n") +
+                disclaimer);
+}
+
+TEST(MainMenu, OutOfRangeAndLettersOnlyAskAgain) {
+  Capture capture("9\n12\nabc\n4294967296\n8\n");
+  mainMenu();
+  std::string prompts = "Enter your choice:\noption: option: option: option: option: \n\n\n";
+  EXPECT_NE(capture.text.find(prompts + "A Word of Warning...\n"), std::string::npos)
+      << capture.text;
+}
+
+TEST(Startup, WordWidthCountsDoublings) {
+  EXPECT_EQ(wordWidthBits<uint8_t>(), 8u);
+  EXPECT_EQ(wordWidthBits<uint16_t>(), 16u);
+  EXPECT_EQ(wordWidthBits<uint32_t>(), 32u);
+  EXPECT_EQ(wordWidthBits<uint64_t>(), 64u);
+  static_assert(wordWidthBits<uint32_t>() == 32, "a big-number word holds 32 bits");
+}
+
+// Console text of a dying child, sent to standard error so that the death
+// test can match it.
+std::string deathOutput;
+void flushDeathOutput() { fputs(deathOutput.c_str(), stderr); }
+
+TEST(StartupDeath, WrongWordWidthEndsBeforeAnyMenu) {
+  checkWordWidth(32);  // the right width passes silently
+  EXPECT_EXIT(
+      {
+        consoleCaptureTo(&deathOutput);
+        consoleInputFrom("");
+        atexit(flushDeathOutput);
+        checkWordWidth(16);
+      },
+      ::testing::ExitedWithCode(1),
+      "^bits per word != 2\\^ZM_WORD_MAG\n\nThe program has not been compiled correctly.\n"
+      "Press any key to continue . . . \n$");
+}
+
+TEST(Startup, FloatingPointControlFlushesDenormals) {
+  unsigned saved = _mm_getcsr();
+  volatile double tiny = DBL_MIN;
+  volatile double half = 0.5;
+  EXPECT_GT(tiny * half, 0.0);  // a denormal result by default
+  setFloatingPointControl();
+  EXPECT_EQ(_mm_getcsr() & 0x8040u, 0x8040u);
+  EXPECT_EQ(tiny * half, 0.0);  // flushed to zero
+  _mm_setcsr(saved);
+  volatile double denormal = tiny * half;
+  setFloatingPointControl();
+  volatile double one = 1.0;
+  EXPECT_EQ(denormal * one, 0.0);  // a denormal input reads as zero
+  _mm_setcsr(saved);
+}
+
+}  // namespace
