@@ -1,0 +1,80 @@
+// The resource estimator's entry: the corrections of the record, the mode
+// pick, and the dispatch to the estimator of each constant.
+#include "shell/estimate.h"
+
+#include "arith/hybrid_params.h"
+
+void estimateModes(ComputeSettings* settings) {
+  if (settings->wordCount < swapFloorWords || settings->computeMode == 0) {
+    settings->computeMode = computeModeRamOnly;
+  }
+}
+
+void estimateConstant(uint32_t constantId, uint32_t algorithm, uint64_t wordCount,
+                      uint32_t threadPower, uint32_t mode, uint64_t* memory, uint64_t* disk) {
+  *memory = 0;
+  *disk = 0;
+  switch (constantId) {
+    case constantSqrtN:
+    case constantGoldenRatio:
+      if (mode <= computeModeRamOnly) {
+        *memory = estimateRoot(wordCount, threadPower);
+      } else {
+        *memory = estimateRootSwap(wordCount, threadPower);
+        *disk = estimateConversionDisk(wordCount);
+      }
+      return;
+    case constantE: estimateE(wordCount, threadPower, algorithm, mode, memory, disk); return;
+    case constantPi: estimatePi(wordCount, threadPower, algorithm, mode, memory, disk); return;
+    case constantLog2: estimateLog2(wordCount, threadPower, algorithm, mode, memory, disk); return;
+    case constantLog10:
+      estimateLog10(wordCount, threadPower, algorithm, mode, memory, disk);
+      return;
+    case constantZeta3:
+      estimateZeta3(wordCount, threadPower, algorithm, mode, memory, disk);
+      return;
+    case constantCatalan:
+      estimateCatalan(wordCount, threadPower, algorithm, mode, memory, disk);
+      return;
+    case constantEuler:
+      estimateEuler(wordCount, threadPower, algorithm, mode, memory, disk);
+      return;
+    default: return;  // 6, 7 and unknown ids compute nothing
+  }
+}
+
+void estimateResources(ComputeSettings* settings) {
+  if (settings->digitLimit < settings->decimalDigits) {
+    settings->decimalDigits = settings->digitLimit;
+  }
+  if (settings->constantId == constantEuler) {
+    settings->constantParameter = eulerSizePower(settings->hexDigits);
+  }
+  estimateModes(settings);
+  if (settings->hexDigits < 1048576) {
+    settings->digitsPerFile = 0;
+  } else if (settings->digitsPerFile > 0 &&
+             uint64_t(settings->digitsPerFile) >= settings->hexDigits) {
+    settings->digitsPerFile = -1;  // one block holds it all
+  }
+  settings->memoryNeeded = 0;
+  settings->diskNeeded = 0;
+  estimateConstant(settings->constantId, settings->algorithm, settings->wordCount,
+                   settings->threadPower, settings->computeMode, &settings->memoryNeeded,
+                   &settings->diskNeeded);
+}
+
+// The largest transform is the hybrid one, up to hybridProductWordsLimit words
+// of product; every constant's largest product is a square of two numbers of
+// wordCount + 100 words (the margin of the estimates), so
+// wordLimit = limit / 2 - 100. digitLimit is the largest decimal count whose
+// wordCount, by the digit relations, stays within it.
+constexpr uint64_t largestWordCount = hybridProductWordsLimit / 2 - 100;
+constexpr uint64_t largestDecimalDigits = 96329598611499ull;
+static_assert(largestWordCount == 9999999999900ull, "wordLimit of every constant");
+
+void constantLimits(uint32_t constantId, uint64_t* digitLimit, uint64_t* wordLimit) {
+  bool hasConstant = constantId < constantIdCount && constantId != 6 && constantId != 7;
+  *digitLimit = hasConstant ? largestDecimalDigits : 0;
+  *wordLimit = hasConstant ? largestWordCount : 0;
+}

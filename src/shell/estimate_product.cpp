@@ -1,0 +1,59 @@
+// Scratch of a multiplication for the resource estimates, with the thread
+// recursion's levels on top.
+#include <algorithm>
+
+#include "arith/product_bytes.h"
+#include "platform/console.h"
+#include "shell/estimate.h"
+#include "shell/estimate_internal.h"
+
+void estimateSizeExceeded() {
+  printWide("\n\n");
+  printWide("Maximum supported multiplication size has been exceeded.");
+  printWide("\n\n");
+  pauseExit(1);
+}
+
+// The Karatsuba levels for an operand length s from basecaseLimit to below
+// transformStart: 16s + 4t bytes. (Three-way levels start at karatsubaLimit,
+// far above the lengths that reach this sum.)
+static uint64_t recursiveScratchBytes(uint64_t s) {
+  static_assert(transformStart <= karatsubaLimit, "only two-way levels below transformStart");
+  uint64_t t = 0;
+  uint64_t x = s;
+  do {
+    x = (x + 1) & ~uint64_t(1);
+    t += x;
+    x >>= 1;
+  } while (x >= basecaseLimit);
+  return 16 * s + 4 * t;
+}
+
+uint64_t productScratchAt(uint64_t s, uint32_t threadPower) {
+  if (s < transformStart) {
+    if (s < basecaseLimit) return 2 * s;
+    return recursiveScratchBytes(s);
+  }
+  if (s >= hybridStart) {
+    if (2 * s > hybridProductWordsLimit) estimateSizeExceeded();
+    return std::max(hybridPeakBytes(2 * s, threadPower), fftProductBytes(hybridStart - 1));
+  }
+  return fftProductBytes(s);
+}
+
+uint64_t productScratch(uint64_t size, uint32_t threadPower) {
+  return productScratchAt(size + 100, threadPower);
+}
+
+uint64_t estimateProduct(uint64_t size, uint32_t threadPower, uint32_t levelsAdded,
+                         uint32_t levelsRemoved) {
+  uint64_t total = productScratch(size, threadPower);
+  if (threadPower == 0) return total;
+  int64_t levels = int64_t(threadPower) + levelsAdded - levelsRemoved;
+  uint64_t length = size;
+  for (int64_t level = 0; level < levels; level++) {
+    length = (length >> 1) + 10;
+    total += productScratchAt(length + 110, threadPower);
+  }
+  return total;
+}
