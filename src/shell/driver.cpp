@@ -62,7 +62,7 @@ void printRunHeader(const ComputeSettings* settings) {
   printWide(computeModeName(settings->computeMode));
   colorDefault();
   printWide("\n\n\n");
-  // SWAP PATHS: globalSwapPaths = settings->swapPaths; once memory/raidfile.cpp defines it.
+  globalSwapPaths = settings->swapPaths;
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "platform/console.h"
 #include "platform/version.h"
 #include "shell/driver.h"
+#include "shell/estimate.h"
 #include "shell/info_screens.h"
 
 namespace {
@@ -44,7 +45,7 @@ void printMenuOptions() {
 void customCompute() {
   ComputeSettings settings;
   initComputeSettings(nullptr, &settings);
-  // ESTIMATE: estimateResources(&settings) (shell/estimate.h) goes here.
+  estimateResources(&settings);
   // CUSTOM MENU: customComputeMenu(&settings) goes here; it edits the record
   // and returns on "Start Computation!".
   runComputation(nullptr, &settings);

@@ -5,6 +5,9 @@
 #include <cstring>
 #include <string>
 
+#include "constants/compute_settings.h"
+#include "platform/console.h"
+#include "shell/estimate.h"
 #include "support/run_program.h"
 
 namespace {
@@ -124,6 +127,15 @@ TEST(Program, CustomComputeRunsTheDefaultRecord) {
   EXPECT_GE(count, 1u);
   EXPECT_LE(count, 256u);
   EXPECT_TRUE(endsWith(r.out, " hours )\n\n\n" + pauseEnd)) << r.out;
+  // The arena is the estimate of the default record plus its margin of 1 MiB.
+  ComputeSettings settings;
+  initComputeSettings(nullptr, &settings);
+  estimateResources(&settings);
+  EXPECT_NE(r.out.find("Allocating and Reserving Memory...      " +
+                       formatBytes(settings.memoryNeeded + 1048576) + "\n"),
+            std::string::npos);
+  EXPECT_EQ(count, uint64_t(1) << settings.threadPower);
+  releaseComputeSettings(&settings);
 }
 
 }  // namespace
