@@ -84,31 +84,6 @@ TEST(MainMenu, AboutAfterTheMenu) {
   EXPECT_EQ(after.substr(after.size() - strlen(disclaimer)), disclaimer);
 }
 
-TEST(MainMenu, WarningScreenText) {
-  Capture capture("8\n");
-  mainMenu();
-  size_t menu = capture.text.find(menuText);
-  ASSERT_NE(menu, std::string::npos);
-  std::string after = capture.text.substr(menu + strlen(menuText));
-  EXPECT_EQ(after,
-            std::string("\n\n\nA Word of Warning...\n\n"
-                        "Performing large multi-threaded computations using this program may\n"
-                        "subject your computer to extremely high levels of stress for extended\n"
-                        "periods of time. To protect your computer, MAKE SURE that your hardware\n"
-                        "is stable and fit before performing large computations. I will take\n"
-                        "absolutely no responsibility for any damage that may be caused by this\n"
-                        "program.\n\n") +
-                disclaimer);
-}
-
-TEST(MainMenu, OutOfRangeAndLettersOnlyAskAgain) {
-  Capture capture("9\n12\nabc\n4294967296\n8\n");
-  mainMenu();
-  std::string prompts = "Enter your choice:\noption: option: option: option: option: \n\n\n";
-  EXPECT_NE(capture.text.find(prompts + "A Word of Warning...\n"), std::string::npos)
-      << capture.text;
-}
-
 TEST(Startup, WordWidthCountsDoublings) {
   EXPECT_EQ(wordWidthBits<uint8_t>(), 8u);
   EXPECT_EQ(wordWidthBits<uint16_t>(), 16u);
