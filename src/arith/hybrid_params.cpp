@@ -2,6 +2,8 @@
 // serves every size past their ends.
 #include "arith/hybrid_params.h"
 
+#include <algorithm>
+
 #include "arith/element_sizes.h"
 #include "arith/fft_sizes.h"
 
@@ -18,6 +20,13 @@ uint64_t hybridCapacity(uint32_t k, uint32_t m) {
   return (h / 256 - 1) << k;
 }
 
+// The pair's element size, ((m * 2^k) / 128) * 32 bits, is a row of
+// ElementSizeTable.
+static bool elementSizeValid(uint32_t k, uint32_t m) {
+  uint64_t elementBits = ((uint64_t(m) << k) / 128) * 32;
+  return elementSizeRowExact(elementBits) < elementSizeRowCount;
+}
+
 uint32_t hybridSearch(uint64_t productWords, uint32_t* k, uint32_t* m) {
   uint32_t e = 9;
   while (e <= 31 && productWords > hybridCapacity(e, 1)) e++;
@@ -26,9 +35,7 @@ uint32_t hybridSearch(uint64_t productWords, uint32_t* k, uint32_t* m) {
   unsigned __int128 bestCost = 0;  // m * 4^k reaches 31 * 2^62
   for (uint32_t kk = e; kk + 3 >= e; kk--) {
     for (uint32_t mm = 1; mm <= 31; mm++) {
-      if (productWords > hybridCapacity(kk, mm)) continue;
-      uint64_t elementBits = ((uint64_t(mm) << kk) / 128) * 32;
-      if (elementSizeRowExact(elementBits) >= elementSizeRowCount) continue;
+      if (productWords > hybridCapacity(kk, mm) || !elementSizeValid(kk, mm)) continue;
       unsigned __int128 cost = ((unsigned __int128)mm << (2 * kk)) - kk;
       if (!found || cost < bestCost) {
         found = true;
@@ -73,4 +80,43 @@ uint32_t hybridSquareParams(uint64_t productWords, uint32_t* k, uint32_t* m) {
 
 uint32_t hybridMultiplyParams(uint64_t productWords, uint32_t* k, uint32_t* m) {
   return hybridMultiplyParamsWith(MultiplyParamTable, SquareParamTable, productWords, k, m);
+}
+
+// The element FFT's code of a pair, 0 for elements done by the recursive
+// methods or sizes the element table doesn't hold.
+static uint32_t elementCodeOf(uint32_t k, uint32_t m) {
+  uint64_t words = (uint64_t(m) << k) / 128;
+  if (words < elementFftWords) return 0;
+  uint32_t row = elementSizeRowExact(32 * words);
+  return row < elementSizeRowCount ? ElementSizeTable[row].code : 0;
+}
+
+// Rows of a table up to the one that serves n.
+static uint32_t tableCodeBound(const HybridParamTable& table, uint64_t n) {
+  uint32_t last = sizeTableSearch(table.rows, table.count, n);
+  if (last >= table.count) last = table.count == 0 ? 0 : table.count - 1;
+  uint32_t bound = 0;
+  for (uint32_t i = 0; i < table.count && i <= last; i++) {
+    bound = std::max(bound, elementCodeOf(table.rows[i].k, table.rows[i].m));
+  }
+  return bound;
+}
+
+// For a size n in the bucket of e, hybridSearch takes k in e - 3 .. e and, for
+// each k, an m no larger than the first that holds the top of the bucket (or
+// n itself in the last bucket): every pair below that is counted.
+uint32_t hybridElementCodeBound(uint64_t productWords) {
+  uint64_t n = std::min(productWords, hybridProductWordsLimit);
+  uint32_t bound = std::max(tableCodeBound(SquareParamTable, n), tableCodeBound(MultiplyParamTable, n));
+  for (uint32_t e = 9; e <= 31; e++) {
+    uint64_t bucketTop = std::min(n, hybridCapacity(e, 1));
+    for (uint32_t k = e; k + 3 >= e; k--) {
+      for (uint32_t m = 1; m <= 31; m++) {
+        bound = std::max(bound, elementCodeOf(k, m));
+        if (bucketTop <= hybridCapacity(k, m) && elementSizeValid(k, m)) break;
+      }
+    }
+    if (n <= hybridCapacity(e, 1)) break;
+  }
+  return bound;
 }

@@ -47,3 +47,8 @@ uint32_t hybridMultiplyParamsWith(const HybridParamTable& products,
 // transform holds n with an element size of ElementSizeTable; the pair of
 // least cost m * 4^k - k wins, the larger k on a tie. Returns 1 if none.
 uint32_t hybridSearch(uint64_t productWords, uint32_t* k, uint32_t* m);
+
+// An upper bound of the element FFT's SizeCode over the parameters of every
+// product of at most `productWords` words (0 when all elements are small
+// enough for the recursive methods): what the twiddle tables must serve.
+uint32_t hybridElementCodeBound(uint64_t productWords);
