@@ -14,6 +14,7 @@
 
 #include "arith/bigfloat.h"
 #include "memory/heap.h"
+#include "support/gmp_bridge.h"
 
 // Owns an mpz_t for the length of a scope.
 struct Mpz {
@@ -75,8 +76,8 @@ inline std::vector<uint32_t> bigIntWords(const BigInt& x) {
 enum OperandKind { OperandUniform, OperandRuns, OperandAllOnes, OperandLoneTop, OperandPowerPlusOne,
                    OperandKindCount };
 
-// Random operands with a fixed seed, so a failure repeats; tests print the
-// seed and the case through SCOPED_TRACE.
+// Random operands. Tests seed them through testOperands below, so a failing
+// test prints NUMBRELLA_SEED and repeats with it.
 struct OperandSource {
   std::mt19937_64 rng;
   explicit OperandSource(uint64_t seed) : rng(seed) {}
@@ -130,3 +131,9 @@ struct OperandSource {
     return words(n, OperandKind(below(OperandKindCount)));
   }
 };
+
+// The operand source of the running test: the process seed (NUMBRELLA_SEED)
+// mixed with the test's name and `stream`.
+inline OperandSource testOperands(uint64_t stream) {
+  return OperandSource(testbridge::testRandom(stream).next());
+}

@@ -62,7 +62,7 @@ class Paging : public ::testing::Test {
 };
 
 TEST_F(Paging, PushAndLoadRoundTrip) {
-  OperandSource source(31);
+  OperandSource source = testOperands(31);
   const std::vector<uint32_t> words = source.anyWords(1000);
   BigInt x;
   makeBigInt(&heap, &x, words, 0);
@@ -131,7 +131,7 @@ TEST_F(Paging, ZeroNumbersNeverTouchTheDisk) {
 }
 
 TEST_F(Paging, DestroyAndDropDeleteTheFiles) {
-  OperandSource source(32);
+  OperandSource source = testOperands(32);
   BigInt x;
   makeBigInt(&heap, &x, source.anyWords(77));
   bigIntPushToDisk(&heap, &x, &twoPaths);
@@ -163,7 +163,7 @@ TEST_F(Paging, DestroyAndDropDeleteTheFiles) {
 }
 
 TEST_F(Paging, PagedOutNumbersAreReadByTheOperations) {
-  OperandSource source(33);
+  OperandSource source = testOperands(33);
   globalSwapPaths = &onePath;
   BigFloat x, y, result, sum, square;
   makeBigFloat(&heap, &x, source.anyWords(300), -10, true);
@@ -206,7 +206,7 @@ TEST_F(Paging, PagedOutNumbersAreReadByTheOperations) {
 }
 
 TEST_F(Paging, NumberPushedFromAChildHeapSurvivesTheMerge) {
-  OperandSource source(34);
+  OperandSource source = testOperands(34);
   const std::vector<uint32_t> words = source.anyWords(400);
   // Every block that outlives the children needs a reserved table slot: the
   // array is released by the push, but the RaidFile record and what the
