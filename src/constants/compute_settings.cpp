@@ -75,7 +75,7 @@ const char* const eulerMenu[] = {"Brent-McMillan with Refinement      (fastest)"
 const char* const emptyTable[] = {nullptr};
 
 struct ConstantEntry {
-  const char* nameLong;   // null for Sqrt(n), which is built with n
+  const char* nameLong;  // null for Sqrt(n), which is built with n
   const char* nameShort;
   const char* displayName;
   const char* const* shortNames;
@@ -98,10 +98,10 @@ const ConstantEntry constantTable[constantIdCount] = {
     {"Log(10)", "Log(10)", "Log(10)", log10Short, log10Names, log10Menu, 500000000000ull},
     {"", "", "", emptyTable, emptyTable, emptyTable, 1000000000000ull},
     {"", "", "", emptyTable, emptyTable, emptyTable, 1000000000000ull},
-    {"Zeta(3) - Apery's Constant", "Zeta(3)", "Zeta(3) - Apery's Constant", zeta3Short,
-     zeta3Names, zeta3Menu, 500000000000ull},
-    {"Catalan's Constant", "Catalan", "Catalan's Constant", catalanShort, catalanNames,
-     catalanMenu, 500000000000ull},
+    {"Zeta(3) - Apery's Constant", "Zeta(3)", "Zeta(3) - Apery's Constant", zeta3Short, zeta3Names,
+     zeta3Menu, 500000000000ull},
+    {"Catalan's Constant", "Catalan", "Catalan's Constant", catalanShort, catalanNames, catalanMenu,
+     500000000000ull},
     {"Euler-Mascheroni Constant", "Euler's Constant", "Euler-Mascheroni Constant", eulerShort,
      eulerNames, eulerMenu, 250000000000ull},
 };
@@ -212,10 +212,14 @@ uint32_t algorithmCount(const ComputeSettings* settings) {
 
 const char* computeModeName(uint32_t mode) {
   switch (mode) {
-    case computeModeRamOnly: return "Ram Only";
-    case computeModeBasicSwap: return "Basic Swap";
-    case computeModeAdvancedSwap: return "Advanced Swap";
-    default: return "";
+    case computeModeRamOnly:
+      return "Ram Only";
+    case computeModeBasicSwap:
+      return "Basic Swap";
+    case computeModeAdvancedSwap:
+      return "Advanced Swap";
+    default:
+      return "";
   }
 }
 

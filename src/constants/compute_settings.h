@@ -34,32 +34,32 @@ constexpr double hexDigitsPerDecimal = 0.8304820237218407;
 constexpr double decimalDigitsPerHex = 1.2041199826559246;
 
 struct ComputeSettings {
-  uint64_t decimalDigits;      // default 50000000
-  uint64_t hexDigits;          // default 41524102
-  uint32_t threadPower;        // 2^threadPower threads, 0..8
-  char* outputPath;            // owned or null (current directory)
-  int64_t digitsPerFile;       // 0 text, -1 one .zdg file, > 0 digits per .zdg file
-  uint32_t computeMode;        // computeModeRamOnly, ...
-  uint64_t swapDiskCount;      // paths in swapPaths (may exceed them, see the menu)
-  PathList* swapPaths;         // owned or null (one disk at the default path)
-  uint64_t wordCount;          // (hexDigits >> 3) + 2, default 5190514
-  uint64_t memoryNeeded;       // arena bytes, from the estimator
-  uint64_t diskNeeded;         // swap bytes in all, from the estimator
-  uint32_t constantId;         // constantPi, ...
-  uint32_t algorithm;          // index into the algorithm tables
-  char* nameLong;              // owned; "Zeta(3) - Apery's Constant"
-  char* nameShort;             // owned; "Zeta(3)", used in file names
-  char* displayName;           // owned; name printed on screens
+  uint64_t decimalDigits;                  // default 50000000
+  uint64_t hexDigits;                      // default 41524102
+  uint32_t threadPower;                    // 2^threadPower threads, 0..8
+  char* outputPath;                        // owned or null (current directory)
+  int64_t digitsPerFile;                   // 0 text, -1 one .zdg file, > 0 digits per .zdg file
+  uint32_t computeMode;                    // computeModeRamOnly, ...
+  uint64_t swapDiskCount;                  // paths in swapPaths (may exceed them, see the menu)
+  PathList* swapPaths;                     // owned or null (one disk at the default path)
+  uint64_t wordCount;                      // (hexDigits >> 3) + 2, default 5190514
+  uint64_t memoryNeeded;                   // arena bytes, from the estimator
+  uint64_t diskNeeded;                     // swap bytes in all, from the estimator
+  uint32_t constantId;                     // constantPi, ...
+  uint32_t algorithm;                      // index into the algorithm tables
+  char* nameLong;                          // owned; "Zeta(3) - Apery's Constant"
+  char* nameShort;                         // owned; "Zeta(3)", used in file names
+  char* displayName;                       // owned; name printed on screens
   const char* const* algorithmShortNames;  // file words; null for compute-and-verify
   const char* const* algorithmNames;       // header and settings screen; null-terminated
   const char* const* algorithmMenuLines;   // lines of the algorithm sub-menu
-  char* decimalFileStem;       // owned; nameShort " - Dec - " file word
-  char* hexFileStem;           // owned; nameShort " - Hex - " file word
-  uint64_t digitLimit;         // largest decimalDigits for this constant
-  uint64_t wordLimit;          // largest wordCount for this constant
-  uint32_t constantParameter;  // Sqrt(n): n; Euler: k of the series size 2^k
-  Heap* heap;                  // the run's arena; null outside runComputation
-  uint32_t benchmarkFlag;      // set by benchmark runs
+  char* decimalFileStem;                   // owned; nameShort " - Dec - " file word
+  char* hexFileStem;                       // owned; nameShort " - Hex - " file word
+  uint64_t digitLimit;                     // largest decimalDigits for this constant
+  uint64_t wordLimit;                      // largest wordCount for this constant
+  uint32_t constantParameter;              // Sqrt(n): n; Euler: k of the series size 2^k
+  Heap* heap;                              // the run's arena; null outside runComputation
+  uint32_t benchmarkFlag;                  // set by benchmark runs
 };
 
 // The process-wide values that the driver sets from a record live with their

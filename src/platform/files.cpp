@@ -70,9 +70,15 @@ bool writeLoop(int fd, bool positional, uint64_t offset, const void* buffer, uin
 
 }  // namespace
 
-int fileOpenReadTry(const char* path) { return openRetrying(path, O_RDONLY); }
-int fileOpenWriteTry(const char* path) { return openRetrying(path, O_RDWR | O_CREAT); }
-int fileCreateTry(const char* path) { return openRetrying(path, O_RDWR | O_CREAT | O_TRUNC); }
+int fileOpenReadTry(const char* path) {
+  return openRetrying(path, O_RDONLY);
+}
+int fileOpenWriteTry(const char* path) {
+  return openRetrying(path, O_RDWR | O_CREAT);
+}
+int fileCreateTry(const char* path) {
+  return openRetrying(path, O_RDWR | O_CREAT | O_TRUNC);
+}
 
 int fileOpenRead(const char* path) {
   int fd = fileOpenReadTry(path);
@@ -175,4 +181,6 @@ bool directoryCreate(const char* path) {
   return errno == EEXIST && directoryExists(path);
 }
 
-bool fileDelete(const char* path) { return unlink(path) == 0; }
+bool fileDelete(const char* path) {
+  return unlink(path) == 0;
+}

@@ -18,25 +18,38 @@ void printBlanks(int count) {
   for (int i = 0; i < count; ++i) printWide(" ");
 }
 
+// One line of the main menu: colour, option column, text, and whether a
+// blank line closes its colour group.
+struct MenuLine {
+  int color;
+  const char* option;
+  const char* text;
+  bool groupEnd;
+};
+
+const MenuLine menuLines[] = {
+    {11, "  0     ", "    Benchmark Pi\n", false},
+    {11, "  1     ", "    Validate a Pi Benchmark\n", false},
+    {11, "  2     ", "    Batch Benchmark Pi  (run multiple benchmarks)\n", false},
+    {11, "  3     ", "    Stress Test (beta)\n", true},
+    {14, "  4     ",
+     "    Custom Compute a Constant\n"
+     "                -   Compute other constants (e, Golden Ratio, etc...)\n"
+     "                -   Choose your own settings\n",
+     true},
+    {10, "  5     ", "    Digit Viewer        (view digits from .txt and .zdg files)\n", false},
+    {10, "  6     ", "    Compare Digits      (compare digits from different runs)\n", true},
+    {3, "  7     ", "    About\n", false},
+    {3, "  8     ", "    A Word of Warning...\n", false},
+};
+
 void printMenuOptions() {
-  colorCyan(true);
-  printWide("  0     " "    Benchmark Pi\n");
-  printWide("  1     " "    Validate a Pi Benchmark\n");
-  printWide("  2     " "    Batch Benchmark Pi  (run multiple benchmarks)\n");
-  printWide("  3     " "    Stress Test (beta)\n");
-  printWide("\n");
-  colorYellow(true);
-  printWide("  4     " "    Custom Compute a Constant\n"
-            "                -   Compute other constants (e, Golden Ratio, etc...)\n"
-            "                -   Choose your own settings\n");
-  printWide("\n");
-  colorGreen(true);
-  printWide("  5     " "    Digit Viewer        (view digits from .txt and .zdg files)\n");
-  printWide("  6     " "    Compare Digits      (compare digits from different runs)\n");
-  printWide("\n");
-  colorCyan(false);
-  printWide("  7     " "    About\n");
-  printWide("  8     " "    A Word of Warning...\n");
+  for (const MenuLine& line : menuLines) {
+    setColor(line.color);
+    printWide(line.option);
+    printWide(line.text);
+    if (line.groupEnd) printWide("\n");
+  }
   colorDefault();
   printWide("\n");
 }

@@ -17,7 +17,9 @@ void checkWordWidth(uint32_t bits) {
   pauseExit(1);
 }
 
-void compileSelfCheck() { checkWordWidth(wordWidthBits<uint32_t>()); }
+void compileSelfCheck() {
+  checkWordWidth(wordWidthBits<uint32_t>());
+}
 
 void setFloatingPointControl() {
   _mm_setcsr(_mm_getcsr() | mxcsrFlushToZero | mxcsrDenormalsAreZero);

@@ -20,7 +20,8 @@ struct Folder {
 const std::string pauseEnd = "\n\n\nPress any key to continue . . . \n";
 
 bool endsWith(const std::string& text, const std::string& tail) {
-  return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
+  return text.size() >= tail.size() &&
+         text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
 }
 
 // Checks the parts every run shares: banner once, menu once, no escapes.
@@ -41,8 +42,8 @@ TEST(Program, AboutThenPauseAndStatusZero) {
   EXPECT_NE(r.out.find("It has since gained the ability to compute other constants.\n"),
             std::string::npos);
   EXPECT_NE(r.out.find("For all overclockers:\n"), std::string::npos);
-  EXPECT_TRUE(endsWith(r.out, "damage that may unintentionally be caused through its use.\n" +
-                                  pauseEnd))
+  EXPECT_TRUE(
+      endsWith(r.out, "damage that may unintentionally be caused through its use.\n" + pauseEnd))
       << r.out;
   EXPECT_TRUE(listFolder(folder.path).empty());  // writes no file
 }
@@ -86,8 +87,9 @@ TEST(Program, EndOfInputIsFatalAtOnce) {
     ProgramResult r = runNumbrella(folder.path, input, 30);
     EXPECT_EQ(r.exitStatus, 1);
     EXPECT_FALSE(r.timedOut);
-    EXPECT_TRUE(endsWith(r.out, "option: \n\nUnexpected end of input.\n\n"
-                                "Press any key to continue . . . \n"))
+    EXPECT_TRUE(endsWith(r.out,
+                         "option: \n\nUnexpected end of input.\n\n"
+                         "Press any key to continue . . . \n"))
         << r.out;
     EXPECT_EQ(r.out.find("\nA Word of Warning"), std::string::npos);  // no screen
     EXPECT_EQ(r.out.find("\n\n\n\nPress"), std::string::npos);

@@ -1,9 +1,9 @@
 // The end-to-end runner itself, on ordinary system programs.
+#include "support/run_program.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
-
-#include "support/run_program.h"
 
 namespace {
 
@@ -30,10 +30,10 @@ TEST(RunProgram, StatusStreamsAndFolder) {
 
 TEST(RunProgram, InputIsAPipeWithoutTerminal) {
   Folder folder;
-  ProgramResult r = runProgram(
-      "/bin/sh", folder.path, "line one\nline two\n", 30,
-      {"-c", "test -t 0 || echo in-not-tty; test -t 1 || echo out-not-tty; "
-             "test -p /dev/stdin && echo in-pipe; cat"});
+  ProgramResult r = runProgram("/bin/sh", folder.path, "line one\nline two\n", 30,
+                               {"-c",
+                                "test -t 0 || echo in-not-tty; test -t 1 || echo out-not-tty; "
+                                "test -p /dev/stdin && echo in-pipe; cat"});
   EXPECT_EQ(r.exitStatus, 0);
   EXPECT_EQ(r.out, "in-not-tty\nout-not-tty\nin-pipe\nline one\nline two\n");
 }

@@ -1,8 +1,9 @@
 // File helpers: round trips, positional transfers, sizes, directories, and
 // the fatal texts of each failure.
-#include <gtest/gtest.h>
+#include "platform/files.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -11,7 +12,6 @@
 #include <vector>
 
 #include "platform/console.h"
-#include "platform/files.h"
 #include "support/run_program.h"
 
 namespace {
@@ -107,7 +107,9 @@ TEST(Files, DirectoriesAndTryForms) {
 
 // Console text of a dying child, sent to standard error for the matcher.
 std::string deathOutput;
-void flushDeathOutput() { fputs(deathOutput.c_str(), stderr); }
+void flushDeathOutput() {
+  fputs(deathOutput.c_str(), stderr);
+}
 void captureForDeath() {
   consoleCaptureTo(&deathOutput);
   consoleInputFrom("");
@@ -119,14 +121,30 @@ TEST(FilesDeath, EachFailureHasItsText) {
   std::string missing = folder.file("missing");
   std::string file = folder.file("short");
   fileClose(fileCreate(file.c_str()));
-  EXPECT_EXIT({ captureForDeath(); fileOpenRead(missing.c_str()); },
-              ::testing::ExitedWithCode(1), "Unable to open or create file\\.");
-  EXPECT_EXIT({ captureForDeath(); fileCreate(folder.file("a/b").c_str()); },
-              ::testing::ExitedWithCode(1), "Unable to open or create file\\.");
-  EXPECT_EXIT({ captureForDeath(); fileSize(missing.c_str()); },
-              ::testing::ExitedWithCode(1), "Path does not exist\\.");
-  EXPECT_EXIT({ captureForDeath(); fileClose(1000000); },
-              ::testing::ExitedWithCode(1), "Unable to close file\\.");
+  EXPECT_EXIT(
+      {
+        captureForDeath();
+        fileOpenRead(missing.c_str());
+      },
+      ::testing::ExitedWithCode(1), "Unable to open or create file\\.");
+  EXPECT_EXIT(
+      {
+        captureForDeath();
+        fileCreate(folder.file("a/b").c_str());
+      },
+      ::testing::ExitedWithCode(1), "Unable to open or create file\\.");
+  EXPECT_EXIT(
+      {
+        captureForDeath();
+        fileSize(missing.c_str());
+      },
+      ::testing::ExitedWithCode(1), "Path does not exist\\.");
+  EXPECT_EXIT(
+      {
+        captureForDeath();
+        fileClose(1000000);
+      },
+      ::testing::ExitedWithCode(1), "Unable to close file\\.");
   EXPECT_EXIT(
       {
         captureForDeath();

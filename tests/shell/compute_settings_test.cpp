@@ -1,5 +1,7 @@
 // ComputeSettings helpers: defaults, the texts and stems of every constant,
 // the digit relations and the Euler series size.
+#include "constants/compute_settings.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -7,7 +9,6 @@
 #include <random>
 #include <string>
 
-#include "constants/compute_settings.h"
 #include "platform/threads.h"
 
 namespace {

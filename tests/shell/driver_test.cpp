@@ -1,5 +1,7 @@
 // runComputation: header texts, the arena with its margin, the empty
 // constants, the times, and the release that lets a record run again.
+#include "shell/driver.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -7,7 +9,6 @@
 #include "constants/compute_settings.h"
 #include "platform/console.h"
 #include "platform/threads.h"
-#include "shell/driver.h"
 
 namespace {
 

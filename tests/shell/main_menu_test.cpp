@@ -1,6 +1,7 @@
 // Banner, main menu layout, the two text screens, the start-up checks.
-#include <gtest/gtest.h>
+#include "shell/main_menu.h"
 
+#include <gtest/gtest.h>
 #include <xmmintrin.h>
 
 #include <cfloat>
@@ -10,7 +11,6 @@
 #include <string>
 
 #include "platform/console.h"
-#include "shell/main_menu.h"
 #include "shell/startup.h"
 
 namespace {
@@ -95,7 +95,9 @@ TEST(Startup, WordWidthCountsDoublings) {
 // Console text of a dying child, sent to standard error so that the death
 // test can match it.
 std::string deathOutput;
-void flushDeathOutput() { fputs(deathOutput.c_str(), stderr); }
+void flushDeathOutput() {
+  fputs(deathOutput.c_str(), stderr);
+}
 
 TEST(StartupDeath, WrongWordWidthEndsBeforeAnyMenu) {
   checkWordWidth(32);  // the right width passes silently

@@ -109,9 +109,18 @@ ProgramResult runProgram(const std::string& binary, const std::string& workDir,
     pollfd fds[3];
     int count = 0;
     int inIndex = -1, outIndex = -1, errIndex = -1;
-    if (inFd >= 0) { inIndex = count; fds[count++] = {inFd, POLLOUT, 0}; }
-    if (outFd >= 0) { outIndex = count; fds[count++] = {outFd, POLLIN, 0}; }
-    if (errFd >= 0) { errIndex = count; fds[count++] = {errFd, POLLIN, 0}; }
+    if (inFd >= 0) {
+      inIndex = count;
+      fds[count++] = {inFd, POLLOUT, 0};
+    }
+    if (outFd >= 0) {
+      outIndex = count;
+      fds[count++] = {outFd, POLLIN, 0};
+    }
+    if (errFd >= 0) {
+      errIndex = count;
+      fds[count++] = {errFd, POLLIN, 0};
+    }
     int waitMs = static_cast<int>(std::min(left * 1000.0 + 1.0, 1000.0));
     int ready = poll(fds, static_cast<nfds_t>(count), waitMs);
     if (ready < 0) {
@@ -160,8 +169,8 @@ ProgramResult runProgram(const std::string& binary, const std::string& workDir,
 
 std::string makeTempFolder() {
   const char* base = getenv("TMPDIR");
-  std::string pattern = std::string(base != nullptr && *base != '\0' ? base : "/tmp") +
-                        "/numbrella_test_XXXXXX";
+  std::string pattern =
+      std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/numbrella_test_XXXXXX";
   std::vector<char> buffer(pattern.begin(), pattern.end());
   buffer.push_back('\0');
   if (mkdtemp(buffer.data()) == nullptr) return std::string();

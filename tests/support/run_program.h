@@ -8,11 +8,11 @@
 #include <vector>
 
 struct ProgramResult {
-  int exitStatus;      // exit code; -1 when the process died by a signal
-  int signal;          // the signal that ended it, 0 when it exited
-  bool timedOut;       // killed because the time limit passed
-  std::string out;     // everything written to standard output
-  std::string err;     // everything written to standard error
+  int exitStatus;   // exit code; -1 when the process died by a signal
+  int signal;       // the signal that ended it, 0 when it exited
+  bool timedOut;    // killed because the time limit passed
+  std::string out;  // everything written to standard output
+  std::string err;  // everything written to standard error
 };
 
 // Runs `binary` with `arguments` (none for numbrella, which reads no command
