@@ -1,0 +1,208 @@
+// Twiddle pyramids: every entry against MPFR's correctly rounded cosine and
+// sine, the layout of the levels and heads, and how the tables grow and go.
+#include <gtest/gtest.h>
+#include <mpfr.h>
+
+#include <cstdint>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+#include "arith/fft_tables.h"
+#include "arith/hybrid_params.h"
+#include "arith/twiddles.h"
+
+namespace {
+
+// The correctly rounded doubles of cos and sin of 2 pi t / circle for
+// t = 1 .. pairs, as (cos, sin) pairs, computed on two threads. The angle is
+// taken to 192 bits (far more than any of these roundings needs) and MPFR
+// rounds its cosine and sine correctly to 53.
+std::vector<double> referencePairs(uint64_t pairs, uint64_t circle) {
+  std::vector<double> out(2 * pairs);
+  auto work = [&](uint64_t first, uint64_t step) {
+    mpfr_t step2pi, x, c, s;
+    mpfr_init2(step2pi, 192);
+    mpfr_init2(x, 192);
+    mpfr_init2(c, 53);
+    mpfr_init2(s, 53);
+    mpfr_const_pi(step2pi, MPFR_RNDN);
+    mpfr_mul_2ui(step2pi, step2pi, 1, MPFR_RNDN);
+    mpfr_div_ui(step2pi, step2pi, circle, MPFR_RNDN);
+    for (uint64_t t = first; t <= pairs; t += step) {
+      mpfr_mul_ui(x, step2pi, t, MPFR_RNDN);
+      mpfr_sin_cos(s, c, x, MPFR_RNDN);
+      out[2 * (t - 1)] = mpfr_get_d(c, MPFR_RNDN);
+      out[2 * (t - 1) + 1] = mpfr_get_d(s, MPFR_RNDN);
+    }
+    mpfr_clears(step2pi, x, c, s, (mpfr_ptr)0);
+    mpfr_free_cache();
+  };
+  std::thread other(work, 2, 2);
+  work(1, 2);
+  other.join();
+  return out;
+}
+
+// Checks every level of a pyramid of the family K with `levels` levels: pair
+// t of level j is the angle 2 pi t / (K 2^(j+1)), the top's pair t 2^(top-j).
+void checkPyramid(const double* pyramid, uint32_t family, uint64_t levels) {
+  ASSERT_NE(pyramid, nullptr);
+  EXPECT_EQ(reinterpret_cast<uintptr_t>(pyramid) % 16, 0u);
+  EXPECT_EQ(pyramidLevelCount(pyramid), levels);
+  uint32_t top = uint32_t(levels - 1);
+  uint64_t topPairs = uint64_t(family) << (top - 2);
+  std::vector<double> expected = referencePairs(topPairs, uint64_t(family) << (top + 1));
+  uint64_t wrong = 0;
+  for (uint32_t j = 2; j <= top; j++) {
+    const double* level = pyramidLevel(pyramid, family, j);
+    uint64_t pairs = uint64_t(family) << (j - 2);
+    for (uint64_t t = 1; t <= pairs; t++) {
+      uint64_t at = (t << (top - j)) - 1;
+      if (level[2 * (t - 1)] != expected[2 * at] || level[2 * (t - 1) + 1] != expected[2 * at + 1]) {
+        if (wrong++ < 5) ADD_FAILURE() << "family " << family << " level " << j << " t " << t;
+      }
+    }
+  }
+  EXPECT_EQ(wrong, 0u) << "family " << family;
+  EXPECT_EQ(pyramid[1], 0.0);
+}
+
+// Correctly rounded cos and sin of 2 pi t / circle.
+void exactPair(uint64_t t, uint64_t circle, double* c, double* s) {
+  mpfr_t x, y;
+  mpfr_init2(x, 64);
+  mpfr_init2(y, 53);
+  mpfr_set_ui(x, t, MPFR_RNDN);
+  mpfr_cosu(y, x, circle, MPFR_RNDN);
+  *c = mpfr_get_d(y, MPFR_RNDN);
+  mpfr_sinu(y, x, circle, MPFR_RNDN);
+  *s = mpfr_get_d(y, MPFR_RNDN);
+  mpfr_clear(x);
+  mpfr_clear(y);
+}
+
+struct TablesGone {
+  ~TablesGone() { releaseFftTables(); }
+};
+
+TEST(FftTables, EveryTwiddleOfTheLargestTablesIsCorrectlyRounded) {
+  TablesGone cleanup;
+  buildFftTables(500000);
+  ASSERT_NE(fftTables, nullptr);
+  // 64 * 500000 bits: the 2621440-point row, code 85.
+  EXPECT_EQ(fftTables->builtCode, 85u);
+  checkPyramid(fftTables->pyramid2, 1, 85 / 4 + 1);
+  checkPyramid(fftTables->pyramid3, 3, (85 - 2) / 4);
+  checkPyramid(fftTables->pyramid5, 5, (85 - 1) / 4 - 1);
+  EXPECT_EQ(fftTables->pyramid7, nullptr);
+
+  // Heads: the butterfly constants cos and sin of 2 pi k / 3 and 2 pi k / 5.
+  const double* p3 = fftTables->pyramid3;
+  double c, s;
+  EXPECT_EQ(p3[2], 0.0);
+  EXPECT_EQ(p3[3], 0.0);
+  exactPair(1, 3, &c, &s);
+  EXPECT_EQ(p3[4], c);
+  EXPECT_EQ(p3[5], s);
+  const double* p5 = fftTables->pyramid5;
+  for (uint64_t k = 1; k <= 4; k++) {
+    exactPair(k, 5, &c, &s);
+    EXPECT_EQ(p5[2 * k], c) << k;
+    EXPECT_EQ(p5[2 * k + 1], s) << k;
+  }
+}
+
+TEST(FftTables, SlowPathAgreesWithMpfrOnSampledAngles) {
+  // The refinement path alone, at circles of every family and many sizes.
+  uint64_t wrong = 0;
+  for (uint64_t circle : {uint64_t(8), uint64_t(24), uint64_t(40), uint64_t(1) << 20,
+                          uint64_t(3) << 25, uint64_t(5) << 30}) {
+    uint64_t octant = circle / 8;
+    for (uint64_t t = 1; t <= octant; t += 1 + octant / 300) {
+      double c, s, ec, es;
+      twiddleExact(t, circle, &c, &s);
+      exactPair(t, circle, &ec, &es);
+      if (c != ec || s != es) wrong++;
+    }
+  }
+  EXPECT_EQ(wrong, 0u);
+}
+
+TEST(FftTables, GrowRebuildsOnlyThePyramidsThatAreTooShort) {
+  TablesGone cleanup;
+  // 84 words = 5376 bits: the 256-point row, code 32.
+  buildFftTables(84);
+  ASSERT_NE(fftTables, nullptr);
+  EXPECT_EQ(fftTables->builtCode, 32u);
+  EXPECT_EQ(pyramidLevelCount(fftTables->pyramid2), 9u);
+  EXPECT_EQ(pyramidLevelCount(fftTables->pyramid3), 7u);
+  EXPECT_EQ(pyramidLevelCount(fftTables->pyramid5), 6u);
+  double* p2 = fftTables->pyramid2;
+  double* p3 = fftTables->pyramid3;
+  double* p5 = fftTables->pyramid5;
+  // A smaller size changes nothing.
+  buildFftTables(10);
+  EXPECT_EQ(fftTables->builtCode, 32u);
+  EXPECT_EQ(fftTables->pyramid2, p2);
+  EXPECT_EQ(fftTables->pyramid5, p5);
+  // Code 33 (320 points) needs a longer 5-pyramid only.
+  EXPECT_EQ(growFftTables(fftTables, 33), 0u);
+  EXPECT_EQ(fftTables->builtCode, 33u);
+  EXPECT_EQ(fftTables->pyramid2, p2);
+  EXPECT_EQ(fftTables->pyramid3, p3);
+  EXPECT_EQ(pyramidLevelCount(fftTables->pyramid5), 7u);
+  // Code 34 (384 points) needs a longer 3-pyramid only.
+  p5 = fftTables->pyramid5;
+  EXPECT_EQ(growFftTables(fftTables, 34), 0u);
+  EXPECT_EQ(fftTables->pyramid2, p2);
+  EXPECT_EQ(fftTables->pyramid5, p5);
+  EXPECT_EQ(pyramidLevelCount(fftTables->pyramid3), 8u);
+  // A code at or below builtCode is a no-op.
+  p3 = fftTables->pyramid3;
+  EXPECT_EQ(growFftTables(fftTables, 30), 0u);
+  EXPECT_EQ(fftTables->builtCode, 34u);
+  EXPECT_EQ(fftTables->pyramid3, p3);
+  // A grown table is as right as a fresh one.
+  checkPyramid(fftTables->pyramid3, 3, 8);
+  checkPyramid(fftTables->pyramid5, 5, 7);
+  // 1000 words: 64000 bits, the 4096-point row (code 48), all three grow.
+  buildFftTables(1000);
+  EXPECT_EQ(fftTables->builtCode, 48u);
+  EXPECT_EQ(pyramidLevelCount(fftTables->pyramid2), 13u);
+  EXPECT_EQ(pyramidLevelCount(fftTables->pyramid3), 11u);
+  EXPECT_EQ(pyramidLevelCount(fftTables->pyramid5), 10u);
+  checkPyramid(fftTables->pyramid2, 1, 13);
+}
+
+TEST(FftTables, ReleaseClearsThePointerAndTablesBuildAgain) {
+  buildFftTables(200);
+  ASSERT_NE(fftTables, nullptr);
+  releaseFftTables();
+  EXPECT_EQ(fftTables, nullptr);
+  releaseFftTables();  // nothing left: no effect
+  EXPECT_EQ(fftTables, nullptr);
+  buildFftTables(200);
+  ASSERT_NE(fftTables, nullptr);
+  EXPECT_GT(fftTables->builtCode, 0u);
+  releaseFftTables();
+  EXPECT_EQ(fftTables, nullptr);
+}
+
+TEST(FftTables, CodeForARunCoversItsFftsAndHybridElements) {
+  // Up to the cap: the row of 64 * words bits.
+  EXPECT_EQ(fftTablesCodeFor(1), 28u);  // below the first row: row 1
+  EXPECT_EQ(fftTablesCodeFor(84), 32u);
+  EXPECT_EQ(fftTablesCodeFor(500000), 85u);
+  // Past the cap the code stays, until the hybrid transform's elements grow
+  // past 2621440 points (products beyond about 1.4 * 10^12 words).
+  EXPECT_EQ(fftTablesCodeFor(5000000), 85u);
+  EXPECT_EQ(fftTablesCodeFor(300000000000ull), 85u);
+  for (uint64_t words : {uint64_t(700000000000ull), uint64_t(9999999999900ull)}) {
+    SizeCode code = fftTablesCodeFor(words);
+    EXPECT_GT(code, 85u);
+    EXPECT_GE(code, hybridElementCodeBound(2 * words));
+  }
+}
+
+}  // namespace
