@@ -304,7 +304,7 @@ TEST_F(LinearOps, MultiplyWord) {
     const uint64_t p = source.below(100);
     const uint64_t drop = n > p + 3 ? n - (p + 3) : 0;
     Mpz expected, got;
-    mpzFromWords(expected.z, x.mantissa.words + drop, n - drop);
+    testbridge::toMpz(expected.z, x.mantissa.words + drop, n - drop);
     mpz_mul_ui(expected.z, expected.z, word);
     const int64_t exponent = x.exponent;
     uint32_t* before = x.mantissa.words;
