@@ -1,5 +1,7 @@
 // Choice of the product method by size, and the one place that maps each
 // method to the worker that runs it.
+#include <atomic>
+
 #include "arith/multiply.h"
 #include "arith/recursive.h"
 #include "arith/tuning.h"
@@ -8,11 +10,11 @@ namespace {
 
 uint32_t injectedAttempts = 0;
 uint64_t injectedCode = multiplyDetectedError;
-uint64_t workerCalls = 0;
+std::atomic<uint64_t> workerCalls{0};  // products run on many threads
 
 // Test hook: true when this attempt is to fail with the injected code.
 bool injectedFailure(uint32_t attempt) {
-  workerCalls++;
+  workerCalls.fetch_add(1, std::memory_order_relaxed);
   return attempt < 32 && ((injectedAttempts >> attempt) & 1) != 0;
 }
 
@@ -23,7 +25,7 @@ void multiplyInjectFaults(uint32_t attemptMask, uint64_t code) {
   injectedCode = code;
 }
 
-uint64_t multiplyWorkerCalls() { return workerCalls; }
+uint64_t multiplyWorkerCalls() { return workerCalls.load(std::memory_order_relaxed); }
 
 MultiplyMethod chooseSquareMethod(uint64_t n, uint32_t threadPower) {
   if (n < fftSquareThreshold) return MultiplyRecursive;
