@@ -1,0 +1,279 @@
+// Resource estimation: the corrections and mode pick of estimateResources,
+// the product and conversion figures, the series shape, the limits, and the
+// fatal end past the largest multiplication.
+#include "shell/estimate.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "arith/product_bytes.h"
+#include "platform/console.h"
+#include "shell/estimate_internal.h"
+
+namespace {
+
+struct Settings {
+  ComputeSettings record;
+  Settings() { initComputeSettings(nullptr, &record); }
+  ~Settings() { releaseComputeSettings(&record); }
+};
+
+std::string childConsole;
+void prepareChild() {
+  consoleInputFrom("");
+  consoleCaptureTo(&childConsole);
+  atexit([] { fputs(childConsole.c_str(), stderr); });
+}
+
+TEST(EstimateResources, ModePickFollowsTheSwapFloor) {
+  Settings s;
+  setDecimalDigits(&s.record, 10000000);
+  s.record.computeMode = computeModeBasicSwap;
+  ASSERT_LT(s.record.wordCount, swapFloorWords);
+  estimateResources(&s.record);
+  EXPECT_EQ(s.record.computeMode, computeModeRamOnly);
+  EXPECT_EQ(s.record.diskNeeded, 0u);
+
+  s.record.wordCount = swapFloorWords;
+  s.record.computeMode = computeModeBasicSwap;
+  estimateModes(&s.record);
+  EXPECT_EQ(s.record.computeMode, computeModeBasicSwap);
+  s.record.computeMode = 0;
+  estimateModes(&s.record);
+  EXPECT_EQ(s.record.computeMode, computeModeRamOnly);
+
+  setDecimalDigits(&s.record, 100000000);
+  s.record.computeMode = computeModeBasicSwap;
+  estimateResources(&s.record);
+  EXPECT_EQ(s.record.computeMode, computeModeBasicSwap);
+  EXPECT_GT(s.record.diskNeeded, 0u);
+  EXPECT_EQ(s.record.memoryNeeded, estimateRootSwap(s.record.wordCount, s.record.threadPower));
+}
+
+TEST(EstimateResources, CorrectsDigitsEulerSizeAndOutputForm) {
+  Settings s;
+  s.record.digitLimit = 1000000;
+  setDecimalDigits(&s.record, 2000000);
+  estimateResources(&s.record);
+  EXPECT_EQ(s.record.decimalDigits, 1000000u);
+
+  selectConstant(nullptr, &s.record, constantEuler);
+  setDecimalDigits(&s.record, 50000000);
+  s.record.constantParameter = 0;
+  estimateResources(&s.record);
+  EXPECT_EQ(s.record.constantParameter, eulerSizePower(s.record.hexDigits));
+  EXPECT_GE(s.record.constantParameter, 5u);
+
+  // Below 1048576 hexadecimal digits the output is a text file.
+  setHexDigits(&s.record, 1048575);
+  s.record.digitsPerFile = 100000;
+  estimateResources(&s.record);
+  EXPECT_EQ(s.record.digitsPerFile, 0);
+  // From there a block that holds all digits becomes one file.
+  setHexDigits(&s.record, 2000000);
+  s.record.digitsPerFile = 2000000;
+  estimateResources(&s.record);
+  EXPECT_EQ(s.record.digitsPerFile, -1);
+  s.record.digitsPerFile = 1999999;
+  estimateResources(&s.record);
+  EXPECT_EQ(s.record.digitsPerFile, 1999999);
+  s.record.digitsPerFile = -1;
+  estimateResources(&s.record);
+  EXPECT_EQ(s.record.digitsPerFile, -1);
+}
+
+TEST(EstimateResources, ThreadsRaiseTheMemory) {
+  Settings s;
+  s.record.threadPower = 0;
+  estimateResources(&s.record);
+  uint64_t single = s.record.memoryNeeded;
+  EXPECT_GT(single, 0u);
+  s.record.threadPower = 3;
+  estimateResources(&s.record);
+  EXPECT_GT(s.record.memoryNeeded, single);
+}
+
+TEST(EstimateConstant, DispatchByConstantAndMode) {
+  uint64_t memory = 1, disk = 1;
+  for (uint32_t id : {6u, 7u, 11u}) {
+    estimateConstant(id, 0, 1000000, 2, computeModeRamOnly, &memory, &disk);
+    EXPECT_EQ(memory, 0u);
+    EXPECT_EQ(disk, 0u);
+  }
+  const uint64_t words = 6000000;
+  for (uint32_t id : {constantSqrtN, constantGoldenRatio}) {
+    estimateConstant(id, 0, words, 1, computeModeRamOnly, &memory, &disk);
+    EXPECT_EQ(memory, estimateRoot(words, 1));
+    EXPECT_EQ(disk, 0u);
+    estimateConstant(id, 0, words, 1, computeModeBasicSwap, &memory, &disk);
+    EXPECT_EQ(memory, estimateRootSwap(words, 1));
+    EXPECT_EQ(disk, estimateConversionDisk(words));
+  }
+  // Every series constant: at least the conversion in Ram Only; the shared
+  // swap memory and at least the conversion's disk in Basic Swap.
+  for (uint32_t id : {constantE, constantPi, constantLog2, constantLog10, constantZeta3,
+                      constantCatalan, constantEuler}) {
+    estimateConstant(id, 0, words, 2, computeModeRamOnly, &memory, &disk);
+    EXPECT_GE(memory, estimateConversion(words, 2)) << id;
+    EXPECT_EQ(disk, 0u);
+    estimateConstant(id, 0, words, 2, computeModeBasicSwap, &memory, &disk);
+    EXPECT_EQ(memory, estimateRootSwap(words, 2)) << id;
+    if (id != constantEuler) EXPECT_GE(disk, estimateConversionDisk(words)) << id;
+  }
+  // Euler's swap disk: 48 L, and 60 L for compute and verify.
+  estimateConstant(constantEuler, 1, words, 0, computeModeBasicSwap, &memory, &disk);
+  EXPECT_EQ(disk, 48 * words);
+  estimateConstant(constantEuler, 2, words, 0, computeModeBasicSwap, &memory, &disk);
+  EXPECT_EQ(disk, 60 * words);
+  // Catalan by Lupas has its series peak, which also covers the finish.
+  estimateConstant(constantCatalan, 0, words, 0, computeModeRamOnly, &memory, &disk);
+  EXPECT_EQ(memory, std::max(seriesPeak(lupasSeries, words, 0), estimateConversion(words, 0)));
+  EXPECT_GE(memory, 12 * words + productScratch(words, 0));
+}
+
+TEST(EstimateProduct, ScratchByClassAtItsMargin) {
+  EXPECT_EQ(productScratchAt(10, 0), 20u);
+  // One Karatsuba level of 20: 16 * 20 + 4 * 20.
+  EXPECT_EQ(productScratchAt(20, 0), 400u);
+  EXPECT_EQ(productScratchAt(57, 0), 16u * 57 + 4 * (58 + 30 + 16));
+  EXPECT_EQ(productScratchAt(58, 0), fftProductBytes(58));
+  EXPECT_EQ(productScratchAt(13056, 0), fftProductBytes(13056));
+  // From 13057 the hybrid at twice the length, never below the largest FFT.
+  for (uint32_t t : {0u, 4u}) {
+    uint64_t s = 13057;
+    EXPECT_EQ(productScratchAt(s, t),
+              std::max(hybridPeakBytes(2 * s, t), fftProductBytes(13056)));
+  }
+  EXPECT_EQ(productScratch(1000, 0), productScratchAt(1100, 0));
+}
+
+TEST(EstimateProduct, EachThreadLevelAddsTheScratchOfHalfTheSize) {
+  uint64_t single = estimateProduct(1000, 0, 0, 0);
+  EXPECT_EQ(single, fftProductBytes(1100));
+  // Levels at 510 and 265 words, each taken at +110: FFTs of 620 and 375.
+  EXPECT_EQ(estimateProduct(1000, 2, 0, 0) - single,
+            (20u * 2048 + 8 * 620) + (20u * 1536 + 8 * 375));
+  // One level more: 142 words at +110.
+  EXPECT_EQ(estimateProduct(1000, 2, 1, 0) - estimateProduct(1000, 2, 0, 0),
+            20u * 1024 + 8 * 252);
+  EXPECT_EQ(estimateProduct(1000, 2, 0, 5), single);
+  EXPECT_EQ(estimateProduct(1000, 2, 1, 1), estimateProduct(1000, 2, 0, 0));
+}
+
+TEST(EstimateConversion, SmallAndPaddedShapes) {
+  // 5 words: w = 5, w + 2 below 16, so no table: (L + w) * 4 = 40 bytes
+  // against the scratch of a 105-word FFT (384 points).
+  EXPECT_EQ(estimateConversion(5, 0), 20u * 384 + 8 * 105);
+  // 1000 words: w = 1070, 1072 halves 7 times to 9; table 1958 words;
+  // working (1000 + 1070 + 1958) * 4 = 16112 bytes. The top division is 538
+  // words long: an FFT of 638 words (2048 points).
+  EXPECT_EQ(estimateConversion(1000, 0), 20u * 2048 + 8 * 638);
+  EXPECT_EQ(estimateConversionDisk(1000), (2u * (1000 + 1070) + 1958) * 4);
+  // Threads add levels to the division's scratch.
+  EXPECT_GT(estimateConversion(1000, 1), estimateConversion(1000, 0));
+  // Large numbers: the working memory dominates, about 4.3 L + 1.7 * table.
+  uint64_t big = estimateConversion(100000000, 0);
+  EXPECT_GE(big, (100000000u + 107032887) * 4);
+  EXPECT_LT(big, 100000000ull * 40);
+}
+
+TEST(EstimateRoot, NewtonStepOrConversion) {
+  // 1000 words: W = 1002, P = 1005, h = 502: 4 (505 + 3 * 1008 + 64) bytes of
+  // numbers and the scratch of a 505-word product (an FFT of 605 words).
+  EXPECT_EQ(estimateRoot(1000, 0), 4u * (505 + 3 * 1008 + 64) + 20 * 2048 + 8 * 605);
+  for (uint64_t words : {uint64_t(10), uint64_t(100000), uint64_t(30000000)}) {
+    EXPECT_GE(estimateRoot(words, 2), estimateConversion(words, 2));
+    EXPECT_GE(estimateRootSwap(words, 2), productScratch(words, 2));
+  }
+}
+
+// The first block of Lupas by its definition: the smallest m in 1 .. N at
+// which the words of Q reach the precision left, N if there is none.
+uint64_t lupasPrecisionByScan(uint64_t words) {
+  uint64_t terms = uint64_t(16.0L * words) + 1;
+  long double first = lupasSeries.sizeWords(0);
+  uint64_t m = 1;
+  for (; m < terms; m++) {
+    long double left = truncl(std::max((long double)words - m / 16.0L, 0.0L));
+    if (left + first <= lupasSeries.sizeWords(m)) break;
+  }
+  return uint64_t(truncl(std::max((long double)words - m / 16.0L, 0.0L)));
+}
+
+TEST(EstimateSeries, LupasFirstBlockAndPeak) {
+  EXPECT_NEAR((double)lupasSeries.sizeWords(0), (1.4189385332046727 - 1.5) * 0.18033688011112042,
+              1e-15);
+  for (uint64_t words = 1; words <= 400; words++) {
+    EXPECT_EQ(seriesTopPrecision(lupasSeries, words), lupasPrecisionByScan(words)) << words;
+  }
+  for (uint64_t words : {uint64_t(1234), uint64_t(20000)}) {
+    uint64_t p = seriesTopPrecision(lupasSeries, words);
+    EXPECT_EQ(p, lupasPrecisionByScan(words));
+    EXPECT_GT(p, words / 2);
+    EXPECT_LT(p, words);
+  }
+  // The peak holds the three numbers and their product, or the finish.
+  const uint64_t words = 2000000;
+  uint64_t p = seriesTopPrecision(lupasSeries, words);
+  uint64_t peak = seriesPeak(lupasSeries, words, 2);
+  EXPECT_GE(peak, 8 * words + 8 * p + 4 * 2 * p + estimateProduct(p, 2, 1, 1));
+  EXPECT_GE(peak, 12 * words + productScratch(words, 2));
+  EXPECT_GT(seriesPeak(lupasSeries, words, 4), seriesPeak(lupasSeries, words, 0));
+}
+
+TEST(ConstantLimits, LargestSizesThatTheTransformServes) {
+  uint64_t digits = 0, words = 0;
+  constantLimits(6, &digits, &words);
+  EXPECT_EQ(digits, 0u);
+  EXPECT_EQ(words, 0u);
+  constantLimits(constantPi, &digits, &words);
+  EXPECT_EQ(words, 9999999999900u);
+  // The decimal limit maps onto the word limit by the digit relations.
+  Settings s;
+  setDecimalDigits(&s.record, digits);
+  EXPECT_EQ(s.record.wordCount, words);
+  setDecimalDigits(&s.record, digits + 1);
+  EXPECT_GT(s.record.wordCount, words);
+  // Every constant, algorithm and mode estimates at the limit without
+  // reaching the fatal end.
+  for (uint32_t id = 0; id < constantIdCount; id++) {
+    constantLimits(id, &digits, &words);
+    if (words == 0) continue;
+    for (uint32_t algorithm = 0; algorithm < 3; algorithm++) {
+      for (uint32_t mode : {computeModeRamOnly, computeModeBasicSwap}) {
+        uint64_t memory = 0, disk = 0;
+        estimateConstant(id, algorithm, words, 8, mode, &memory, &disk);
+        EXPECT_GT(memory, words) << id;
+      }
+    }
+  }
+}
+
+TEST(ConstantLimitsDeath, PastTheLargestMultiplicationIsFatal) {
+  // One word past the limit, the finish of Lupas and the swap run's largest
+  // product need more than the hybrid transform holds.
+  EXPECT_EXIT(
+      {
+        prepareChild();
+        uint64_t memory = 0;
+        uint64_t disk = 0;
+        estimateConstant(constantCatalan, 0, 9999999999901u, 0, computeModeRamOnly, &memory,
+                         &disk);
+      },
+      ::testing::ExitedWithCode(1),
+      "^\n\nMaximum supported multiplication size has been exceeded\\.\n\n");
+  EXPECT_EXIT(
+      {
+        prepareChild();
+        uint64_t memory = 0;
+        uint64_t disk = 0;
+        estimateConstant(constantPi, 0, 9999999999901u, 3, computeModeBasicSwap, &memory, &disk);
+      },
+      ::testing::ExitedWithCode(1), "Maximum supported multiplication size has been exceeded\\.");
+}
+
+}  // namespace
