@@ -4,6 +4,7 @@
 // odd), so no limb is ever read or written past the arrays.
 #include <cassert>
 
+#include "arith/basecase_fixed.h"
 #include "arith/basecase_limbs.h"
 #include "arith/recursive.h"
 
@@ -19,8 +20,8 @@ void storeWide(uint32_t* out, uint64_t value) {
 // out[0 .. 2n) = a^2, n >= 1. out must not overlap a.
 void basecaseSquare(const uint32_t* a, uint64_t n, uint32_t* out) {
   assert(n >= 1);
-  if (n == 1) {
-    storeWide(out, (uint64_t)a[0] * a[0]);
+  if (n <= basecaseFixedMaximum) {
+    fixedSquareKernels[n](a, out);
     return;
   }
   uint64_t m = n / 2;
@@ -37,8 +38,8 @@ void basecaseSquare(const uint32_t* a, uint64_t n, uint32_t* out) {
 // out[0 .. 2n) = a * b, n >= 1. out must not overlap a or b.
 void basecaseMultiply(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* out) {
   assert(n >= 1);
-  if (n == 1) {
-    storeWide(out, (uint64_t)a[0] * b[0]);
+  if (n <= basecaseFixedMaximum) {
+    fixedMultiplyKernels[n](a, b, out);
     return;
   }
   uint64_t m = n / 2;

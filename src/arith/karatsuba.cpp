@@ -3,6 +3,7 @@
 // one pass over the words.
 #include <cassert>
 
+#include "arith/basecase_limbs.h"
 #include "arith/recursive_internal.h"
 #include "arith/word_ops.h"
 
@@ -18,13 +19,8 @@ bool absoluteDifference(const uint32_t* lo, const uint32_t* hi, uint64_t h, uint
   else
     hiLarger = compareWords(lo, hi, l) < 0;
   if (!hiLarger) {
-    int64_t acc = 0;
-    for (uint64_t i = 0; i < l; i++) {
-      acc += (int64_t)lo[i] - (int64_t)hi[i];
-      out[i] = (uint32_t)acc;
-      acc >>= 32;
-    }
-    if (h > l) out[h - 1] = (uint32_t)(lo[h - 1] + acc);
+    uint32_t borrow = subtractWords(lo, hi, l, out);
+    if (h > l) out[h - 1] = lo[h - 1] - borrow;
   } else {
     subtractWords(hi, lo, l, out);
     if (h > l) out[h - 1] = 0;
@@ -33,41 +29,61 @@ bool absoluteDifference(const uint32_t* lo, const uint32_t* hi, uint64_t h, uint
 }
 
 // The combination: with L = lo*lo in out[0 .. 2h), H = hi*hi in out[2h .. 2n)
-// and D in scratch[0 .. 2h), adds the middle term L + H - D (L + H + D when
-// `addD`) at word h. The sum of the two overlapping quarters out[h + i] and
-// out[2h + i] is formed once and feeds both output streams.
+// and D in d[0 .. 2h), adds the middle term L + H - D (L + H + D when AddD)
+// at word h. The sum of the two overlapping quarters out[h + i] and
+// out[2h + i] is formed once and feeds both output streams, each with its own
+// signed carry: the stream at h takes L[i] - D[i], the stream at 2h takes
+// H[h + i] - D[h + i]. Two words at a time with 128-bit accumulators; when n
+// is odd H[h + i] ends two words early and the last pair (and any odd word)
+// runs after the main loop.
 template <bool AddD>
 void combine(uint32_t* out, const uint32_t* d, uint64_t n, uint64_t h) {
+  typedef __int128 i128;
   uint64_t full = (n & 1) ? h - 2 : h;  // words i where H[h + i] exists
   uint32_t* low = out;
   uint32_t* mid = out + h;
   uint32_t* high = out + 2 * h;
   const uint32_t* top = out + 3 * h;
-  int64_t carry1 = 0, carry2 = 0;
+  const uint32_t* d2 = d + h;
+  i128 carry1 = 0, carry2 = 0;
   uint64_t i = 0;
-  auto step = [&](uint64_t j, int64_t topWord) {
-    int64_t shared = (int64_t)mid[j] + (int64_t)high[j];
-    int64_t s1, s2;
-    if constexpr (AddD) {
-      s1 = shared + low[j] + d[j] + carry1;
-      s2 = shared + topWord + d[h + j] + carry2;
-    } else {
-      s1 = shared + low[j] - d[j] + carry1;
-      s2 = shared + topWord - d[h + j] + carry2;
-    }
-    mid[j] = (uint32_t)s1;
-    high[j] = (uint32_t)s2;
-    carry1 = s1 >> 32;
-    carry2 = s2 >> 32;
-  };
   for (; i + 2 <= full; i += 2) {
-    step(i, top[i]);
-    step(i + 1, top[i + 1]);
+    i128 shared = (i128)(uint64_t)asLimbs(mid + i)[0] + (uint64_t)asLimbs(high + i)[0];
+    i128 s1 = shared + (uint64_t)asLimbs(low + i)[0] + carry1;
+    i128 s2 = shared + (uint64_t)asLimbs(top + i)[0] + carry2;
+    if constexpr (AddD) {
+      s1 += (uint64_t)asLimbs(d + i)[0];
+      s2 += (uint64_t)asLimbs(d2 + i)[0];
+    } else {
+      s1 -= (uint64_t)asLimbs(d + i)[0];
+      s2 -= (uint64_t)asLimbs(d2 + i)[0];
+    }
+    asLimbs(mid + i)[0] = (uint64_t)s1;
+    asLimbs(high + i)[0] = (uint64_t)s2;
+    carry1 = s1 >> 64;
+    carry2 = s2 >> 64;
   }
-  for (; i < full; i++) step(i, top[i]);
-  for (; i < h; i++) step(i, 0);  // odd n: the top quarter is two words short
-  rippleSignedCarry(out + 2 * h, 2 * n - 2 * h, carry1);
-  rippleSignedCarry(out + 3 * h, 2 * n - 3 * h, carry2);
+  // Carries are small signed values now; the remaining words go one by one.
+  int64_t c1 = (int64_t)carry1, c2 = (int64_t)carry2;
+  for (; i < h; i++) {
+    int64_t shared = (int64_t)mid[i] + (int64_t)high[i];
+    int64_t topWord = i < full ? top[i] : 0;
+    int64_t s1 = shared + low[i] + c1;
+    int64_t s2 = shared + topWord + c2;
+    if constexpr (AddD) {
+      s1 += d[i];
+      s2 += d2[i];
+    } else {
+      s1 -= d[i];
+      s2 -= d2[i];
+    }
+    mid[i] = (uint32_t)s1;
+    high[i] = (uint32_t)s2;
+    c1 = s1 >> 32;
+    c2 = s2 >> 32;
+  }
+  rippleSignedCarry(out + 2 * h, 2 * n - 2 * h, c1);
+  rippleSignedCarry(out + 3 * h, 2 * n - 3 * h, c2);
 }
 
 }  // namespace

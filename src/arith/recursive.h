@@ -82,7 +82,7 @@ uint64_t smallMultiplyEqual(Heap* heap, const uint32_t* a, const uint32_t* b, ui
 
 // ---- Internal entries with explicit cut-overs (for tests and tuning) --------
 // The same routines with the Karatsuba and Toom-3 thresholds passed in, so a
-// path can be forced at any size. karatsuba >= 2 and toom3 >= 5 (the smallest
+// path can be forced at any size. karatsuba >= 2 and toom3 >= 7 (the smallest
 // lengths these splits handle). Scratch: recursionScratchWordsFor(n,
 // karatsuba, toom3) (for unbalanced forms 2 * min plus that at min).
 struct RecursionCutovers {

@@ -1,41 +1,66 @@
-// Shared loops over word arrays: carries and borrows with 64-bit arithmetic.
+// Shared loops over word arrays. The bulk runs over 64-bit limbs (pairs of
+// words) with the processor's carry flag; an odd last word is done alone.
 #include "arith/word_ops.h"
 
+#include <x86intrin.h>
+
+#include "arith/basecase_limbs.h"
+
+typedef unsigned long long ull;
+
 uint32_t addWordsInPlace(uint32_t* target, const uint32_t* source, uint64_t n) {
-  uint64_t carry = 0;
-  uint64_t i = 0;
-  for (; i + 2 <= n; i += 2) {
-    uint64_t s0 = (uint64_t)target[i] + source[i] + carry;
-    uint64_t s1 = (uint64_t)target[i + 1] + source[i + 1] + (s0 >> 32);
-    target[i] = (uint32_t)s0;
-    target[i + 1] = (uint32_t)s1;
-    carry = s1 >> 32;
+  Limb* t = asLimbs(target);
+  const Limb* s = asLimbs(source);
+  uint64_t limbs = n / 2;
+  unsigned char carry = 0;
+  for (uint64_t i = 0; i < limbs; i++) {
+    ull sum;
+    carry = _addcarry_u64(carry, t[i], s[i], &sum);
+    t[i] = sum;
   }
-  if (i < n) {
-    uint64_t s = (uint64_t)target[i] + source[i] + carry;
-    target[i] = (uint32_t)s;
-    carry = s >> 32;
+  if (n & 1) {
+    uint64_t sum = (uint64_t)target[n - 1] + source[n - 1] + carry;
+    target[n - 1] = (uint32_t)sum;
+    carry = (unsigned char)(sum >> 32);
   }
-  return (uint32_t)carry;
+  return carry;
 }
 
 uint32_t subtractWordsInPlace(uint32_t* target, const uint32_t* source, uint64_t n) {
-  int64_t acc = 0;
-  for (uint64_t i = 0; i < n; i++) {
-    acc += (int64_t)target[i] - (int64_t)source[i];
-    target[i] = (uint32_t)acc;
-    acc >>= 32;
+  Limb* t = asLimbs(target);
+  const Limb* s = asLimbs(source);
+  uint64_t limbs = n / 2;
+  unsigned char borrow = 0;
+  for (uint64_t i = 0; i < limbs; i++) {
+    ull difference;
+    borrow = _subborrow_u64(borrow, t[i], s[i], &difference);
+    t[i] = difference;
   }
-  return (uint32_t)(-acc);
+  if (n & 1) {
+    uint64_t difference = (uint64_t)target[n - 1] - source[n - 1] - borrow;
+    target[n - 1] = (uint32_t)difference;
+    borrow = (unsigned char)(difference >> 63);
+  }
+  return borrow;
 }
 
-void subtractWords(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* out) {
-  int64_t acc = 0;
-  for (uint64_t i = 0; i < n; i++) {
-    acc += (int64_t)a[i] - (int64_t)b[i];
-    out[i] = (uint32_t)acc;
-    acc >>= 32;
+uint32_t subtractWords(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* out) {
+  const Limb* x = asLimbs(a);
+  const Limb* y = asLimbs(b);
+  Limb* r = asLimbs(out);
+  uint64_t limbs = n / 2;
+  unsigned char borrow = 0;
+  for (uint64_t i = 0; i < limbs; i++) {
+    ull difference;
+    borrow = _subborrow_u64(borrow, x[i], y[i], &difference);
+    r[i] = difference;
   }
+  if (n & 1) {
+    uint64_t difference = (uint64_t)a[n - 1] - b[n - 1] - borrow;
+    out[n - 1] = (uint32_t)difference;
+    borrow = (unsigned char)(difference >> 63);
+  }
+  return borrow;
 }
 
 uint32_t rippleCarry(uint32_t* target, uint64_t n, uint32_t carry) {

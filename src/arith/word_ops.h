@@ -9,8 +9,8 @@
 uint32_t addWordsInPlace(uint32_t* target, const uint32_t* source, uint64_t n);
 // target[0 .. n) -= source[0 .. n); returns the borrow (0 or 1).
 uint32_t subtractWordsInPlace(uint32_t* target, const uint32_t* source, uint64_t n);
-// out[0 .. n) = a - b for a >= b as numbers; out may equal a or b.
-void subtractWords(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* out);
+// out[0 .. n) = a - b; returns the borrow (0 or 1). out may equal a or b.
+uint32_t subtractWords(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* out);
 // Adds `carry` at target[0] and ripples it up through at most n words;
 // returns what runs off the top.
 uint32_t rippleCarry(uint32_t* target, uint64_t n, uint32_t carry);
