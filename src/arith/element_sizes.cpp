@@ -112,7 +112,9 @@ uint32_t elementSizeRowExact(uint64_t bits) {
 // broken caller.
 static const ElementSizeRow& elementRowOf(uint64_t words) {
   uint32_t row = elementSizeRowExact(32 * words);
-  if (row >= elementSizeRowCount) invalidParameters("Element Size Lookup", "The element size is not a row of the element size table.");
+  if (row >= elementSizeRowCount)
+    invalidParameters("Element Size Lookup",
+                      "The element size is not a row of the element size table.");
   return ElementSizeTable[row];
 }
 

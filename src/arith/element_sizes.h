@@ -31,13 +31,13 @@ constexpr uint64_t elementFftWords = 24;
 
 // How the products of one transform's elements are done.
 struct ElementPlan {
-  uint32_t method;         // 0 recursive methods, 1 nega-cyclic FFT
-  uint64_t words;          // W, element length without the overflow word
-  uint64_t scratchWords;   // scratch of one element product
-  SizeCode code;           // FFT only: transform length code
-  uint64_t length;         // FFT only: L
-  uint32_t bitsPerPoint;   // FFT only: b, with b * L = 32W
-  FftLookupTables* tables; // twiddles for the FFT
+  uint32_t method;          // 0 recursive methods, 1 nega-cyclic FFT
+  uint64_t words;           // W, element length without the overflow word
+  uint64_t scratchWords;    // scratch of one element product
+  SizeCode code;            // FFT only: transform length code
+  uint64_t length;          // FFT only: L
+  uint32_t bitsPerPoint;    // FFT only: b, with b * L = 32W
+  FftLookupTables* tables;  // twiddles for the FFT
 };
 
 // Fills `plan` for elements of W words and returns its code (0 for the

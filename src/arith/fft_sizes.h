@@ -24,20 +24,28 @@ constexpr SizeCode smallestSizeCode = 24;
 constexpr uint64_t sizeCodeLength(SizeCode code) {
   uint32_t e = code >> 2;
   switch (code & 3) {
-    case sizeCodeKindPower: return uint64_t(1) << e;
-    case sizeCodeKindFive: return uint64_t(5) << (e - 2);
-    case sizeCodeKindThree: return uint64_t(3) << (e - 1);
-    default: return uint64_t(7) << (e - 2);
+    case sizeCodeKindPower:
+      return uint64_t(1) << e;
+    case sizeCodeKindFive:
+      return uint64_t(5) << (e - 2);
+    case sizeCodeKindThree:
+      return uint64_t(3) << (e - 1);
+    default:
+      return uint64_t(7) << (e - 2);
   }
 }
 
 // The code of L = multiplier * 2^exponent, multiplier 1, 3, 5 or 7.
 constexpr SizeCode sizeCodeOf(uint32_t multiplier, uint32_t exponent) {
   switch (multiplier) {
-    case 1: return 4 * exponent + sizeCodeKindPower;
-    case 5: return 4 * (exponent + 2) + sizeCodeKindFive;
-    case 3: return 4 * (exponent + 1) + sizeCodeKindThree;
-    default: return 4 * (exponent + 2) + sizeCodeKindSeven;
+    case 1:
+      return 4 * exponent + sizeCodeKindPower;
+    case 5:
+      return 4 * (exponent + 2) + sizeCodeKindFive;
+    case 3:
+      return 4 * (exponent + 1) + sizeCodeKindThree;
+    default:
+      return 4 * (exponent + 2) + sizeCodeKindSeven;
   }
 }
 

@@ -58,16 +58,15 @@ static uint32_t tableLookup(const HybridParamTable& table, uint64_t n, uint32_t*
   return 0;
 }
 
-uint32_t hybridSquareParamsWith(const HybridParamTable& squares, uint64_t productWords,
-                                uint32_t* k, uint32_t* m) {
+uint32_t hybridSquareParamsWith(const HybridParamTable& squares, uint64_t productWords, uint32_t* k,
+                                uint32_t* m) {
   if (productWords > hybridProductWordsLimit) return 1;
   if (tableLookup(squares, productWords, k, m) == 0) return 0;
   return hybridSearch(productWords, k, m);
 }
 
-uint32_t hybridMultiplyParamsWith(const HybridParamTable& products,
-                                  const HybridParamTable& squares, uint64_t productWords,
-                                  uint32_t* k, uint32_t* m) {
+uint32_t hybridMultiplyParamsWith(const HybridParamTable& products, const HybridParamTable& squares,
+                                  uint64_t productWords, uint32_t* k, uint32_t* m) {
   if (productWords > hybridProductWordsLimit) return 1;
   if (tableLookup(products, productWords, k, m) == 0) return 0;
   if (tableLookup(squares, productWords, k, m) == 0) return 0;
@@ -107,7 +106,8 @@ static uint32_t tableCodeBound(const HybridParamTable& table, uint64_t n) {
 // n itself in the last bucket): every pair below that is counted.
 uint32_t hybridElementCodeBound(uint64_t productWords) {
   uint64_t n = std::min(productWords, hybridProductWordsLimit);
-  uint32_t bound = std::max(tableCodeBound(SquareParamTable, n), tableCodeBound(MultiplyParamTable, n));
+  uint32_t bound =
+      std::max(tableCodeBound(SquareParamTable, n), tableCodeBound(MultiplyParamTable, n));
   for (uint32_t e = 9; e <= 31; e++) {
     uint64_t bucketTop = std::min(n, hybridCapacity(e, 1));
     for (uint32_t k = e; k + 3 >= e; k--) {

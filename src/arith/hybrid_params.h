@@ -36,11 +36,10 @@ uint32_t hybridSquareParams(uint64_t productWords, uint32_t* k, uint32_t* m);
 uint32_t hybridMultiplyParams(uint64_t productWords, uint32_t* k, uint32_t* m);
 
 // The same against given tables (tests pass their own rows).
-uint32_t hybridSquareParamsWith(const HybridParamTable& squares, uint64_t productWords,
-                                uint32_t* k, uint32_t* m);
-uint32_t hybridMultiplyParamsWith(const HybridParamTable& products,
-                                  const HybridParamTable& squares, uint64_t productWords,
-                                  uint32_t* k, uint32_t* m);
+uint32_t hybridSquareParamsWith(const HybridParamTable& squares, uint64_t productWords, uint32_t* k,
+                                uint32_t* m);
+uint32_t hybridMultiplyParamsWith(const HybridParamTable& products, const HybridParamTable& squares,
+                                  uint64_t productWords, uint32_t* k, uint32_t* m);
 
 // The search past the tables' ends: the smallest e in 9..31 whose square
 // transform holds n words, then for k = e .. e - 3 the first m in 1..31 whose

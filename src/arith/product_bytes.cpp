@@ -31,7 +31,9 @@ static uint64_t pairBytes(uint32_t k, uint32_t m, uint32_t threadPower) {
     // A rough figure of 5 Le words for the element FFT; the border of 28 (not
     // the plan's 24) is part of the estimate.
     uint32_t row = elementSizeRowExact(32 * words);
-    if (row >= elementSizeRowCount) invalidParameters("Element Size Lookup", "The element size is not a row of the element size table.");
+    if (row >= elementSizeRowCount)
+      invalidParameters("Element Size Lookup",
+                        "The element size is not a row of the element size table.");
     uint64_t length = sizeCodeLength(ElementSizeTable[row].code);
     element = (length * 5 / 2) * 8 / 4;
   } else {
@@ -40,9 +42,8 @@ static uint64_t pairBytes(uint32_t k, uint32_t m, uint32_t threadPower) {
   return transforms + butterflies + (4 * element << threads);
 }
 
-uint64_t hybridProductBytesWith(const HybridParamTable& squares,
-                                const HybridParamTable& products, uint64_t productWords,
-                                uint32_t threadPower) {
+uint64_t hybridProductBytesWith(const HybridParamTable& squares, const HybridParamTable& products,
+                                uint64_t productWords, uint32_t threadPower) {
   uint32_t k = 0;
   uint32_t m = 0;
   if (hybridMultiplyParamsWith(products, squares, productWords, &k, &m) != 0) {
@@ -64,8 +65,8 @@ static uint64_t tablePeak(const HybridParamTable& table, const HybridParamTable&
   uint64_t peak = 0;
   if (row == 0 || row >= table.count) return 0;
   for (uint32_t i = row; i >= 1; i--) {
-    peak = std::max(peak, hybridProductBytesWith(squares, products, table.rows[i].capacity,
-                                                 threadPower));
+    peak = std::max(peak,
+                    hybridProductBytesWith(squares, products, table.rows[i].capacity, threadPower));
   }
   return peak;
 }

@@ -19,9 +19,8 @@ uint64_t fftProductBytes(uint64_t words);
 // each thread. Without parameters: fatal "Maximum supported multiplication
 // size has been exceeded.".
 uint64_t hybridProductBytes(uint64_t productWords, uint32_t threadPower);
-uint64_t hybridProductBytesWith(const HybridParamTable& squares,
-                                const HybridParamTable& products, uint64_t productWords,
-                                uint32_t threadPower);
+uint64_t hybridProductBytesWith(const HybridParamTable& squares, const HybridParamTable& products,
+                                uint64_t productWords, uint32_t threadPower);
 
 // The parameter tables are not monotonic (a smaller product may need more
 // memory than a larger one), so the peak is the largest hybridProductBytes

@@ -2,7 +2,7 @@
 // pick, and the dispatch to the estimator of each constant.
 #include "shell/estimate.h"
 
-#include "arith/hybrid_params.h"
+#include "arith/size_limits.h"
 
 void estimateModes(ComputeSettings* settings) {
   if (settings->wordCount < swapFloorWords || settings->computeMode == 0) {
@@ -24,9 +24,15 @@ void estimateConstant(uint32_t constantId, uint32_t algorithm, uint64_t wordCoun
         *disk = estimateConversionDisk(wordCount);
       }
       return;
-    case constantE: estimateE(wordCount, threadPower, algorithm, mode, memory, disk); return;
-    case constantPi: estimatePi(wordCount, threadPower, algorithm, mode, memory, disk); return;
-    case constantLog2: estimateLog2(wordCount, threadPower, algorithm, mode, memory, disk); return;
+    case constantE:
+      estimateE(wordCount, threadPower, algorithm, mode, memory, disk);
+      return;
+    case constantPi:
+      estimatePi(wordCount, threadPower, algorithm, mode, memory, disk);
+      return;
+    case constantLog2:
+      estimateLog2(wordCount, threadPower, algorithm, mode, memory, disk);
+      return;
     case constantLog10:
       estimateLog10(wordCount, threadPower, algorithm, mode, memory, disk);
       return;
@@ -39,7 +45,8 @@ void estimateConstant(uint32_t constantId, uint32_t algorithm, uint64_t wordCoun
     case constantEuler:
       estimateEuler(wordCount, threadPower, algorithm, mode, memory, disk);
       return;
-    default: return;  // 6, 7 and unknown ids compute nothing
+    default:
+      return;  // 6, 7 and unknown ids compute nothing
   }
 }
 
@@ -64,17 +71,8 @@ void estimateResources(ComputeSettings* settings) {
                    &settings->diskNeeded);
 }
 
-// The largest transform is the hybrid one, up to hybridProductWordsLimit words
-// of product; every constant's largest product is a square of two numbers of
-// wordCount + 100 words (the margin of the estimates), so
-// wordLimit = limit / 2 - 100. digitLimit is the largest decimal count whose
-// wordCount, by the digit relations, stays within it.
-constexpr uint64_t largestWordCount = hybridProductWordsLimit / 2 - 100;
-constexpr uint64_t largestDecimalDigits = 96329598611499ull;
-static_assert(largestWordCount == 9999999999900ull, "wordLimit of every constant");
-
 void constantLimits(uint32_t constantId, uint64_t* digitLimit, uint64_t* wordLimit) {
   bool hasConstant = constantId < constantIdCount && constantId != 6 && constantId != 7;
-  *digitLimit = hasConstant ? largestDecimalDigits : 0;
-  *wordLimit = hasConstant ? largestWordCount : 0;
+  *digitLimit = hasConstant ? largestRunDecimalDigits : 0;
+  *wordLimit = hasConstant ? largestRunWords : 0;
 }

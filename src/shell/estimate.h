@@ -14,15 +14,15 @@
 #include "constants/compute_settings.h"
 
 // Named constants of the estimates.
-constexpr uint64_t basecaseLimit = 15;       // below: no recursion in a product
-constexpr uint64_t transformStart = 58;      // from here the FFT row gives the scratch
-constexpr uint64_t karatsubaLimit = 501;     // two-way below, three-way from here
-constexpr uint64_t hybridStart = 13057;      // from here the hybrid transform's scratch
-constexpr uint64_t swapFloorWords = 5000000; // below this only Ram Only is estimated
-constexpr double radixWords = 1.070328873471933;          // base-10^9 words per word
+constexpr uint64_t basecaseLimit = 15;            // below: no recursion in a product
+constexpr uint64_t transformStart = 58;           // from here the FFT row gives the scratch
+constexpr uint64_t karatsubaLimit = 501;          // two-way below, three-way from here
+constexpr uint64_t hybridStart = 13057;           // from here the hybrid transform's scratch
+constexpr uint64_t swapFloorWords = 5000000;      // below this only Ram Only is estimated
+constexpr double radixWords = 1.070328873471933;  // base-10^9 words per word
 constexpr double radixWordsInverse = 0.9342922766870708;  // words per base-10^9 word
-constexpr double splitFactor = 1.7;          // growth of the conversion's table
-constexpr double bigProductShare = 0.85;     // part of a huge product done at once
+constexpr double splitFactor = 1.7;                       // growth of the conversion's table
+constexpr double bigProductShare = 0.85;                  // part of a huge product done at once
 
 // The main entry: clamps decimalDigits to digitLimit, sets the Euler size
 // (constant 10), picks the mode, corrects digitsPerFile, and sets
@@ -78,6 +78,7 @@ void estimateEuler(uint64_t wordCount, uint32_t threadPower, uint32_t algorithm,
                    uint64_t* memory, uint64_t* disk);
 
 // The limits of a constant, for selectConstant: the largest decimalDigits
-// and the largest wordCount that the largest transform can serve. Ids without
-// a constant get 0 and 0.
+// and the largest wordCount that the largest transform can serve
+// (arith/size_limits.h, the same for every constant). Ids without a constant
+// get 0 and 0.
 void constantLimits(uint32_t constantId, uint64_t* digitLimit, uint64_t* wordLimit);

@@ -70,7 +70,8 @@ static uint64_t newtonRootPeak(uint64_t wordCount, uint32_t threadPower) {
 }
 
 uint64_t estimateRoot(uint64_t wordCount, uint32_t threadPower) {
-  return std::max(newtonRootPeak(wordCount, threadPower), estimateConversion(wordCount, threadPower));
+  return std::max(newtonRootPeak(wordCount, threadPower),
+                  estimateConversion(wordCount, threadPower));
 }
 
 // In Basic Swap only the operands of the product at hand sit in memory: the

@@ -20,9 +20,9 @@ uint64_t productScratchAt(uint64_t s, uint32_t threadPower);
 // gives its rate and the size of Q and of P in words as functions of the term
 // count; everything is computed in extended precision and truncated.
 struct SeriesShape {
-  long double termsPerWord;                // N = trunc(termsPerWord * L) + 1
-  long double (*sizeWords)(long double n); // words of Q over the first n terms
-  long double (*ratioPQ)(long double n);   // size of P relative to Q at n terms
+  long double termsPerWord;                 // N = trunc(termsPerWord * L) + 1
+  long double (*sizeWords)(long double n);  // words of Q over the first n terms
+  long double (*ratioPQ)(long double n);    // size of P relative to Q at n terms
 };
 
 // Words of precision left at the end of the first block, p.

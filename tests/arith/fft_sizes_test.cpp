@@ -1,6 +1,8 @@
 // Size selection: the transform size table and its search, the element size
 // table, the hybrid parameter search and tables, element plans, and the
 // memory figures of products.
+#include "arith/fft_sizes.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -9,7 +11,6 @@
 #include <string>
 
 #include "arith/element_sizes.h"
-#include "arith/fft_sizes.h"
 #include "arith/hybrid_params.h"
 #include "arith/product_bytes.h"
 #include "platform/console.h"
@@ -26,7 +27,9 @@ void prepareChild() {
   atexit([] { fputs(childConsole.c_str(), stderr); });
 }
 
-uint64_t log2Exact(uint64_t x) { return 63 - __builtin_clzll(x); }
+uint64_t log2Exact(uint64_t x) {
+  return 63 - __builtin_clzll(x);
+}
 
 TEST(SizeCode, DecodesEveryKindAndOrdersLikeLengths) {
   EXPECT_EQ(sizeCodeLength(smallestSizeCode), 64u);
@@ -166,18 +169,20 @@ TEST(ElementSizeTable, HoldsExactlyTheRowsOfItsRule) {
   }
   // Every pair of the rule is held, by a row of the same or a smaller length.
   const uint32_t lengths[][2] = {
-      {64, 20}, {128, 20}, {192, 19}, {256, 20}, {320, 19}, {384, 19}, {512, 20},
-      {640, 19}, {768, 19}, {1024, 19}, {1280, 18}, {1536, 19}, {2048, 18}, {2560, 17},
-      {3072, 18}, {4096, 18}, {5120, 17}, {6144, 18}, {8192, 17}, {10240, 16}, {12288, 17},
-      {16384, 17}, {20480, 16}, {24576, 17}, {32768, 16}, {40960, 15}, {49152, 16},
-      {65536, 16}, {81920, 15}, {98304, 15}, {131072, 15}, {163840, 14}, {196608, 15},
-      {262144, 15}, {327680, 14}, {393216, 14}, {524288, 14}, {655360, 13}, {786432, 14},
-      {1048576, 13}, {1310720, 13}, {1572864, 13}, {2097152, 13}, {2621440, 12},
-      {3145728, 13}, {4194304, 13}, {5242880, 12}, {6291456, 12}, {8388608, 12},
-      {10485760, 11}, {12582912, 12}, {16777216, 12}, {20971520, 11}, {25165824, 11},
-      {33554432, 11}, {41943040, 10}, {50331648, 10}, {67108864, 10}, {83886080, 10},
-      {100663296, 10}, {134217728, 10}, {167772160, 9}, {201326592, 9}, {268435456, 9},
-      {335544320, 9}, {402653184, 9}, {536870912, 7}};
+      {64, 20},        {128, 20},      {192, 19},      {256, 20},      {320, 19},
+      {384, 19},       {512, 20},      {640, 19},      {768, 19},      {1024, 19},
+      {1280, 18},      {1536, 19},     {2048, 18},     {2560, 17},     {3072, 18},
+      {4096, 18},      {5120, 17},     {6144, 18},     {8192, 17},     {10240, 16},
+      {12288, 17},     {16384, 17},    {20480, 16},    {24576, 17},    {32768, 16},
+      {40960, 15},     {49152, 16},    {65536, 16},    {81920, 15},    {98304, 15},
+      {131072, 15},    {163840, 14},   {196608, 15},   {262144, 15},   {327680, 14},
+      {393216, 14},    {524288, 14},   {655360, 13},   {786432, 14},   {1048576, 13},
+      {1310720, 13},   {1572864, 13},  {2097152, 13},  {2621440, 12},  {3145728, 13},
+      {4194304, 13},   {5242880, 12},  {6291456, 12},  {8388608, 12},  {10485760, 11},
+      {12582912, 12},  {16777216, 12}, {20971520, 11}, {25165824, 11}, {33554432, 11},
+      {41943040, 10},  {50331648, 10}, {67108864, 10}, {83886080, 10}, {100663296, 10},
+      {134217728, 10}, {167772160, 9}, {201326592, 9}, {268435456, 9}, {335544320, 9},
+      {402653184, 9},  {536870912, 7}};
   for (const auto& pair : lengths) {
     for (uint32_t b = 7; b <= pair[1]; b++) {
       uint32_t row = elementSizeRowExact(uint64_t(b) * pair[0]);
@@ -259,13 +264,12 @@ TEST(HybridParams, RefusesPastTheLimitWithoutTheTables) {
 }
 
 // Rows quoted for the tuned tables: capacity, k, m.
-const HybridParamRow squareRows[] = {
-    {120, 3, 512},          {152, 3, 640},         {248, 3, 1024},       {36832, 5, 9216},
-    {1375744, 9, 1344},     {20963328, 13, 80},    {536838144, 15, 128}, {587137024, 16, 35},
-    {603848704, 17, 9}};
-const HybridParamRow multiplyRows[] = {
-    {120, 3, 512},         {176, 4, 192},          {21488, 4, 21504},     {686080, 11, 42},
-    {10469376, 14, 10},    {335413248, 17, 5},     {335478784, 16, 20},   {352256000, 16, 21}};
+const HybridParamRow squareRows[] = {{120, 3, 512},        {152, 3, 640},       {248, 3, 1024},
+                                     {36832, 5, 9216},     {1375744, 9, 1344},  {20963328, 13, 80},
+                                     {536838144, 15, 128}, {587137024, 16, 35}, {603848704, 17, 9}};
+const HybridParamRow multiplyRows[] = {{120, 3, 512},       {176, 4, 192},      {21488, 4, 21504},
+                                       {686080, 11, 42},    {10469376, 14, 10}, {335413248, 17, 5},
+                                       {335478784, 16, 20}, {352256000, 16, 21}};
 const HybridParamTable squareTable = {squareRows, 9};
 const HybridParamTable multiplyTable = {multiplyRows, 8};
 
@@ -360,7 +364,8 @@ TEST(ProductBytes, HybridFiguresOfSmallAndFftElements) {
   // The quoted row 120: 3, 512: W = 32, elements by a 64-point FFT (5L words).
   const HybridParamTable none = {nullptr, 0};
   EXPECT_EQ(hybridProductBytesWith(squareTable, none, 120, 0), 8u * 33 * 8 + 4 * 66 + 4 * 320);
-  EXPECT_EQ(hybridProductBytesWith(squareTable, none, 120, 9), 8u * 33 * 8 + (4 * 66 + 4 * 320) * 8);
+  EXPECT_EQ(hybridProductBytesWith(squareTable, none, 120, 9),
+            8u * 33 * 8 + (4 * 66 + 4 * 320) * 8);
 }
 
 TEST(ProductBytes, PeakCoversEveryRowBelow) {

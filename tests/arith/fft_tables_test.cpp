@@ -1,5 +1,7 @@
 // Twiddle pyramids: every entry against MPFR's correctly rounded cosine and
 // sine, the layout of the levels and heads, and how the tables grow and go.
+#include "arith/fft_tables.h"
+
 #include <gtest/gtest.h>
 #include <mpfr.h>
 
@@ -8,7 +10,6 @@
 #include <thread>
 #include <vector>
 
-#include "arith/fft_tables.h"
 #include "arith/hybrid_params.h"
 #include "arith/twiddles.h"
 
@@ -59,7 +60,8 @@ void checkPyramid(const double* pyramid, uint32_t family, uint64_t levels) {
     uint64_t pairs = uint64_t(family) << (j - 2);
     for (uint64_t t = 1; t <= pairs; t++) {
       uint64_t at = (t << (top - j)) - 1;
-      if (level[2 * (t - 1)] != expected[2 * at] || level[2 * (t - 1) + 1] != expected[2 * at + 1]) {
+      if (level[2 * (t - 1)] != expected[2 * at] ||
+          level[2 * (t - 1) + 1] != expected[2 * at + 1]) {
         if (wrong++ < 5) ADD_FAILURE() << "family " << family << " level " << j << " t " << t;
       }
     }

@@ -145,8 +145,7 @@ TEST(EstimateProduct, ScratchByClassAtItsMargin) {
   // From 13057 the hybrid at twice the length, never below the largest FFT.
   for (uint32_t t : {0u, 4u}) {
     uint64_t s = 13057;
-    EXPECT_EQ(productScratchAt(s, t),
-              std::max(hybridPeakBytes(2 * s, t), fftProductBytes(13056)));
+    EXPECT_EQ(productScratchAt(s, t), std::max(hybridPeakBytes(2 * s, t), fftProductBytes(13056)));
   }
   EXPECT_EQ(productScratch(1000, 0), productScratchAt(1100, 0));
 }
@@ -158,8 +157,7 @@ TEST(EstimateProduct, EachThreadLevelAddsTheScratchOfHalfTheSize) {
   EXPECT_EQ(estimateProduct(1000, 2, 0, 0) - single,
             (20u * 2048 + 8 * 620) + (20u * 1536 + 8 * 375));
   // One level more: 142 words at +110.
-  EXPECT_EQ(estimateProduct(1000, 2, 1, 0) - estimateProduct(1000, 2, 0, 0),
-            20u * 1024 + 8 * 252);
+  EXPECT_EQ(estimateProduct(1000, 2, 1, 0) - estimateProduct(1000, 2, 0, 0), 20u * 1024 + 8 * 252);
   EXPECT_EQ(estimateProduct(1000, 2, 0, 5), single);
   EXPECT_EQ(estimateProduct(1000, 2, 1, 1), estimateProduct(1000, 2, 0, 0));
 }
@@ -261,8 +259,7 @@ TEST(ConstantLimitsDeath, PastTheLargestMultiplicationIsFatal) {
         prepareChild();
         uint64_t memory = 0;
         uint64_t disk = 0;
-        estimateConstant(constantCatalan, 0, 9999999999901u, 0, computeModeRamOnly, &memory,
-                         &disk);
+        estimateConstant(constantCatalan, 0, 9999999999901u, 0, computeModeRamOnly, &memory, &disk);
       },
       ::testing::ExitedWithCode(1),
       "^\n\nMaximum supported multiplication size has been exceeded\\.\n\n");
