@@ -122,7 +122,7 @@ static uint64_t recursiveElementScratch(uint64_t words) {
   return 2 * words + recursionScratchWordsFor(words, sqrK, sqrT);
 }
 
-SizeCode elementPlanFor(ElementPlan* plan, FftLookupTables* tables, uint64_t words) {
+SizeCode elementPlanFor(ElementPlan* plan, const FftLookupTables* tables, uint64_t words) {
   plan->words = words;
   plan->tables = tables;
   if (words < elementFftWords) {

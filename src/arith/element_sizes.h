@@ -31,20 +31,20 @@ constexpr uint64_t elementFftWords = 24;
 
 // How the products of one transform's elements are done.
 struct ElementPlan {
-  uint32_t method;          // 0 recursive methods, 1 nega-cyclic FFT
-  uint64_t words;           // W, element length without the overflow word
-  uint64_t scratchWords;    // scratch of one element product
-  SizeCode code;            // FFT only: transform length code
-  uint64_t length;          // FFT only: L
-  uint32_t bitsPerPoint;    // FFT only: b, with b * L = 32W
-  FftLookupTables* tables;  // twiddles for the FFT
+  uint32_t method;                // 0 recursive methods, 1 nega-cyclic FFT
+  uint64_t words;                 // W, element length without the overflow word
+  uint64_t scratchWords;          // scratch of one element product
+  SizeCode code;                  // FFT only: transform length code
+  uint64_t length;                // FFT only: L
+  uint32_t bitsPerPoint;          // FFT only: b, with b * L = 32W
+  const FftLookupTables* tables;  // twiddles for the FFT
 };
 
 // Fills `plan` for elements of W words and returns its code (0 for the
 // recursive form). For W >= 24 the row of 32W bits must exist: the element
 // sizes come from the hybrid parameter search or tables, which only use rows
 // of ElementSizeTable.
-SizeCode elementPlanFor(ElementPlan* plan, FftLookupTables* tables, uint64_t words);
+SizeCode elementPlanFor(ElementPlan* plan, const FftLookupTables* tables, uint64_t words);
 
 // Words of element scratch of a transform of W-word elements on 2^threadPower
 // threads: one element product's scratch per thread.
