@@ -48,6 +48,5 @@ constexpr uint64_t mod61HashStep(uint64_t hash, uint64_t radix, uint32_t digit) 
   return mod61Add(mod61Multiply(hash, radix), digit);
 }
 
-static_assert(mod61Multiply(mod61Prime - 1, mod61Prime - 1) == 1,
-              "(-1)^2 must be 1 in the field");
+static_assert(mod61Multiply(mod61Prime - 1, mod61Prime - 1) == 1, "(-1)^2 must be 1 in the field");
 static_assert(mod61Power(2, 61) == 1, "2^61 is 1 modulo 2^61 - 1");

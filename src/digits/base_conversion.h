@@ -36,8 +36,8 @@ constexpr uint32_t baseConversionMaxLevels = 32;
 // the exponent, out of the mantissa) and inverse[i] = 1 / power[i] to
 // (position of power[i] + 4) words. Levels 0 .. levels - 1 exist.
 struct BaseConversionTable {
-  uint64_t baseWords;   // c: radix 10^9 words covered by level 0, 8 .. 15
-  uint32_t levels;      // 0: no levels (small numbers)
+  uint64_t baseWords;  // c: radix 10^9 words covered by level 0, 8 .. 15
+  uint32_t levels;     // 0: no levels (small numbers)
   BigFloat power[baseConversionMaxLevels];
   BigFloat inverse[baseConversionMaxLevels];
 };
@@ -64,8 +64,8 @@ void baseConversionTableSize(uint64_t length, uint64_t* baseWords, uint32_t* lev
 void buildBaseConversionTable(Heap* heap, const BigFloat* number, BaseConversionTable* table,
                               uint32_t threads);
 // The same for Basic Swap: the entries end up paged out on globalSwapPaths.
-void buildBaseConversionTableSwapped(Heap* heap, const BigFloat* number,
-                                     BaseConversionTable* table, uint32_t threads);
+void buildBaseConversionTableSwapped(Heap* heap, const BigFloat* number, BaseConversionTable* table,
+                                     uint32_t threads);
 // Destroys every entry (and its swap files); levels becomes 0.
 void releaseBaseConversionTable(BaseConversionTable* table);
 
@@ -92,9 +92,8 @@ void convertToDecimal(Heap* heap, ConversionOutput* out, BigFloat* number, uint6
                       BaseConversionTable* table, uint32_t secondary, uint32_t threads);
 // The same for Basic Swap: `number` and the table may be paged out; the top
 // levels page Y and its parts, and the output is left in a swap file.
-void convertToDecimalSwapped(Heap* heap, ConversionOutput* out, BigFloat* number,
-                             uint64_t digits, BaseConversionTable* table, uint32_t secondary,
-                             uint32_t threads);
+void convertToDecimalSwapped(Heap* heap, ConversionOutput* out, BigFloat* number, uint64_t digits,
+                             BaseConversionTable* table, uint32_t secondary, uint32_t threads);
 // Releases the output's words and swap file; the record becomes zero.
 void releaseConversionOutput(ConversionOutput* out);
 
@@ -118,8 +117,8 @@ uint64_t hashDecimalWords(uint64_t hash, const uint32_t* words, uint64_t n);
 // trunc(-exponent * 1.0703...), then cuts the fraction off (or puts zero
 // words below). Consumes `number`. Cutting off every word is fatal
 // ("Impossible Functional Result: Base Conversion").
-void normalizeForConversion(Heap* heap, BigFloat* number, uint64_t words, BigInt* y,
-                            int64_t* scale, uint32_t threads);
+void normalizeForConversion(Heap* heap, BigFloat* number, uint64_t words, BigInt* y, int64_t* scale,
+                            uint32_t threads);
 
 // Levels of the deconstruction that keep all threads on one division (2 or
 // 3), and in *threadsDown the thread exponent handed to the thread layer

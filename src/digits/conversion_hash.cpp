@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr uint64_t binaryRadix = uint64_t(1) << 32;   // below 2^61 - 1: reduced
+constexpr uint64_t binaryRadix = uint64_t(1) << 32;  // below 2^61 - 1: reduced
 
 std::atomic<uint32_t> leafFaults{0};
 std::atomic<uint32_t> powerFaults{0};
@@ -35,7 +35,15 @@ uint64_t hashDecimalWords(uint64_t hash, const uint32_t* words, uint64_t n) {
   return hash;
 }
 
-void conversionCorruptLeavesForTesting(uint32_t count) { leafFaults.store(count); }
-void conversionCorruptPowersForTesting(uint32_t count) { powerFaults.store(count); }
-bool conversionTakeLeafFault() { return takeFault(leafFaults); }
-bool conversionTakePowerFault() { return takeFault(powerFaults); }
+void conversionCorruptLeavesForTesting(uint32_t count) {
+  leafFaults.store(count);
+}
+void conversionCorruptPowersForTesting(uint32_t count) {
+  powerFaults.store(count);
+}
+bool conversionTakeLeafFault() {
+  return takeFault(leafFaults);
+}
+bool conversionTakePowerFault() {
+  return takeFault(powerFaults);
+}

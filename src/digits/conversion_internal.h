@@ -19,11 +19,11 @@ void conversionDivide(Heap* heap, BigInt* x, BigInt* remainderOut, int32_t level
 
 // The figures of one conversion: precision, Y and its hash, the window.
 struct ConversionStart {
-  uint64_t start;        // timer at the title line
-  BigInt y;              // the normalised integer
-  int64_t scale;         // radix words right of the point
-  uint64_t binaryHash;   // hash of y in radix 2^32
-  uint64_t window;       // radix 10^9 words of the output
+  uint64_t start;       // timer at the title line
+  BigInt y;             // the normalised integer
+  int64_t scale;        // radix words right of the point
+  uint64_t binaryHash;  // hash of y in radix 2^32
+  uint64_t window;      // radix 10^9 words of the output
 };
 
 // Steps 1 to 5 of a conversion shared by both forms: the title, the

@@ -36,8 +36,8 @@ bool powerMatchesChecksum(const BigFloat& x, int64_t n) {
 }
 
 // Builds the table; `swapped` keeps every finished entry in swap files.
-void buildTable(Heap* heap, const BigFloat* number, BaseConversionTable* table,
-                uint32_t threads, bool swapped) {
+void buildTable(Heap* heap, const BigFloat* number, BaseConversionTable* table, uint32_t threads,
+                bool swapped) {
   printWide("Constructing Base Conversion Table:\n");
   uint64_t start = timerStart();
   progressReset();
@@ -91,8 +91,8 @@ void buildBaseConversionTable(Heap* heap, const BigFloat* number, BaseConversion
   buildTable(heap, number, table, threads, false);
 }
 
-void buildBaseConversionTableSwapped(Heap* heap, const BigFloat* number,
-                                     BaseConversionTable* table, uint32_t threads) {
+void buildBaseConversionTableSwapped(Heap* heap, const BigFloat* number, BaseConversionTable* table,
+                                     uint32_t threads) {
   buildTable(heap, number, table, threads, true);
 }
 

@@ -27,8 +27,8 @@ void conversionProgress(const char* label, uint64_t words) {
   progressPrint(label, extra.c_str());
 }
 
-void normalizeForConversion(Heap* heap, BigFloat* number, uint64_t words, BigInt* y,
-                            int64_t* scale, uint32_t threads) {
+void normalizeForConversion(Heap* heap, BigFloat* number, uint64_t words, BigInt* y, int64_t* scale,
+                            uint32_t threads) {
   // m radix words of the fraction: the power 10^(9 m) lifts them above the
   // point. Truncation toward zero; negative for a number with a positive
   // exponent, whose low words are then divided away.

@@ -96,9 +96,8 @@ uint64_t hashOutputFile(Heap* heap, RaidFile* output, uint64_t window, uint64_t*
 
 }  // namespace
 
-void convertToDecimalSwapped(Heap* heap, ConversionOutput* out, BigFloat* number,
-                             uint64_t digits, BaseConversionTable* table, uint32_t secondary,
-                             uint32_t threads) {
+void convertToDecimalSwapped(Heap* heap, ConversionOutput* out, BigFloat* number, uint64_t digits,
+                             BaseConversionTable* table, uint32_t secondary, uint32_t threads) {
   ConversionStart begin;
   conversionBegin(heap, &begin, number, digits, secondary, threads);
   bigIntPushToDisk(nullptr, &begin.y, globalSwapPaths);

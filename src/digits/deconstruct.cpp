@@ -165,11 +165,10 @@ void deconstructTop(Heap* heap, BigInt* y, uint32_t* out, uint64_t window, int32
   divideAndModulus(heap, y, &remainder, level, table, threads);
   const uint64_t low = std::min(window, conversionLowWindow(table, level));
   progressPush('0');
-  deconstructTop(heap, &remainder, out, low, level - 1, topLevels - 1, threads, threadsDown,
-                 table);
+  deconstructTop(heap, &remainder, out, low, level - 1, topLevels - 1, threads, threadsDown, table);
   progressReplace('1');
-  deconstructTop(heap, y, out + low, window - low, level - 1, topLevels - 1, threads,
-                 threadsDown, table);
+  deconstructTop(heap, y, out + low, window - low, level - 1, topLevels - 1, threads, threadsDown,
+                 table);
   progressReplace('-');
   progressPop();
 }

@@ -35,7 +35,9 @@ void addPower(Heap* heap, BigFloat* r, const BigFloat* d, bool subtract) {
   bigFloatAddTo(heap, r, &view, exactWindow(*r, view));
 }
 
-bool isNegative(const BigFloat& x) { return x.positive == 0 && !bigFloatIsZero(x); }
+bool isNegative(const BigFloat& x) {
+  return x.positive == 0 && !bigFloatIsZero(x);
+}
 
 // Compares |r| with |d| through a private view of d's record (d is in
 // memory here), so that the shared entry is never written.

@@ -16,7 +16,9 @@ namespace {
 
 using u128 = unsigned __int128;
 
-uint64_t slowMultiply(uint64_t a, uint64_t b) { return uint64_t(u128(a) * b % mod61Prime); }
+uint64_t slowMultiply(uint64_t a, uint64_t b) {
+  return uint64_t(u128(a) * b % mod61Prime);
+}
 
 uint64_t slowPower(uint64_t base, uint64_t exponent) {
   uint64_t result = 1;
@@ -37,8 +39,15 @@ uint64_t mpzModP(const mpz_t z) {
 
 TEST(Mod61, ArithmeticMatchesExactRemainders) {
   Random random = testRandom();
-  const uint64_t edges[] = {0, 1, 2, mod61Prime - 1, mod61Prime - 2, uint64_t(1) << 60,
-                            (uint64_t(1) << 32) - 1, uint64_t(1) << 32, 1000000000};
+  const uint64_t edges[] = {0,
+                            1,
+                            2,
+                            mod61Prime - 1,
+                            mod61Prime - 2,
+                            uint64_t(1) << 60,
+                            (uint64_t(1) << 32) - 1,
+                            uint64_t(1) << 32,
+                            1000000000};
   std::vector<uint64_t> values(std::begin(edges), std::end(edges));
   for (int i = 0; i < 200; ++i) values.push_back(random.next() % mod61Prime);
   for (uint64_t a : values) {
@@ -49,8 +58,8 @@ TEST(Mod61, ArithmeticMatchesExactRemainders) {
     }
   }
   // Reduction of any 64-bit value, the top of the range included.
-  const uint64_t wide[] = {~uint64_t(0), mod61Prime, mod61Prime + 1, 2 * mod61Prime,
-                           2 * mod61Prime + 5, uint64_t(1) << 63};
+  const uint64_t wide[] = {~uint64_t(0),   mod61Prime,         mod61Prime + 1,
+                           2 * mod61Prime, 2 * mod61Prime + 5, uint64_t(1) << 63};
   for (uint64_t a : wide) EXPECT_EQ(mod61Reduce(a), a % mod61Prime) << a;
   for (int i = 0; i < 1000; ++i) {
     uint64_t a = random.next();
@@ -62,8 +71,7 @@ TEST(Mod61, PowersMatchRepeatedProducts) {
   Random random = testRandom();
   for (uint64_t exponent : {0, 1, 2, 3, 60, 61, 62, 500, 1237}) {
     for (uint64_t base : {uint64_t(2), uint64_t(1000000000), uint64_t(1) << 32, mod61Prime - 1}) {
-      ASSERT_EQ(mod61Power(base, exponent), slowPower(base, exponent))
-          << base << "^" << exponent;
+      ASSERT_EQ(mod61Power(base, exponent), slowPower(base, exponent)) << base << "^" << exponent;
     }
   }
   // Fermat: a^(p - 1) = 1, and a^(p - 2) is the inverse of a.

@@ -93,7 +93,9 @@ inline std::string gmpDecimal(const mpz_t z) {
 }
 
 // Decimal digits that cover an n-word integer, as a caller would ask.
-inline uint64_t digitsForWords(uint64_t n) { return uint64_t(double(n) * 9.632959861247397) + 1; }
+inline uint64_t digitsForWords(uint64_t n) {
+  return uint64_t(double(n) * 9.632959861247397) + 1;
+}
 
 // Builds the table for x and converts it, with the console captured.
 inline void convertNumber(Heap* heap, BigFloat* x, uint64_t digits, uint32_t secondary,

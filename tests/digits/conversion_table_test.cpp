@@ -25,7 +25,9 @@ void scaledValue(const BigFloat& x, int64_t shift, mpz_t z) {
   mpz_mul_2exp(z, z, 32 * uint64_t(exponent));
 }
 
-void billionPower(uint64_t n, mpz_t z) { mpz_ui_pow_ui(z, 1000000000, n); }
+void billionPower(uint64_t n, mpz_t z) {
+  mpz_ui_pow_ui(z, 1000000000, n);
+}
 
 }  // namespace
 
@@ -169,8 +171,7 @@ TEST(ConversionTable, EntriesAreExactPowersAndTheirReciprocals) {
       mpz_mul_2exp(unit.z, unit.z, 32 * uint64_t(-inverse.exponent));
       mpz_sub(difference.z, product.z, unit.z);
       mpz_abs(difference.z, difference.z);
-      mpz_mul_2exp(difference.z, difference.z,
-                   32 * uint64_t(bigFloatPosition(table.power[i]) + 4));
+      mpz_mul_2exp(difference.z, difference.z, 32 * uint64_t(bigFloatPosition(table.power[i]) + 4));
       ASSERT_LT(mpz_cmp(difference.z, unit.z), 0) << "inverse of level " << i;
     }
     releaseBaseConversionTable(&table);

@@ -38,9 +38,9 @@ namespace {
   if (text != expected) {
     size_t at = 0;
     while (at < text.size() && at < expected.size() && text[at] == expected[at]) ++at;
-    return ::testing::AssertionFailure() << words.size() << " words: " << text.size() << " vs "
-                                         << expected.size() << " digits, first difference at "
-                                         << at;
+    return ::testing::AssertionFailure()
+           << words.size() << " words: " << text.size() << " vs " << expected.size()
+           << " digits, first difference at " << at;
   }
   return ::testing::AssertionSuccess();
 }
