@@ -1,0 +1,80 @@
+// The memory and the shape of an FFT product: heap blocks that fail with a
+// byte count rather than fatally, and the transform that a size asks for.
+#include <atomic>
+#include <cstdlib>
+#include <mutex>
+
+#include "arith/fft_internal.h"
+#include "memory/heap.h"
+#include "memory/heap_table.h"
+#include "platform/console.h"
+
+namespace {
+
+// Bytes by which the heap's first-fit placement of a block of `need` bytes
+// falls short, or 0 when it fits: the walk of heapAllocate, read only.
+uint64_t heapShortfall(const Heap* heap, uint64_t need) {
+  const uint64_t tail = uint64_t(heap->tableLimit - heap->usedEnd);
+  if (tail < 16) return 16 - tail + need;
+  uintptr_t cursor = reinterpret_cast<uintptr_t>(heap->base);
+  for (uint32_t i = 0; i < heap->activeBlocks; i++) {
+    const HeapEntry* entry = heapEntry(heap, i);
+    if (need <= entry->address - cursor) return 0;
+    cursor = entry->address + entry->size;
+  }
+  uint64_t room = reinterpret_cast<uintptr_t>(heap->tableLimit) - cursor;
+  return need + 16 <= room ? 0 : need + 16 - room;
+}
+
+}  // namespace
+
+void* fftTake(Heap* heap, FftBlocks* blocks, uint64_t bytes, uint64_t* missing) {
+  constexpr uint64_t alignment = 64;
+  if (heap != nullptr) {
+    uint64_t shortfall = heapShortfall(heap, heapBlockBytes(bytes, alignment));
+    if (shortfall != 0) {
+      fftReleaseAll(blocks);
+      *missing = shortfall;
+      return nullptr;
+    }
+  }
+  void* block = heapAllocate(heap, bytes, alignment);
+  blocks->block[blocks->count++] = block;
+  return block;
+}
+
+void fftReleaseAll(FftBlocks* blocks) {
+  while (blocks->count > 0) heapRelease(blocks->block[--blocks->count]);
+}
+
+FftShape fftShapeFor(uint64_t operandBits, const FftLookupTables* tables) {
+  FftShape shape;
+  if (fftParamsFor(operandBits, &shape.code, &shape.bits) != 0) {
+    fatalMessage("Maximum FFT size Exceeded.");
+  }
+  shape.length = sizeCodeLength(shape.code);
+  shape.tables = fftTablesServing(tables, shape.code);
+  return shape;
+}
+
+// INTERIM, until the hybrid transform takes over the products past the
+// direct FFT's range (and past what the run's tables were built for): such
+// products run on the FFT's larger rows with tables of this module. They grow
+// on demand under a lock and are kept for the life of the process; a grown
+// table replaces the older one for new products but the older one is never
+// freed, since another thread may still be reading it. This is the one place
+// that routes a product to tables the run did not build.
+const FftLookupTables* fftTablesServing(const FftLookupTables* tables, SizeCode code) {
+  if (tables != nullptr && code <= tables->builtCode) return tables;
+  static std::mutex growing;
+  static std::atomic<FftLookupTables*> own{nullptr};
+  FftLookupTables* current = own.load(std::memory_order_acquire);
+  if (current != nullptr && code <= current->builtCode) return current;
+  std::lock_guard<std::mutex> hold(growing);
+  current = own.load(std::memory_order_acquire);
+  if (current != nullptr && code <= current->builtCode) return current;
+  FftLookupTables* fresh = static_cast<FftLookupTables*>(calloc(1, sizeof(FftLookupTables)));
+  if (fresh == nullptr || growFftTables(fresh, code) != 0) fatalMemory();
+  own.store(fresh, std::memory_order_release);
+  return fresh;
+}

@@ -1,0 +1,34 @@
+// The FFT kernel set for processors with AVX-512 F and DQ: one 512-bit
+// register holds four complex values.
+// The kernels are the shared templates over this file's vector type, compiled
+// here without fused multiply-adds so that every kernel set gives the same
+// bits. Standard headers come before the pragmas, so that nothing but the
+// kernels is built for this target.
+#include <cstdint>
+#include <cstring>
+#include <immintrin.h>
+
+#include "arith/fft_internal.h"
+
+#pragma GCC push_options
+#pragma GCC target("avx,avx2,avx512f,avx512dq")
+#pragma GCC optimize("fp-contract=off")
+// GCC 12 reports the deliberately undefined start values inside its own
+// AVX-512 intrinsics (_mm512_undefined_pd) as uninitialised.
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+
+namespace {
+#include "arith/fft_vector_avx512.h"
+#include "arith/fft_rows.h"
+#include "arith/fft_radix35.h"
+#include "arith/fft_edges.h"
+#include "arith/fft_passes.h"
+}  // namespace
+
+const FftKernelSet* fftKernelsAvx512() {
+  static const FftKernelSet set = kernelSetNamed("AVX-512");
+  return &set;
+}
+
+#pragma GCC pop_options

@@ -1,0 +1,32 @@
+// The FFT kernel set for any x86-64 processor: plain C++ (the compiler may
+// use the SSE2 registers).
+// The kernels are the shared templates over this file's vector type, compiled
+// here without fused multiply-adds so that every kernel set gives the same
+// bits. Standard headers come before the pragmas, so that nothing but the
+// kernels is built for this target.
+#include <cstdint>
+#include <cstring>
+
+#include "arith/fft_internal.h"
+
+#pragma GCC push_options
+#pragma GCC optimize("fp-contract=off")
+// No auto-vectorising either: GCC turns the complex products of these loops
+// into fused multiply-adds (its complex-multiply pattern), whatever the
+// contraction setting says.
+#pragma GCC optimize("no-tree-vectorize")
+
+namespace {
+#include "arith/fft_vector_scalar.h"
+#include "arith/fft_rows.h"
+#include "arith/fft_radix35.h"
+#include "arith/fft_edges.h"
+#include "arith/fft_passes.h"
+}  // namespace
+
+const FftKernelSet* fftKernelsScalar() {
+  static const FftKernelSet set = kernelSetNamed("Scalar");
+  return &set;
+}
+
+#pragma GCC pop_options
