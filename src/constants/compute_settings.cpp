@@ -11,6 +11,7 @@
 #include "memory/raidfile.h"
 #include "platform/console.h"
 #include "platform/threads.h"
+#include "arith/size_limits.h"
 
 namespace {
 
@@ -84,26 +85,25 @@ struct ConstantEntry {
   uint64_t digitLimit;
 };
 
-// Digit limits, PROVISIONAL: round figures well inside what the largest
-// transform serves (about 10^13 words of product). The final values follow
-// from the estimator of each constant's largest product once the transforms
-// and series are in; until then these only bound the menus.
+// Digit limits: the largest run whose top square (wordCount + 100 words on
+// each side) the largest hybrid transform still holds. Every constant's
+// largest product is that square, so they share one limit.
 const ConstantEntry constantTable[constantIdCount] = {
-    {nullptr, nullptr, nullptr, newtonShort, newtonNames, newtonMenu, 2000000000000ull},
+    {nullptr, nullptr, nullptr, newtonShort, newtonNames, newtonMenu, largestRunDecimalDigits},
     {"Golden Ratio", "Golden Ratio", "Golden Ratio", newtonShort, newtonNames, newtonMenu,
-     2000000000000ull},
-    {"e", "e", "e", eShort, eNames, eMenu, 1000000000000ull},
-    {"Pi", "Pi", "Pi", piShort, piNames, piMenu, 1000000000000ull},
-    {"Log(2)", "Log(2)", "Log(2)", log2Short, log2Names, log2Menu, 500000000000ull},
-    {"Log(10)", "Log(10)", "Log(10)", log10Short, log10Names, log10Menu, 500000000000ull},
-    {"", "", "", emptyTable, emptyTable, emptyTable, 1000000000000ull},
-    {"", "", "", emptyTable, emptyTable, emptyTable, 1000000000000ull},
+     largestRunDecimalDigits},
+    {"e", "e", "e", eShort, eNames, eMenu, largestRunDecimalDigits},
+    {"Pi", "Pi", "Pi", piShort, piNames, piMenu, largestRunDecimalDigits},
+    {"Log(2)", "Log(2)", "Log(2)", log2Short, log2Names, log2Menu, largestRunDecimalDigits},
+    {"Log(10)", "Log(10)", "Log(10)", log10Short, log10Names, log10Menu, largestRunDecimalDigits},
+    {"", "", "", emptyTable, emptyTable, emptyTable, largestRunDecimalDigits},
+    {"", "", "", emptyTable, emptyTable, emptyTable, largestRunDecimalDigits},
     {"Zeta(3) - Apery's Constant", "Zeta(3)", "Zeta(3) - Apery's Constant", zeta3Short, zeta3Names,
-     zeta3Menu, 500000000000ull},
+     zeta3Menu, largestRunDecimalDigits},
     {"Catalan's Constant", "Catalan", "Catalan's Constant", catalanShort, catalanNames, catalanMenu,
-     500000000000ull},
+     largestRunDecimalDigits},
     {"Euler-Mascheroni Constant", "Euler's Constant", "Euler-Mascheroni Constant", eulerShort,
-     eulerNames, eulerMenu, 250000000000ull},
+     eulerNames, eulerMenu, largestRunDecimalDigits},
 };
 
 char* copyText(const char* text) {
@@ -132,7 +132,7 @@ void freeText(char** text) {
 
 }  // namespace
 
-void initComputeSettings(Heap* heap, ComputeSettings* settings) {
+void fillDefaultComputeSettings(Heap* heap, ComputeSettings* settings) {
   memset(settings, 0, sizeof *settings);
   settings->decimalDigits = 50000000;
   settings->hexDigits = 41524102;
@@ -167,7 +167,7 @@ void selectConstant(Heap* heap, ComputeSettings* settings, uint32_t constantId) 
   settings->algorithmNames = entry.names;
   settings->algorithmMenuLines = entry.menuLines;
   settings->digitLimit = entry.digitLimit;
-  settings->wordLimit = ((uint64_t)(double(entry.digitLimit) * hexDigitsPerDecimal) + 1) / 8 + 2;
+  settings->wordLimit = largestRunWords;
 }
 
 void buildFileStems(Heap* heap, ComputeSettings* settings) {

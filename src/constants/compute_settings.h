@@ -69,9 +69,9 @@ struct ComputeSettings {
 // Defaults: Pi by Chudnovsky, 50,000,000 digits, Ram Only, text output,
 // threadPower the smallest k with 2^k >= processors (at most 8, from
 // defaultThreadPower), names and stems built. memoryNeeded and diskNeeded
-// are left 0: the resource estimator lives in the layer above, so the caller
-// runs estimateResources (shell/estimate.h) next. `heap` is unused.
-void initComputeSettings(Heap* heap, ComputeSettings* settings);
+// are left 0: initComputeSettings (shell/settings_init.h) calls this and then
+// the resource estimator. `heap` is unused.
+void fillDefaultComputeSettings(Heap* heap, ComputeSettings* settings);
 
 // Frees the old names, stores `constantId`, sets algorithm 0, the names, the
 // three algorithm tables and the limits. For Sqrt(n), n is read from

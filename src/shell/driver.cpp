@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 
+#include "arith/fft_tables.h"
 #include "constants/compute_settings.h"
 #include "memory/heap.h"
 #include "memory/raidfile.h"
@@ -82,8 +83,7 @@ double runComputation(void* context, ComputeSettings* settings) {
   printWide("\n");
 
   printWide("Constructing FFT lookup tables...       ");
-  // TRANSFORM TABLES: buildFftTables(settings->wordCount + 100) is called
-  // here, and its release comes first in the clean-up below.
+  buildFftTables(settings->wordCount + 100);
   printWide("\n\n\n");
 
   printWide("Begin Computation:\n\n");
@@ -103,7 +103,7 @@ double runComputation(void* context, ComputeSettings* settings) {
   colorDefault();
   printWide("\n\n");
 
-  // TRANSFORM TABLES: their release goes here, before the arena's.
+  releaseFftTables();
   if (settings->heap != nullptr) {
     heapDestroy(settings->heap);
     free(settings->heap);

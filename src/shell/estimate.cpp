@@ -71,8 +71,3 @@ void estimateResources(ComputeSettings* settings) {
                    &settings->diskNeeded);
 }
 
-void constantLimits(uint32_t constantId, uint64_t* digitLimit, uint64_t* wordLimit) {
-  bool hasConstant = constantId < constantIdCount && constantId != 6 && constantId != 7;
-  *digitLimit = hasConstant ? largestRunDecimalDigits : 0;
-  *wordLimit = hasConstant ? largestRunWords : 0;
-}

@@ -77,8 +77,3 @@ void estimateCatalan(uint64_t wordCount, uint32_t threadPower, uint32_t algorith
 void estimateEuler(uint64_t wordCount, uint32_t threadPower, uint32_t algorithm, uint32_t mode,
                    uint64_t* memory, uint64_t* disk);
 
-// The limits of a constant, for selectConstant: the largest decimalDigits
-// and the largest wordCount that the largest transform can serve
-// (arith/size_limits.h, the same for every constant). Ids without a constant
-// get 0 and 0.
-void constantLimits(uint32_t constantId, uint64_t* digitLimit, uint64_t* wordLimit);

@@ -6,7 +6,7 @@
 #include "platform/console.h"
 #include "platform/version.h"
 #include "shell/driver.h"
-#include "shell/estimate.h"
+#include "shell/settings_init.h"
 #include "shell/info_screens.h"
 
 namespace {
@@ -58,7 +58,6 @@ void printMenuOptions() {
 void customCompute() {
   ComputeSettings settings;
   initComputeSettings(nullptr, &settings);
-  estimateResources(&settings);
   // CUSTOM MENU: customComputeMenu(&settings) goes here; it edits the record
   // and returns on "Start Computation!".
   runComputation(nullptr, &settings);

@@ -1,6 +1,7 @@
 // ComputeSettings helpers: defaults, the texts and stems of every constant,
 // the digit relations and the Euler series size.
 #include "constants/compute_settings.h"
+#include "shell/settings_init.h"
 
 #include <gtest/gtest.h>
 

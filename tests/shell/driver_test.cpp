@@ -7,6 +7,7 @@
 #include <string>
 
 #include "constants/compute_settings.h"
+#include "shell/settings_init.h"
 #include "platform/console.h"
 #include "platform/threads.h"
 

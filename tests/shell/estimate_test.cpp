@@ -2,6 +2,7 @@
 // the product and conversion figures, the series shape, the limits, and the
 // fatal end past the largest multiplication.
 #include "shell/estimate.h"
+#include "shell/settings_init.h"
 
 #include <gtest/gtest.h>
 
@@ -224,11 +225,8 @@ TEST(EstimateSeries, LupasFirstBlockAndPeak) {
 }
 
 TEST(ConstantLimits, LargestSizesThatTheTransformServes) {
-  uint64_t digits = 0, words = 0;
-  constantLimits(6, &digits, &words);
-  EXPECT_EQ(digits, 0u);
-  EXPECT_EQ(words, 0u);
-  constantLimits(constantPi, &digits, &words);
+  Settings limits;
+  uint64_t digits = limits.record.digitLimit, words = limits.record.wordLimit;
   EXPECT_EQ(words, 9999999999900u);
   // The decimal limit maps onto the word limit by the digit relations.
   Settings s;
@@ -239,8 +237,10 @@ TEST(ConstantLimits, LargestSizesThatTheTransformServes) {
   // Every constant, algorithm and mode estimates at the limit without
   // reaching the fatal end.
   for (uint32_t id = 0; id < constantIdCount; id++) {
-    constantLimits(id, &digits, &words);
-    if (words == 0) continue;
+    selectConstant(nullptr, &limits.record, id);
+    EXPECT_EQ(limits.record.digitLimit, digits);
+    EXPECT_EQ(limits.record.wordLimit, words);
+    if (id == 6 || id == 7) continue;  // empty slots: nothing to estimate
     for (uint32_t algorithm = 0; algorithm < 3; algorithm++) {
       for (uint32_t mode : {computeModeRamOnly, computeModeBasicSwap}) {
         uint64_t memory = 0, disk = 0;
