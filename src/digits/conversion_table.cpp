@@ -66,6 +66,9 @@ void buildTable(Heap* heap, const BigFloat* number, BaseConversionTable* table, 
       bigFloatPushToDisk(&table->inverse[i]);
     } else {
       bigFloatReciprocal(heap, power, &table->inverse[i], position + 4, threads, 0);
+      // The temporaries of the square and the reciprocal leave gaps below
+      // the new entries: the table packs down to its own size.
+      bigFloatCompact2(power, &table->inverse[i]);
     }
   }
   if (swapped && table->levels > 0) bigFloatPushToDisk(&table->power[table->levels - 1]);

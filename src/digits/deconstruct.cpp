@@ -5,6 +5,8 @@
 // two halves of each cut on two threads with split heaps; the serial layer
 // cuts down to the leaf, which converts a few words by schoolbook.
 #include <cstring>
+#include <functional>
+#include <utility>
 
 #include "digits/base_conversion.h"
 #include "memory/heap.h"
@@ -59,6 +61,14 @@ void fillJob(DeconstructJob* job, Heap* heap, BigInt* part, uint32_t* out, uint6
   job->level = level;
   job->threads = threads;
   job->table = table;
+}
+
+// Slides the arrays of the two parts of a cut down over the gaps below them
+// (lower address first, as the compaction requires).
+void packParts(BigInt* a, BigInt* b) {
+  if (std::less<uint32_t*>()(b->words, a->words)) std::swap(a, b);
+  void** arrays[2] = {reinterpret_cast<void**>(&a->words), reinterpret_cast<void**>(&b->words)};
+  heapCompactBlocks(arrays, 2);
 }
 
 }  // namespace
@@ -128,10 +138,12 @@ void deconstructThreads(Heap* heap, BigInt* y, uint32_t* out, uint64_t window, i
   divideAndModulus(heap, y, &remainder, level, table, 0);
   const uint64_t low = std::min(window, conversionLowWindow(table, level));
   // Each half gets a heap of its own; the parts are copied in (no block of
-  // a child survives the merge).
+  // a child survives the merge). The division leaves gaps below its two
+  // results: they are closed first, so that the children get that room.
   Heap* left = heap;
   Heap* right = heap;
   if (heap != nullptr) {
+    packParts(y, &remainder);
     heapSplit(heap, 0);
     left = &heap->children[0];
     right = &heap->children[1];
