@@ -16,12 +16,13 @@ namespace {
 typedef unsigned long long ull;
 
 // Three-limb column accumulator. The multiply-accumulate step is written in
-// assembly (mulx, add, adc, adc) since compilers route the 128-bit carry
-// chain through memory; everything else is left to the compiler.
+// assembly (mulx or mul, then add, adc, adc) since compilers route the 128-bit
+// carry chain through memory; everything else is left to the compiler.
 struct Column {
   ull lo = 0, hi = 0, top = 0;
   inline void add(ull x, ull y) {
     ull pl, ph;
+#if defined(__BMI2__)
     __asm__("mulx %[y], %[pl], %[ph]\n\t"
             "add %[pl], %[lo]\n\t"
             "adc %[ph], %[hi]\n\t"
@@ -29,6 +30,15 @@ struct Column {
             : [lo] "+r"(lo), [hi] "+r"(hi), [top] "+r"(top), [pl] "=&r"(pl), [ph] "=&r"(ph)
             : "d"(x), [y] "r"(y)
             : "cc");
+#else
+    __asm__("mulq %[y]\n\t"
+            "add %%rax, %[lo]\n\t"
+            "adc %%rdx, %[hi]\n\t"
+            "adc $0, %[top]"
+            : [lo] "+r"(lo), [hi] "+r"(hi), [top] "+r"(top), "=a"(pl), "=d"(ph)
+            : "a"(x), [y] "r"(y)
+            : "cc");
+#endif
   }
   // Adds twice the accumulator `c` (which is below 2^191).
   inline void addTwice(const Column& c) {

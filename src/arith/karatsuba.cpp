@@ -3,7 +3,7 @@
 // one pass over the words.
 #include <cassert>
 
-#include "arith/basecase_limbs.h"
+#include "arith/karatsuba_leaf.h"
 #include "arith/recursive_internal.h"
 #include "arith/word_ops.h"
 
@@ -30,60 +30,27 @@ bool absoluteDifference(const uint32_t* lo, const uint32_t* hi, uint64_t h, uint
 
 // The combination: with L = lo*lo in out[0 .. 2h), H = hi*hi in out[2h .. 2n)
 // and D in d[0 .. 2h), adds the middle term L + H - D (L + H + D when AddD)
-// at word h. The sum of the two overlapping quarters out[h + i] and
-// out[2h + i] is formed once and feeds both output streams, each with its own
-// signed carry: the stream at h takes L[i] - D[i], the stream at 2h takes
-// H[h + i] - D[h + i]. Two words at a time with 128-bit accumulators; when n
-// is odd H[h + i] ends two words early and the last pair (and any odd word)
-// runs after the main loop.
+// at word h. The sum t = L[h ..) + H[.. h) of the two overlapping quarters is
+// formed once and serves both places it is needed: word h gets t + L[.. h),
+// word 2h gets t + H[h ..), where H[h ..) is two words short when n is odd.
+// Then D goes off (or on) at word h, and the carries of the four passes are
+// rippled in at 2h and 3h. Each pass is a plain carry loop over 64-bit limbs,
+// which runs faster than one fused loop with two signed carries.
 template <bool AddD>
 void combine(uint32_t* out, const uint32_t* d, uint64_t n, uint64_t h) {
-  typedef __int128 i128;
-  uint64_t full = (n & 1) ? h - 2 : h;  // words i where H[h + i] exists
-  uint32_t* low = out;
-  uint32_t* mid = out + h;
-  uint32_t* high = out + 2 * h;
+  uint32_t* lowQuarter = out;
+  uint32_t* second = out + h;
+  uint32_t* third = out + 2 * h;
   const uint32_t* top = out + 3 * h;
-  const uint32_t* d2 = d + h;
-  i128 carry1 = 0, carry2 = 0;
-  uint64_t i = 0;
-  for (; i + 2 <= full; i += 2) {
-    i128 shared = (i128)(uint64_t)asLimbs(mid + i)[0] + (uint64_t)asLimbs(high + i)[0];
-    i128 s1 = shared + (uint64_t)asLimbs(low + i)[0] + carry1;
-    i128 s2 = shared + (uint64_t)asLimbs(top + i)[0] + carry2;
-    if constexpr (AddD) {
-      s1 += (uint64_t)asLimbs(d + i)[0];
-      s2 += (uint64_t)asLimbs(d2 + i)[0];
-    } else {
-      s1 -= (uint64_t)asLimbs(d + i)[0];
-      s2 -= (uint64_t)asLimbs(d2 + i)[0];
-    }
-    asLimbs(mid + i)[0] = (uint64_t)s1;
-    asLimbs(high + i)[0] = (uint64_t)s2;
-    carry1 = s1 >> 64;
-    carry2 = s2 >> 64;
-  }
-  // Carries are small signed values now; the remaining words go one by one.
-  int64_t c1 = (int64_t)carry1, c2 = (int64_t)carry2;
-  for (; i < h; i++) {
-    int64_t shared = (int64_t)mid[i] + (int64_t)high[i];
-    int64_t topWord = i < full ? top[i] : 0;
-    int64_t s1 = shared + low[i] + c1;
-    int64_t s2 = shared + topWord + c2;
-    if constexpr (AddD) {
-      s1 += d[i];
-      s2 += d2[i];
-    } else {
-      s1 -= d[i];
-      s2 -= d2[i];
-    }
-    mid[i] = (uint32_t)s1;
-    high[i] = (uint32_t)s2;
-    c1 = s1 >> 32;
-    c2 = s2 >> 32;
-  }
-  rippleSignedCarry(out + 2 * h, 2 * n - 2 * h, c1);
-  rippleSignedCarry(out + 3 * h, 2 * n - 3 * h, c2);
+  uint64_t topLength = 2 * n - 3 * h;  // h, or h - 2 when n is odd
+  uint32_t carryT = addWords(second, third, h, third);
+  uint32_t carryAtH = addWords(third, lowQuarter, h, second);
+  uint32_t carryAt2h = addWords(third, top, topLength, third);
+  carryAt2h = rippleCarry(third + topLength, h - topLength, carryAt2h);
+  int64_t carryD = AddD ? (int64_t)addWords(second, d, 2 * h, second)
+                        : -(int64_t)subtractWords(second, d, 2 * h, second);
+  rippleCarry(out + 2 * h, 2 * n - 2 * h, carryT + carryAtH);
+  rippleSignedCarry(out + 3 * h, 2 * n - 3 * h, (int64_t)carryT + carryAt2h + carryD);
 }
 
 }  // namespace
@@ -96,6 +63,13 @@ void karatsubaCore(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* o
     return;
   }
   uint64_t h = (n + 1) / 2, l = n - h;
+  if (h < cut.karatsuba && n >= karatsubaLeafMinimum && n <= karatsubaLeafMaximum) {
+    if constexpr (Square)
+      karatsubaSquareLeaf(n)(a, out, scratch);
+    else
+      karatsubaMultiplyLeaf(n)(a, b, out, scratch);
+    return;
+  }
   uint32_t* inner = scratch + 2 * h;
   bool signsDiffer = false;
   if constexpr (Square) {

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+// out[0 .. n) = a + b; returns the carry (0 or 1). out may equal a or b.
+uint32_t addWords(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* out);
 // target[0 .. n) += source[0 .. n); returns the carry (0 or 1). target may
 // equal source (doubling) but must not partially overlap it.
 uint32_t addWordsInPlace(uint32_t* target, const uint32_t* source, uint64_t n);
