@@ -35,12 +35,12 @@ int64_t sweep(const FftCarryStreams* s, int64_t carry, uint64_t from, uint64_t t
 }  // namespace
 
 void fftCarryStart(FftCarryStreams* s, uint32_t* points, uint64_t L, uint32_t bits,
-                   bool wrapped) {
+                   FftLastStage stage) {
   s->points = points;
   s->quarter = L / 4;
   s->bits = bits;
   s->mask = (uint64_t(1) << bits) - 1;
-  s->wrapped = wrapped;
+  s->stage = stage;
   for (int k = 0; k < 4; k++) s->carry[k] = 0;
 }
 
@@ -53,7 +53,7 @@ void fftCarryChunk(FftCarryStreams* s, const double* p, const double* q, uint64_
   uint32_t* p2 = p1 + quarter;
   uint32_t* p3 = p2 + quarter;
   int64_t c0 = s->carry[0], c1 = s->carry[1], c2 = s->carry[2], c3 = s->carry[3];
-  if (!s->wrapped) {
+  if (s->stage == FftFull) {
     for (uint64_t k = 0; k < count; k++) {
       uint64_t v0 = rounded(p + 2 * k) + uint64_t(c0);
       uint64_t v1 = rounded(q + 2 * k) + uint64_t(c1);
@@ -101,7 +101,7 @@ uint32_t fftCarryFinish(FftCarryStreams* s) {
   for (int k = 0; k < 3; k++) {
     carry = sweep(s, carry + s->carry[k], (k + 1) * quarter, (k + 2) * quarter, &stop);
   }
-  if (!s->wrapped) return 0;  // the product has no more points
+  if (s->stage != FftWrapped) return 0;  // the product has no more points
   // x^L = -1: the carry C out of the top comes back at the bottom as -C.
   carry = sweep(s, -(carry + s->carry[3]), 0, L, &stop);
   if (carry == 0) return 0;

@@ -55,13 +55,18 @@ void forwardFftFull(double* buffer, const uint32_t* points, SizeCode code,
 
 void inverseFft(double* buffer, uint32_t* points, SizeCode code, uint32_t bits,
                 const FftLookupTables* tables) {
-  fftKernels()->inverse(buffer, points, code, bits, tables, false);
+  fftKernels()->inverse(buffer, points, code, bits, tables, FftFull);
 }
 
 uint32_t inverseFftWrapped(double* buffer, uint32_t* points, SizeCode code, uint32_t bits,
                            const FftLookupTables* tables) {
   checkAlignment(buffer);
-  return fftKernels()->inverse(buffer, points, code, bits, tables, true);
+  return fftKernels()->inverse(buffer, points, code, bits, tables, FftWrapped);
+}
+
+void inverseFftSigned(double* buffer, uint32_t* points, SizeCode code, uint32_t bits,
+                      const FftLookupTables* tables) {
+  fftKernels()->inverse(buffer, points, code, bits, tables, FftFullSigned);
 }
 
 void fftPointwiseSquare(double* buffer, SizeCode code) {

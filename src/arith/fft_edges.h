@@ -54,24 +54,24 @@ inline void rightAngleLoadFull(double* buffer, const uint32_t* points, uint64_t 
   }
 }
 
-// The last stage, inverseFull (wrapped false) or inverseWrapped: with r =
+// The last stage, inverseFull, its signed form or inverseWrapped: with r =
 // 1 / (L/2), p = (lo(i) + hi(i)) r conj(W(i)) and q = (lo(i) - hi(i)) r
 // conj(W(i + L/4)) are the coefficients i, i + L/2 (p) and i + L/4, i + 3L/4
 // (q). Each is rounded by adding 2^52 (signed: 1.5 * 2^52) and keeping the
 // low 52 bits of the double; the four streams of coefficients then carry side
 // by side in fft_carry.cpp, a chunk at a time. Returns what fftCarryFinish
 // returns.
-template <bool wrapped>
+template <FftLastStage stage>
 uint32_t lastStage(const double* buffer, uint32_t* points, uint64_t L, uint32_t bits,
                    const double* weights) {
   constexpr uint64_t chunk = fftCarryChunkLength;
   const uint64_t q = L / 4;
   const double r = 1.0 / double(L / 2);
-  const double magic = wrapped ? 6755399441055744.0 : 4503599627370496.0;
+  const double magic = stage == FftFull ? 4503599627370496.0 : 6755399441055744.0;
   const Vec4 bias = vecBroadcast(magic, magic);
   const double* upper = buffer + L / 2;
   FftCarryStreams streams;
-  fftCarryStart(&streams, points, L, bits, wrapped);
+  fftCarryStart(&streams, points, L, bits, stage);
   alignas(64) double pc[2 * chunk];
   alignas(64) double qc[2 * chunk];
   for (uint64_t i0 = 0; i0 < q; i0 += chunk) {

@@ -14,15 +14,23 @@
 #include "arith/fft_sizes.h"
 #include "arith/fft_tables.h"
 
+// The last stage of an inverse transform: how the coefficients are rounded
+// and where the carry out of the top goes.
+enum FftLastStage : uint32_t {
+  FftFull = 0,        // inverseFull: non-negative, + 2^52; the top carry is dropped
+  FftFullSigned = 1,  // signed (balanced points), + 1.5 * 2^52; the top carry is dropped
+  FftWrapped = 2,     // inverseWrapped: signed, + 1.5 * 2^52; the top carry wraps negated
+};
+
 struct FftKernelSet {
   const char* name;
   // Right-angle load of points[0 .. L/2) (full: [0 .. L)) and all forward passes.
   void (*forward)(double* buffer, const uint32_t* points, SizeCode code,
                   const FftLookupTables* tables, bool full);
-  // All inverse passes, then the last stage: inverseFull (wrapped false,
-  // returns 0) or inverseWrapped (returns 1 for the value -1).
+  // All inverse passes, then the last stage; returns 1 when a wrapped
+  // product is -1, else 0.
   uint32_t (*inverse)(double* buffer, uint32_t* points, SizeCode code, uint32_t bits,
-                      const FftLookupTables* tables, bool wrapped);
+                      const FftLookupTables* tables, FftLastStage stage);
   // buffer[k] = buffer[k]^2, or buffer[k] * other[k], over `complexCount` values.
   void (*pointwiseSquare)(double* buffer, uint64_t complexCount);
   void (*pointwiseMultiply)(double* buffer, const double* other, uint64_t complexCount);
@@ -59,8 +67,9 @@ void fftTwiddleFill(double* out, const double* level, uint64_t octantPairs, uint
 // The L points of the product form four streams of L/4 points, stream s
 // starting at point s L/4; each carries by itself, and the seams are closed
 // at the end. The vector part hands over chunks of rounded coefficients as
-// doubles whose low 52 bits are the value (full: the coefficient, which must
-// lie in [0, 2^52); wrapped: the coefficient plus 2^51).
+// doubles whose low 52 bits are the value (FftFull: the coefficient, which
+// must lie in [0, 2^52); the signed stages: the coefficient plus 2^51, which
+// must lie in [0, 2^52)).
 constexpr uint64_t fftCarryChunkLength = 64;
 
 struct FftCarryStreams {
@@ -68,20 +77,35 @@ struct FftCarryStreams {
   uint64_t quarter;  // L/4
   uint64_t mask;     // 2^b - 1
   uint32_t bits;     // b
-  bool wrapped;      // signed coefficients, carries biased by 2^(51 - b)
+  FftLastStage stage;  // signed stages: carries biased by 2^(51 - b)
   int64_t carry[4];
 };
 
-void fftCarryStart(FftCarryStreams* s, uint32_t* points, uint64_t L, uint32_t bits, bool wrapped);
+void fftCarryStart(FftCarryStreams* s, uint32_t* points, uint64_t L, uint32_t bits,
+                   FftLastStage stage);
 // Coefficients i0 .. i0 + count - 1 of each stream: p[2k] stream 0, p[2k + 1]
 // stream 2, q[2k] stream 1, q[2k + 1] stream 3, for k < count.
 void fftCarryChunk(FftCarryStreams* s, const double* p, const double* q, uint64_t i0,
                    uint64_t count);
-// Closes the seams. Full: the carry out of the top is dropped, returns 0.
-// Wrapped: the carry out of the top wraps to the bottom with its sign turned
+// Closes the seams. FftFull, FftFullSigned: the carry out of the top is
+// dropped, returns 0. FftWrapped: the carry out of the top wraps to the bottom with its sign turned
 // (x^L = -1); returns 1 when the value is -1 modulo 2^(bL) + 1 (the points
 // are then all zero), else 0.
 uint32_t fftCarryFinish(FftCarryStreams* s);
+
+// ---- Balanced points for the direct products (fft_split.cpp) --------------
+// splitWordsToPoints, then each point of b bits recentred into
+// [-2^(b-1), 2^(b-1)) (stored as a signed 32-bit value) with a carry of one
+// into the next point; the last point that carries data keeps its carry (it
+// lies in [0, 2^b]), so no point past the data is touched. Balanced points halve
+// the magnitude of every transform value and keep the worst coefficient of
+// a row a factor of four below the unsigned bound: the products round with
+// the FftFullSigned stage.
+void splitWordsToBalancedPoints(uint32_t* points, uint64_t count, const uint32_t* words,
+                                uint64_t n, uint32_t b);
+// The inverse with the FftFullSigned last stage.
+void inverseFftSigned(double* buffer, uint32_t* points, SizeCode code, uint32_t bits,
+                      const FftLookupTables* tables);
 
 // ---- The general loops of fft_split.cpp, reachable for tests -------------
 // points[first .. last) of the b-bit stream of words[0 .. n) (zero past n).

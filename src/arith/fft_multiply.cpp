@@ -19,10 +19,10 @@ uint64_t squareOnce(Heap* heap, const uint32_t* words, uint64_t n, uint32_t* des
   if (buffer == nullptr) return missing;
   uint32_t* points = static_cast<uint32_t*>(fftTake(heap, &blocks, 4 * s.length, &missing));
   if (points == nullptr) return missing;
-  splitWordsToPoints(points, s.length / 2, words, n, s.bits);
+  splitWordsToBalancedPoints(points, s.length / 2, words, n, s.bits);
   forwardFft(buffer, points, s.code, s.tables);
   fftPointwiseSquare(buffer, s.code);
-  inverseFft(buffer, points, s.code, s.bits, s.tables);
+  inverseFftSigned(buffer, points, s.code, s.bits, s.tables);
   packPointsToWordsFrom(points, s.length, chop, destination, 2 * n - chop, s.bits);
   fftReleaseAll(&blocks);
   return 0;
@@ -34,10 +34,10 @@ uint64_t squareOnce(Heap* heap, const uint32_t* words, uint64_t n, uint32_t* des
 void loadOperand(double* buffer, uint32_t* points, const uint32_t* words, uint64_t n,
                  const FftShape& s) {
   if (uint64_t(s.bits) * (s.length / 2) < 32 * n) {
-    splitWordsToPoints(points, s.length, words, n, s.bits);
+    splitWordsToBalancedPoints(points, s.length, words, n, s.bits);
     forwardFftFull(buffer, points, s.code, s.tables);
   } else {
-    splitWordsToPoints(points, s.length / 2, words, n, s.bits);
+    splitWordsToBalancedPoints(points, s.length / 2, words, n, s.bits);
     forwardFft(buffer, points, s.code, s.tables);
   }
 }
@@ -58,7 +58,7 @@ uint64_t multiplyOnce(Heap* heap, const uint32_t* a, uint64_t na, const uint32_t
   loadOperand(first, points, a, na, s);
   loadOperand(second, points, b, nb, s);
   fftPointwiseMultiply(first, second, s.code);
-  inverseFft(first, points, s.code, s.bits, s.tables);
+  inverseFftSigned(first, points, s.code, s.bits, s.tables);
   packPointsToWordsFrom(points, s.length, chop, destination, na + nb - chop, s.bits);
   fftReleaseAll(&blocks);
   return 0;

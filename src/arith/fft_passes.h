@@ -114,13 +114,16 @@ void forwardEntry(double* buffer, const uint32_t* points, SizeCode code,
 }
 
 uint32_t inverseEntry(double* buffer, uint32_t* points, SizeCode code, uint32_t bits,
-                      const FftLookupTables* tables, bool wrapped) {
+                      const FftLookupTables* tables, FftLastStage stage) {
   if ((code & 3) == sizeCodeKindSeven) return 0;
   const uint64_t L = sizeCodeLength(code);
   allPasses<true>(buffer, code, tables);
   const double* weights = rightAngleWeights(tables, code);
-  if (wrapped) return lastStage<true>(buffer, points, L, bits, weights);
-  return lastStage<false>(buffer, points, L, bits, weights);
+  switch (stage) {
+    case FftFull: return lastStage<FftFull>(buffer, points, L, bits, weights);
+    case FftFullSigned: return lastStage<FftFullSigned>(buffer, points, L, bits, weights);
+    default: return lastStage<FftWrapped>(buffer, points, L, bits, weights);
+  }
 }
 
 constexpr FftKernelSet kernelSetNamed(const char* name) {

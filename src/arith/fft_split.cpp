@@ -197,3 +197,19 @@ void packPointsToWords(const uint32_t* points, uint64_t count, uint32_t* words, 
                        uint32_t b) {
   packPointsToWordsFrom(points, count, 0, words, n, b);
 }
+
+void splitWordsToBalancedPoints(uint32_t* points, uint64_t count, const uint32_t* words,
+                                uint64_t n, uint32_t b) {
+  splitWordsToPoints(points, count, words, n, b);
+  uint64_t filled = pointsCovering(32 * n, b);
+  if (filled > count) filled = count;
+  const int64_t half = int64_t(1) << (b - 1), full = int64_t(1) << b;
+  int64_t carry = 0;
+  for (uint64_t k = 0; k < filled; k++) {
+    int64_t v = int64_t(points[k]) + carry;
+    carry = v >= half ? 1 : 0;
+    points[k] = uint32_t(int32_t(v - carry * full));
+  }
+  // The top point keeps its carry: no point beyond the data is touched.
+  if (carry != 0) points[filled - 1] = uint32_t(int32_t(points[filled - 1]) + int32_t(full));
+}

@@ -16,10 +16,10 @@ namespace {
 // One piece: destination[0 .. 2 nb) = piece * b, with b's transform given.
 void pieceProduct(double* buffer, uint32_t* points, const double* bTransform,
                   const uint32_t* piece, uint64_t nb, uint32_t* destination, const FftShape& s) {
-  splitWordsToPoints(points, s.length / 2, piece, nb, s.bits);
+  splitWordsToBalancedPoints(points, s.length / 2, piece, nb, s.bits);
   forwardFft(buffer, points, s.code, s.tables);
   fftPointwiseMultiply(buffer, bTransform, s.code);
-  inverseFft(buffer, points, s.code, s.bits, s.tables);
+  inverseFftSigned(buffer, points, s.code, s.bits, s.tables);
   packPointsToWords(points, s.length, destination, 2 * nb, s.bits);
 }
 
@@ -50,7 +50,7 @@ uint64_t fftMultiplyPieces(Heap* heap, const uint32_t* a, uint64_t na, const uin
     fftReleaseAll(&kept);
     return missing;
   }
-  splitWordsToPoints(points, s.length / 2, b, nb, s.bits);
+  splitWordsToBalancedPoints(points, s.length / 2, b, nb, s.bits);
   forwardFft(bTransform, points, s.code, s.tables);
   for (uint64_t i = 0; i < pieces; i += 2) {
     pieceProduct(buffer, points, bTransform, a + i * nb, nb, destination + i * nb, s);

@@ -1,0 +1,325 @@
+// FFT products and squares against GMP: every length from 54 to 13056 words
+// sampled densely with each FftSizeTable row boundary on both sides, the
+// lengths 3 * 2^k and 5 * 2^k, unbalanced shapes, chops, all-ones operands,
+// the worst rounding error of each row, and the failure paths.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <set>
+#include <vector>
+
+#include "arith/fft_test_support.h"
+#include "arith/recursive.h"
+#include "arith/tuning.h"
+#include "memory/heap.h"
+#include "platform/console.h"
+#include "support/gmp_bridge.h"
+
+using testbridge::Kind;
+using testbridge::Number;
+using testbridge::Random;
+
+namespace {
+
+// The largest direct FFT square: 13056 words, the row of 835584 bits.
+constexpr uint64_t largestWords = hybridSquareThreshold - 1;
+
+// Operand lengths: every length to 200, then a log-uniform sample, each row
+// boundary of FftSizeTable (the largest square of the row and one past it, and
+// the same for its odd-width drop), and the lengths 3 * 2^k and 5 * 2^k.
+std::vector<uint64_t> sampledLengths(Random& random, uint64_t sampleCount) {
+  std::set<uint64_t> lengths;
+  for (uint64_t n = fftSquareThreshold; n <= 200; n++) lengths.insert(n);
+  for (uint64_t i = 0; i < sampleCount; i++) lengths.insert(random.logUniform(200, largestWords));
+  for (uint32_t r = 0; r < fftSizeRowCount; r++) {
+    const FftSizeRow& row = FftSizeTable[r];
+    uint64_t L = sizeCodeLength(row.code);
+    for (uint64_t bits : {row.capacity, (row.bitsPerPoint - uint64_t(1)) * L}) {
+      for (uint64_t n : {bits / 64 - 1, bits / 64, bits / 64 + 1}) {
+        if (n >= fftSquareThreshold && n <= largestWords) lengths.insert(n);
+      }
+    }
+  }
+  for (uint64_t m : {3, 5}) {
+    for (uint64_t n = m; n <= largestWords; n *= 2) {
+      if (n >= fftSquareThreshold) lengths.insert(n);
+    }
+  }
+  return {lengths.begin(), lengths.end()};
+}
+
+::testing::AssertionResult squareMatches(const std::vector<uint32_t>& a, uint64_t chop) {
+  const uint64_t n = a.size();
+  testbridge::GuardedWords out(2 * n - chop);
+  uint64_t code = fftSquare(nullptr, a.data(), n, out.data(), chop, ffttest::tables());
+  if (code != 0) return ::testing::AssertionFailure() << "returned " << code;
+  if (!out.intact()) return ::testing::AssertionFailure() << "wrote past the product";
+  Number x, expected;
+  testbridge::toMpz(x.z, a.data(), n);
+  mpz_mul(expected.z, x.z, x.z);
+  mpz_tdiv_q_2exp(expected.z, expected.z, 32 * chop);
+  return testbridge::equalsMpz(out.data(), 2 * n - chop, expected.z);
+}
+
+// a * b without a chop, against GMP.
+::testing::AssertionResult productMatches(const std::vector<uint32_t>& a,
+                                          const std::vector<uint32_t>& b) {
+  const uint64_t total = a.size() + b.size();
+  testbridge::GuardedWords out(total);
+  uint64_t code = fftMultiply(nullptr, a.data(), a.size(), b.data(), b.size(), out.data(), 0,
+                              ffttest::tables());
+  if (code != 0) return ::testing::AssertionFailure() << "returned " << code;
+  if (!out.intact()) return ::testing::AssertionFailure() << "wrote past the product";
+  auto expected = testbridge::gmpProduct(a.data(), a.size(), b.data(), b.size());
+  Number e;
+  testbridge::toMpz(e.z, expected.data(), total);
+  return testbridge::equalsMpz(out.data(), total, e.z);
+}
+
+// The square of words[0 .. n) through one transform of the given row, as the
+// products do it (balanced points, signed rounding), with the worst distance
+// of a coefficient to an integer before the rounding.
+std::vector<uint32_t> rowSquare(const std::vector<uint32_t>& words, const FftSizeRow& row,
+                                double* worstError) {
+  const uint64_t L = sizeCodeLength(row.code), n = words.size();
+  const uint32_t bits = row.bitsPerPoint;
+  ffttest::Buffer buffer(L);
+  std::vector<uint32_t> points(L);
+  splitWordsToBalancedPoints(points.data(), L / 2, words.data(), n, bits);
+  forwardFft(buffer.data, points.data(), row.code, ffttest::tables());
+  fftPointwiseSquare(buffer.data, row.code);
+  ffttest::Buffer copy(L);
+  std::copy(buffer.data, buffer.data + L, copy.data);
+  fftKernels()->inversePasses(copy.data, row.code, ffttest::tables());
+  *worstError = ffttest::worstRoundingError(copy.data, row.code, ffttest::tables());
+  inverseFftSigned(buffer.data, points.data(), row.code, bits, ffttest::tables());
+  std::vector<uint32_t> out(2 * n);
+  packPointsToWords(points.data(), L, out.data(), 2 * n, bits);
+  return out;
+}
+
+// Operands whose balanced points all sit at one end of the range: every
+// point 2^(b-1) - 1, or (by the carries) every point -2^(b-1). Their squares
+// have the largest coefficients that balanced points allow.
+std::vector<uint32_t> extremeOperand(uint64_t n, uint32_t bits, bool negative) {
+  std::vector<uint32_t> points((32 * n + bits - 1) / bits, (1u << (bits - 1)) - 1);
+  if (negative) points[0] = 1u << (bits - 1);
+  std::vector<uint32_t> words(n);
+  packPointsToWords(points.data(), points.size(), words.data(), n, bits);
+  return words;
+}
+
+}  // namespace
+
+TEST(FftProducts, SquaresAgreeWithGmpFrom54To13056Words) {
+  Random random = testbridge::testRandom();
+  for (uint64_t n : sampledLengths(random, 120)) {
+    auto a = testbridge::operand(random, testbridge::randomKind(random), n);
+    ASSERT_TRUE(squareMatches(a, 0)) << "n = " << n;
+  }
+}
+
+TEST(FftProducts, BalancedProductsAgreeWithGmpFrom58To13056Words) {
+  Random random = testbridge::testRandom();
+  for (uint64_t n : sampledLengths(random, 120)) {
+    if (n < fftMultiplyThreshold) continue;
+    auto a = testbridge::operand(random, testbridge::randomKind(random), n);
+    auto b = testbridge::operand(random, testbridge::randomKind(random), n);
+    ASSERT_TRUE(productMatches(a, b)) << "n = " << n;
+  }
+}
+
+TEST(FftProducts, AllOnesOperandsUpToTheLargestRow) {
+  Random random = testbridge::testRandom();
+  for (uint64_t n : {uint64_t(54), uint64_t(63), uint64_t(64), uint64_t(1152), uint64_t(1153),
+                     uint64_t(6912), uint64_t(8704), uint64_t(8705), largestWords}) {
+    auto ones = testbridge::operand(random, Kind::AllOnes, n);
+    EXPECT_TRUE(squareMatches(ones, 0)) << "n = " << n;
+    auto other = testbridge::operand(random, Kind::PowerMinusOne, n);
+    EXPECT_TRUE(productMatches(ones, other)) << "n = " << n;
+  }
+}
+
+TEST(FftProducts, FiftyFourWordsIsTheRecursiveSquare) {
+  // The first FFT square lands on the 192-point row at 20 bits; it must equal
+  // what the recursive methods give.
+  SizeCode code;
+  uint32_t bits;
+  ASSERT_EQ(fftParamsFor(32 * 54, &code, &bits), 0u);
+  EXPECT_EQ(sizeCodeLength(code), 192u);
+  Random random = testbridge::testRandom();
+  for (Kind kind : {Kind::Uniform, Kind::AllOnes, Kind::Runs}) {
+    auto a = testbridge::operand(random, kind, 54);
+    std::vector<uint32_t> viaFft(108), viaRecursion(108);
+    ASSERT_EQ(fftSquare(nullptr, a.data(), 54, viaFft.data(), 0, ffttest::tables()), 0u);
+    ASSERT_EQ(smallSquare(nullptr, a.data(), 54, viaRecursion.data(), 0), 0u);
+    EXPECT_EQ(viaFft, viaRecursion) << testbridge::kindName(kind);
+  }
+}
+
+TEST(FftProducts, WorstRoundingErrorOfEachRowStaysBelowAQuarter) {
+  // Each row at its full capacity (the largest square it holds): random,
+  // all-ones and the two extreme operands; row 1 is the 128-point row at 22
+  // bits, row 18 the largest row of a direct product.
+  Random random = testbridge::testRandom();
+  for (uint32_t r = 0; r < fftSizeRowCount; r++) {
+    const FftSizeRow& row = FftSizeTable[r];
+    const uint64_t n = row.capacity / 64;
+    if (n > largestWords) break;
+    double worst = 0.0;
+    for (int kind = 0; kind < 5; kind++) {
+      std::vector<uint32_t> a = kind == 0 ? testbridge::operand(random, Kind::AllOnes, n)
+                                : kind < 3 ? extremeOperand(n, row.bitsPerPoint, kind == 2)
+                                           : testbridge::operand(random, Kind::Uniform, n);
+      double error;
+      auto square = rowSquare(a, row, &error);
+      worst = std::fmax(worst, error);
+      Number x, expected;
+      testbridge::toMpz(x.z, a.data(), n);
+      mpz_mul(expected.z, x.z, x.z);
+      ASSERT_TRUE(testbridge::equalsMpz(square.data(), 2 * n, expected.z)) << "row " << r;
+    }
+    std::printf("[ ROUNDING ] row %2u: L = %6llu, %u bits, %5llu words: worst error %.5f\n", r,
+                (unsigned long long)sizeCodeLength(row.code), unsigned(row.bitsPerPoint),
+                (unsigned long long)n, worst);
+    EXPECT_LT(worst, 0.25) << "row " << r;
+  }
+}
+
+TEST(FftProducts, UnbalancedShapes) {
+  Random random = testbridge::testRandom();
+  const uint64_t shapes[][2] = {
+      {59, 58},     {117, 58},   {116, 58},   {300, 100},  {201, 100},  {200, 100},
+      {1000, 58},   {1000, 99},  {4097, 1024}, {4096, 1024}, {5000, 1023}, {13056, 64},
+      {13000, 6500}, {12000, 200}, {9000, 4000}, {3000, 1499}, {777, 59},  {20000, 60},
+      {100000, 13056}};
+  for (const auto& shape : shapes) {
+    auto a = testbridge::operand(random, testbridge::randomKind(random), shape[0]);
+    auto b = testbridge::operand(random, testbridge::randomKind(random), shape[1]);
+    EXPECT_TRUE(productMatches(a, b)) << shape[0] << " x " << shape[1];
+    EXPECT_TRUE(productMatches(b, a)) << shape[1] << " x " << shape[0];
+  }
+  // Sampled shapes: the long operand up to 20 times the short one.
+  for (int trial = 0; trial < 40; trial++) {
+    uint64_t nb = random.logUniform(fftMultiplyThreshold, 4000);
+    uint64_t na = nb + random.below(20 * nb);
+    auto a = testbridge::operand(random, testbridge::randomKind(random), na);
+    auto b = testbridge::operand(random, testbridge::randomKind(random), nb);
+    ASSERT_TRUE(productMatches(a, b)) << na << " x " << nb;
+  }
+}
+
+TEST(FftProducts, ChopsAreExactProductsOfTheKeptWords) {
+  // The kept words are exact for the operands as the chop rule cuts them,
+  // and fall short of the full product's words by at most 3.
+  Random random = testbridge::testRandom();
+  for (int trial = 0; trial < 150; trial++) {
+    uint64_t na = random.logUniform(fftMultiplyThreshold, 9000);
+    uint64_t nb = trial % 5 == 0 ? na : random.logUniform(fftMultiplyThreshold, 9000);
+    bool square = trial % 4 == 0;
+    if (square) nb = na;
+    uint64_t total = na + nb;
+    // Chops below, at and beyond the operands' lengths.
+    uint64_t chop = trial % 3 == 0 ? random.below(std::min(na, nb) + 1)
+                                   : random.between(std::min(na, nb), total - 1);
+    auto a = testbridge::operand(random, testbridge::randomKind(random), na);
+    auto b = square ? a : testbridge::operand(random, testbridge::randomKind(random), nb);
+    testbridge::GuardedWords out(total - chop);
+    uint64_t code = square ? fftSquare(nullptr, a.data(), na, out.data(), chop, ffttest::tables())
+                           : fftMultiply(nullptr, a.data(), na, b.data(), nb, out.data(), chop,
+                                         ffttest::tables());
+    ASSERT_EQ(code, 0u);
+    ASSERT_TRUE(out.intact());
+    uint64_t cutA = chop > nb ? chop - nb : 0, cutB = chop > na ? chop - na : 0;
+    Number x, y, expected, full, result;
+    testbridge::toMpz(x.z, a.data() + cutA, na - cutA);
+    testbridge::toMpz(y.z, b.data() + cutB, nb - cutB);
+    mpz_mul(expected.z, x.z, y.z);
+    mpz_tdiv_q_2exp(expected.z, expected.z, 32 * (chop - cutA - cutB));
+    ASSERT_TRUE(testbridge::equalsMpz(out.data(), total - chop, expected.z))
+        << na << " x " << nb << " chop " << chop << (square ? " square" : "");
+    testbridge::toMpz(x.z, a.data(), na);
+    testbridge::toMpz(y.z, b.data(), nb);
+    mpz_mul(full.z, x.z, y.z);
+    mpz_tdiv_q_2exp(full.z, full.z, 32 * chop);
+    testbridge::toMpz(result.z, out.data(), total - chop);
+    mpz_sub(full.z, full.z, result.z);
+    EXPECT_GE(mpz_sgn(full.z), 0);
+    EXPECT_LE(mpz_cmp_ui(full.z, 3), 0) << na << " x " << nb << " chop " << chop;
+  }
+}
+
+TEST(FftProducts, ALowPartBeyondTheChopHasNoInfluence) {
+  Random random = testbridge::testRandom();
+  const uint64_t n = 3000, chop = 4500;
+  auto a = testbridge::operand(random, Kind::Uniform, n);
+  std::vector<uint32_t> first(2 * n - chop), second(2 * n - chop);
+  ASSERT_EQ(fftSquare(nullptr, a.data(), n, first.data(), chop, ffttest::tables()), 0u);
+  for (uint64_t k = 0; k < chop - n; k++) a[k] = random.word();
+  ASSERT_EQ(fftSquare(nullptr, a.data(), n, second.data(), chop, ffttest::tables()), 0u);
+  EXPECT_EQ(first, second);
+}
+
+TEST(FftProducts, TablesTooSmallForTheProductAreGrownApart) {
+  // Tables built for short products only: the FFT serves the product with
+  // tables of its own, and leaves the given ones as they were.
+  auto* small = static_cast<FftLookupTables*>(calloc(1, sizeof(FftLookupTables)));
+  ASSERT_EQ(growFftTables(small, 40), 0u);
+  Random random = testbridge::testRandom();
+  for (uint64_t n : {uint64_t(5000), largestWords, uint64_t(40000)}) {
+    auto a = testbridge::operand(random, Kind::Uniform, n);
+    testbridge::GuardedWords out(2 * n);
+    ASSERT_EQ(fftSquare(nullptr, a.data(), n, out.data(), 0, small), 0u);
+    Number x, expected;
+    testbridge::toMpz(x.z, a.data(), n);
+    mpz_mul(expected.z, x.z, x.z);
+    EXPECT_TRUE(testbridge::equalsMpz(out.data(), 2 * n, expected.z)) << n;
+  }
+  EXPECT_EQ(small->builtCode, 40u);
+}
+
+TEST(FftProducts, AShortHeapGivesBackItsBlocksAndTheMissingBytes) {
+  Random random = testbridge::testRandom();
+  const uint64_t n = 2000;  // 8192 points: 64 KiB of transform, 32 KiB of points
+  auto a = testbridge::operand(random, Kind::Uniform, n);
+  auto b = testbridge::operand(random, Kind::Uniform, n);
+  std::vector<uint32_t> out(2 * n);
+  for (uint64_t size : {uint64_t(40000), uint64_t(80000), uint64_t(150000)}) {
+    Heap heap;
+    heapInit(nullptr, &heap, size);
+    uint64_t square = fftSquare(&heap, a.data(), n, out.data(), 0, ffttest::tables());
+    uint64_t product = fftMultiply(&heap, a.data(), n, b.data(), n, out.data(), 0,
+                                   ffttest::tables());
+    EXPECT_EQ(heap.activeBlocks, 0u) << size;
+    if (size < 100000) {
+      EXPECT_GT(square, 0u) << size;
+      EXPECT_LT(square, 100000u) << size;
+    } else {
+      EXPECT_EQ(square, 0u);
+    }
+    // A product needs two transforms and the points: 160 KiB and more.
+    EXPECT_GT(product, 0u) << size;
+    EXPECT_NE(product, ~uint64_t(0));
+    heapDestroy(&heap);
+  }
+  Heap roomy;
+  heapInit(nullptr, &roomy, 400000);
+  EXPECT_EQ(fftMultiply(&roomy, a.data(), n, b.data(), n, out.data(), 0, ffttest::tables()), 0u);
+  EXPECT_EQ(out, testbridge::gmpProduct(a.data(), n, b.data(), n));
+  EXPECT_EQ(roomy.activeBlocks, 0u);
+  heapDestroy(&roomy);
+}
+
+TEST(FftProductsDeathTest, ASizeBeyondTheLastRowIsFatal) {
+  // 2^29 words square to more bits than the last row's 24159191040; the size
+  // is refused before any word is read.
+  uint32_t word = 1, out = 0;
+  std::string printed;
+  EXPECT_EXIT(
+      {
+        consoleCaptureTo(&printed);
+        fftSquare(nullptr, &word, uint64_t(1) << 29, &out, 0, ffttest::tables());
+      },
+      ::testing::ExitedWithCode(1), "");
+}
