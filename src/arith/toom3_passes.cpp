@@ -114,34 +114,44 @@ uint64_t interpolateWords(Carries& carries, uint64_t from, uint64_t to, const ui
                           uint32_t* z2) {
   uint64_t m = from;
 #if defined(__AVX2__)
-  alignas(32) int64_t d1[4], d2[4], d3[4];
-  for (; m + 4 <= to; m += 4) {
-    auto load = [](const uint32_t* p) {
-      return _mm256_cvtepu32_epi64(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
-    };
-    __m256i vp1 = load(p1 + m), vp2 = load(p2 + m), vp3 = load(p3 + m), vz0 = load(z0 + m);
-    __m256i vz4 = WithZ4 ? load(z4 + m) : _mm256_setzero_si256();
-    auto times = [](__m256i x, int a, int b) {  // x * (2^a + 2^b)
-      return _mm256_add_epi64(_mm256_slli_epi64(x, a), _mm256_slli_epi64(x, b));
-    };
-    __m256i twelveP1 = times(vp1, 3, 2);
-    __m256i sum04 = _mm256_add_epi64(vz0, vz4);
-    __m256i sevenSum = _mm256_sub_epi64(_mm256_slli_epi64(sum04, 3), sum04);
-    __m256i p23 = _mm256_add_epi64(vp2, vp3);
-    __m256i v2 = _mm256_sub_epi64(_mm256_add_epi64(times(vp1, 3, 1), sevenSum), p23);
-    __m256i z0x21 = _mm256_add_epi64(times(vz0, 4, 2), vz0);
-    __m256i z4x21 = _mm256_add_epi64(times(vz4, 4, 2), vz4);
-    __m256i z0x6 = times(vz0, 2, 1), z4x6 = times(vz4, 2, 1);
-    __m256i v1 = _mm256_sub_epi64(
-        _mm256_add_epi64(p23, vp3),
-        _mm256_add_epi64(twelveP1, _mm256_add_epi64(z0x21, z4x6)));
-    __m256i v3 = _mm256_sub_epi64(
-        _mm256_add_epi64(p23, vp2),
-        _mm256_add_epi64(twelveP1, _mm256_add_epi64(z0x6, z4x21)));
-    _mm256_store_si256(reinterpret_cast<__m256i*>(d1), v1);
-    _mm256_store_si256(reinterpret_cast<__m256i*>(d2), v2);
-    _mm256_store_si256(reinterpret_cast<__m256i*>(d3), v3);
-    for (int j = 0; j < 4; j++) carries.word({d1[j], d2[j], d3[j]}, m + j, sixZ1, sixZ3, z2);
+  // Blocks of 64 words: the digits of a whole block go to a small buffer
+  // first, so the scalar pass reads them back from cache rather than
+  // straight out of the vector stores.
+  constexpr uint64_t block = 64;
+  alignas(32) int64_t d1[block], d2[block], d3[block];
+  auto load = [](const uint32_t* p) {
+    return _mm256_cvtepu32_epi64(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
+  };
+  auto times = [](__m256i x, int a, int b) {  // x * (2^a + 2^b)
+    return _mm256_add_epi64(_mm256_slli_epi64(x, a), _mm256_slli_epi64(x, b));
+  };
+  while (m + 4 <= to) {
+    uint64_t words = (to - m) / 4 * 4;
+    if (words > block) words = block;
+    for (uint64_t j = 0; j < words; j += 4) {
+      uint64_t at = m + j;
+      __m256i vp1 = load(p1 + at), vp2 = load(p2 + at), vp3 = load(p3 + at);
+      __m256i vz0 = load(z0 + at);
+      __m256i vz4 = WithZ4 ? load(z4 + at) : _mm256_setzero_si256();
+      __m256i twelveP1 = times(vp1, 3, 2);
+      __m256i sum04 = _mm256_add_epi64(vz0, vz4);
+      __m256i sevenSum = _mm256_sub_epi64(_mm256_slli_epi64(sum04, 3), sum04);
+      __m256i p23 = _mm256_add_epi64(vp2, vp3);
+      __m256i v2 = _mm256_sub_epi64(_mm256_add_epi64(times(vp1, 3, 1), sevenSum), p23);
+      __m256i z0x21 = _mm256_add_epi64(times(vz0, 4, 2), vz0);
+      __m256i z4x21 = _mm256_add_epi64(times(vz4, 4, 2), vz4);
+      __m256i z0x6 = times(vz0, 2, 1), z4x6 = times(vz4, 2, 1);
+      __m256i v1 = _mm256_sub_epi64(_mm256_add_epi64(p23, vp3),
+                                    _mm256_add_epi64(twelveP1, _mm256_add_epi64(z0x21, z4x6)));
+      __m256i v3 = _mm256_sub_epi64(_mm256_add_epi64(p23, vp2),
+                                    _mm256_add_epi64(twelveP1, _mm256_add_epi64(z0x6, z4x21)));
+      _mm256_store_si256(reinterpret_cast<__m256i*>(d1 + j), v1);
+      _mm256_store_si256(reinterpret_cast<__m256i*>(d2 + j), v2);
+      _mm256_store_si256(reinterpret_cast<__m256i*>(d3 + j), v3);
+    }
+    for (uint64_t j = 0; j < words; j++)
+      carries.word({d1[j], d2[j], d3[j]}, m + j, sixZ1, sixZ3, z2);
+    m += words;
   }
 #endif
   for (; m < to; m++)
