@@ -3,7 +3,7 @@
 // one pass over the words.
 #include <cassert>
 
-#include "arith/karatsuba_leaf.h"
+#include "arith/karatsuba_fixed.h"
 #include "arith/recursive_internal.h"
 #include "arith/word_ops.h"
 
@@ -63,12 +63,16 @@ void karatsubaCore(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* o
     return;
   }
   uint64_t h = (n + 1) / 2, l = n - h;
-  if (h < cut.karatsuba && n >= karatsubaLeafMinimum && n <= karatsubaLeafMaximum) {
-    if constexpr (Square)
-      karatsubaSquareLeaf(n)(a, out, scratch);
-    else
-      karatsubaMultiplyLeaf(n)(a, b, out, scratch);
-    return;
+  if constexpr (Square) {
+    if (cut.karatsuba == sqrK && n <= karatsubaFixedSquareMaximum) {
+      karatsubaFixedSquare(n)(a, out, scratch);
+      return;
+    }
+  } else {
+    if (cut.karatsuba == elmK && n <= karatsubaFixedMultiplyMaximum) {
+      karatsubaFixedMultiply(n)(a, b, out, scratch);
+      return;
+    }
   }
   uint32_t* inner = scratch + 2 * h;
   bool signsDiffer = false;

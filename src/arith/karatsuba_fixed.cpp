@@ -1,14 +1,18 @@
-// The lowest Karatsuba level, where both halves go to the schoolbook kernels,
-// compiled once per length: the same steps as karatsubaCore, with every
-// difference, sum and carry over a length known at compile time, so that
-// they unroll into straight carry chains. Most Karatsuba calls of a large
-// product are of this kind.
-#include "arith/karatsuba_leaf.h"
+// The two lowest Karatsuba levels, compiled once per length for the build's
+// cut-overs: the same steps as karatsubaCore, with every difference, sum and
+// carry over a length known at compile time, so that they unroll into
+// straight carry chains, and the half products called directly (schoolbook
+// kernels below the cut-over). Most Karatsuba calls of a large product are
+// of this kind.
+#include "arith/karatsuba_fixed.h"
 
 #include <x86intrin.h>
 
+#include <utility>
+
 #include "arith/basecase_fixed.h"
 #include "arith/basecase_limbs.h"
+#include "arith/tuning.h"
 
 namespace {
 
@@ -82,23 +86,43 @@ inline bool absoluteDifferenceFixed(const uint32_t* lo, const uint32_t* hi, uint
   return hiLarger;
 }
 
-template <int N, bool Square>
-void karatsubaLeaf(const uint32_t* a, const uint32_t* b, uint32_t* out, uint32_t* scratch) {
+// Square (a * a) or product of N words with the Karatsuba cut-over K, N >= K.
+template <int N, bool Square, int K>
+__attribute__((noinline)) void karatsubaFixed(const uint32_t* a, const uint32_t* b,
+                                              uint32_t* out, uint32_t* scratch);
+
+// The half product of M words: schoolbook below K, else one more fixed level.
+template <int M, bool Square, int K>
+inline void halfProduct(const uint32_t* a, const uint32_t* b, uint32_t* out,
+                        uint32_t* scratch) {
+  if constexpr (M < K) {
+    if constexpr (Square)
+      fixedSquareKernels[M](a, out);
+    else
+      fixedMultiplyKernels[M](a, b, out);
+  } else {
+    karatsubaFixed<M, Square, K>(a, b, out, scratch);
+  }
+}
+
+template <int N, bool Square, int K>
+void karatsubaFixed(const uint32_t* a, const uint32_t* b, uint32_t* out, uint32_t* scratch) {
   constexpr int H = (N + 1) / 2, L = N - H;
   constexpr int Top = 2 * N - 3 * H;  // words of hi*hi above 3H: H, or H - 2
+  uint32_t* inner = scratch + 2 * H;
   bool addD = false;
   if constexpr (Square) {
     absoluteDifferenceFixed<H, L>(a, a + H, out);
-    fixedSquareKernels[H](out, scratch);
-    fixedSquareKernels[H](a, out);
-    fixedSquareKernels[L](a + H, out + 2 * H);
+    halfProduct<H, true, K>(out, out, scratch, inner);
+    halfProduct<H, true, K>(a, a, out, inner);
+    halfProduct<L, true, K>(a + H, a + H, out + 2 * H, inner);
   } else {
     bool negA = absoluteDifferenceFixed<H, L>(a, a + H, out);
     bool negB = absoluteDifferenceFixed<H, L>(b, b + H, out + H);
     addD = negA != negB;
-    fixedMultiplyKernels[H](out, out + H, scratch);
-    fixedMultiplyKernels[H](a, b, out);
-    fixedMultiplyKernels[L](a + H, b + H, out + 2 * H);
+    halfProduct<H, false, K>(out, out + H, scratch, inner);
+    halfProduct<H, false, K>(a, b, out, inner);
+    halfProduct<L, false, K>(a + H, b + H, out + 2 * H, inner);
   }
   // Middle term at word H, as in karatsubaCore: t = L[H ..) + H[.. H) serves
   // word H (t + L[.. H)) and word 2H (t + H[H ..)); then D off or on.
@@ -131,34 +155,45 @@ void karatsubaLeaf(const uint32_t* a, const uint32_t* b, uint32_t* out, uint32_t
 }
 
 template <int N>
-void squareLeaf(const uint32_t* a, uint32_t* out, uint32_t* scratch) {
-  karatsubaLeaf<N, true>(a, a, out, scratch);
+void squareFixed(const uint32_t* a, uint32_t* out, uint32_t* scratch) {
+  karatsubaFixed<N, true, (int)sqrK>(a, a, out, scratch);
 }
 
 template <int N>
-void multiplyLeaf(const uint32_t* a, const uint32_t* b, uint32_t* out, uint32_t* scratch) {
-  karatsubaLeaf<N, false>(a, b, out, scratch);
+void multiplyFixed(const uint32_t* a, const uint32_t* b, uint32_t* out, uint32_t* scratch) {
+  karatsubaFixed<N, false, (int)elmK>(a, b, out, scratch);
 }
 
-template <int... Lengths>
-struct LeafTables {
-  static constexpr KaratsubaSquareLeaf squares[] = {squareLeaf<Lengths>...};
-  static constexpr KaratsubaMultiplyLeaf products[] = {multiplyLeaf<Lengths>...};
+template <int First, int... Offsets>
+struct SquareTable {
+  static constexpr KaratsubaFixedSquare entries[] = {squareFixed<First + Offsets>...};
+};
+template <int First, int... Offsets>
+struct MultiplyTable {
+  static constexpr KaratsubaFixedMultiply entries[] = {multiplyFixed<First + Offsets>...};
 };
 
-// Lengths karatsubaLeafMinimum .. karatsubaLeafMaximum.
-using Tables = LeafTables<12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28,
-                          29, 30, 31, 32>;
-static_assert(sizeof(Tables::squares) / sizeof(Tables::squares[0]) ==
-                  karatsubaLeafMaximum - karatsubaLeafMinimum + 1,
-              "one leaf per length of the range");
+template <int First, int... Offsets>
+constexpr auto squareTable(std::integer_sequence<int, Offsets...>) {
+  return SquareTable<First, Offsets...>{};
+}
+template <int First, int... Offsets>
+constexpr auto multiplyTable(std::integer_sequence<int, Offsets...>) {
+  return MultiplyTable<First, Offsets...>{};
+}
+
+using Squares = decltype(squareTable<(int)sqrK>(
+    std::make_integer_sequence<int, (int)(karatsubaFixedSquareMaximum - sqrK + 1)>{}));
+using Products = decltype(multiplyTable<(int)elmK>(
+    std::make_integer_sequence<int, (int)(karatsubaFixedMultiplyMaximum - elmK + 1)>{}));
 
 }  // namespace
 
-KaratsubaSquareLeaf karatsubaSquareLeaf(uint64_t n) {
-  return Tables::squares[n - karatsubaLeafMinimum];
+KaratsubaFixedSquare karatsubaFixedSquare(uint64_t n) {
+  return n >= sqrK && n <= karatsubaFixedSquareMaximum ? Squares::entries[n - sqrK] : nullptr;
 }
 
-KaratsubaMultiplyLeaf karatsubaMultiplyLeaf(uint64_t n) {
-  return Tables::products[n - karatsubaLeafMinimum];
+KaratsubaFixedMultiply karatsubaFixedMultiply(uint64_t n) {
+  return n >= elmK && n <= karatsubaFixedMultiplyMaximum ? Products::entries[n - elmK]
+                                                         : nullptr;
 }
