@@ -10,64 +10,72 @@
 
 namespace {
 
-// Running sums of the three evaluations; `bits` is the width of the step
-// (64 for a limb, 32 for a lone word).
-struct Evaluation {
-  typedef unsigned __int128 u128;
-  u128 at1 = 0, at2 = 0, atHalf = 0;
-  inline void step(uint64_t w0, uint64_t w1, uint64_t w2) {
-    at1 += (u128)w0 + w1 + w2;
-    at2 += (u128)w0 + ((u128)w1 << 1) + ((u128)w2 << 2);
-    atHalf += ((u128)w0 << 2) + ((u128)w1 << 1) + w2;
-  }
-  inline void shift(int bits) {
-    at1 >>= bits;
-    at2 >>= bits;
-    atHalf >>= bits;
+// The evaluations word by word: digits w0 + w1 + w2, w0 + 2 w1 + 4 w2 and
+// 4 w0 + 2 w1 + w2 (below 2^35), then three carry chains.
+struct EvaluationCarries {
+  uint64_t at1 = 0, at2 = 0, atHalf = 0;
+  inline void word(uint64_t d1, uint64_t d2, uint64_t d3, uint64_t m, uint32_t* out1,
+                   uint32_t* out2, uint32_t* out3) {
+    at1 += d1;
+    at2 += d2;
+    atHalf += d3;
+    out1[m] = (uint32_t)at1;
+    out2[m] = (uint32_t)at2;
+    out3[m] = (uint32_t)atHalf;
+    at1 >>= 32;
+    at2 >>= 32;
+    atHalf >>= 32;
   }
 };
 
+// Words [from, to) of the evaluations, with or without the top third.
+template <bool WithX2>
+void evaluateWords(EvaluationCarries& carries, uint64_t from, uint64_t to, const uint32_t* x0,
+                   const uint32_t* x1, const uint32_t* x2, uint32_t* at1, uint32_t* at2,
+                   uint32_t* atHalf) {
+  uint64_t m = from;
+#if defined(__AVX2__)
+  constexpr uint64_t block = 64;
+  alignas(32) uint64_t d1[block], d2[block], d3[block];
+  auto load = [](const uint32_t* p) {
+    return _mm256_cvtepu32_epi64(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
+  };
+  while (m + 4 <= to) {
+    uint64_t words = (to - m) / 4 * 4;
+    if (words > block) words = block;
+    for (uint64_t j = 0; j < words; j += 4) {
+      uint64_t at = m + j;
+      __m256i w0 = load(x0 + at), w1 = load(x1 + at);
+      __m256i w2 = WithX2 ? load(x2 + at) : _mm256_setzero_si256();
+      __m256i twoW1 = _mm256_slli_epi64(w1, 1);
+      __m256i v1 = _mm256_add_epi64(_mm256_add_epi64(w0, w1), w2);
+      __m256i v2 = _mm256_add_epi64(_mm256_add_epi64(w0, twoW1), _mm256_slli_epi64(w2, 2));
+      __m256i v3 = _mm256_add_epi64(_mm256_add_epi64(_mm256_slli_epi64(w0, 2), twoW1), w2);
+      _mm256_store_si256(reinterpret_cast<__m256i*>(d1 + j), v1);
+      _mm256_store_si256(reinterpret_cast<__m256i*>(d2 + j), v2);
+      _mm256_store_si256(reinterpret_cast<__m256i*>(d3 + j), v3);
+    }
+    for (uint64_t j = 0; j < words; j++) carries.word(d1[j], d2[j], d3[j], m + j, at1, at2, atHalf);
+    m += words;
+  }
+#endif
+  for (; m < to; m++) {
+    uint64_t w0 = x0[m], w1 = x1[m], w2 = WithX2 ? x2[m] : 0;
+    carries.word(w0 + w1 + w2, w0 + 2 * w1 + 4 * w2, 4 * w0 + 2 * w1 + w2, m, at1, at2,
+                 atHalf);
+  }
+}
+
 // The three evaluations of x (thirds of k, k and r words) into k + 1 words
-// each, in one pass: two words at a time, a lone word where a length is odd.
+// each, in one pass.
 void evaluateThirds(const uint32_t* x, uint64_t k, uint64_t r, uint32_t* at1, uint32_t* at2,
-              uint32_t* atHalf) {
-  const uint32_t* x0 = x;
-  const uint32_t* x1 = x + k;
-  const uint32_t* x2 = x + 2 * k;
-  Evaluation acc;
-  auto storeLimb = [&](uint64_t i) {
-    asLimbs(at1 + i)[0] = (uint64_t)acc.at1;
-    asLimbs(at2 + i)[0] = (uint64_t)acc.at2;
-    asLimbs(atHalf + i)[0] = (uint64_t)acc.atHalf;
-    acc.shift(64);
-  };
-  auto storeWord = [&](uint64_t i) {
-    at1[i] = (uint32_t)acc.at1;
-    at2[i] = (uint32_t)acc.at2;
-    atHalf[i] = (uint32_t)acc.atHalf;
-    acc.shift(32);
-  };
-  uint64_t i = 0;
-  for (; i + 2 <= r; i += 2) {
-    acc.step(asLimbs(x0 + i)[0], asLimbs(x1 + i)[0], asLimbs(x2 + i)[0]);
-    storeLimb(i);
-  }
-  if (i < r) {
-    acc.step(x0[i], x1[i], x2[i]);
-    storeWord(i);
-    i++;
-  }
-  for (; i + 2 <= k; i += 2) {
-    acc.step(asLimbs(x0 + i)[0], asLimbs(x1 + i)[0], 0);
-    storeLimb(i);
-  }
-  if (i < k) {
-    acc.step(x0[i], x1[i], 0);
-    storeWord(i);
-  }
-  at1[k] = (uint32_t)acc.at1;
-  at2[k] = (uint32_t)acc.at2;
-  atHalf[k] = (uint32_t)acc.atHalf;
+                    uint32_t* atHalf) {
+  EvaluationCarries carries;
+  evaluateWords<true>(carries, 0, r, x, x + k, x + 2 * k, at1, at2, atHalf);
+  evaluateWords<false>(carries, r, k, x, x + k, x + 2 * k, at1, at2, atHalf);
+  at1[k] = (uint32_t)carries.at1;
+  at2[k] = (uint32_t)carries.at2;
+  atHalf[k] = (uint32_t)carries.atHalf;
 }
 
 // One word of each interpolated value before carries: the digits of
@@ -86,22 +94,29 @@ inline Digits digitsAt(int64_t p1, int64_t p2, int64_t p3, int64_t z0, int64_t z
 // The carry pass over the digits: three signed accumulators, shifted
 // arithmetically by 32 bits between words. 2 z2 is halved on the way: each
 // word's low bit goes to the top of the word below, which is therefore
-// stored one step late.
+// stored one step late (word 0 goes through `first`, which has no word below).
 struct Carries {
   int64_t z1 = 0, z2 = 0, z3 = 0;
   uint32_t pendingHalf = 0;  // z2 word m - 1 without its top bit
-  inline void word(Digits d, uint64_t m, uint32_t* sixZ1, uint32_t* sixZ3, uint32_t* z2) {
+  inline uint32_t add(Digits d, uint64_t m, uint32_t* sixZ1, uint32_t* sixZ3) {
     z1 += d.z1;
     this->z2 += d.z2;
     z3 += d.z3;
     sixZ1[m] = (uint32_t)z1;
     sixZ3[m] = (uint32_t)z3;
     uint32_t twice = (uint32_t)this->z2;
-    if (m > 0) z2[m - 1] = pendingHalf | (twice << 31);
-    pendingHalf = twice >> 1;
     z1 >>= 32;
     this->z2 >>= 32;
     z3 >>= 32;
+    return twice;
+  }
+  inline void first(Digits d, uint32_t* sixZ1, uint32_t* sixZ3) {
+    pendingHalf = add(d, 0, sixZ1, sixZ3) >> 1;
+  }
+  inline void word(Digits d, uint64_t m, uint32_t* sixZ1, uint32_t* sixZ3, uint32_t* z2) {
+    uint32_t twice = add(d, m, sixZ1, sixZ3);
+    z2[m - 1] = pendingHalf | (twice << 31);
+    pendingHalf = twice >> 1;
   }
 };
 
@@ -275,7 +290,8 @@ void toom3Interpolate(uint32_t* out, uint32_t* scratch, uint64_t n, uint64_t k, 
   const uint32_t* z4 = out + 4 * k;
   uint32_t* z2 = out + 2 * k;
   Carries carries;
-  interpolateWords<true>(carries, 0, 2 * r, p1, p2, p3, z0, z4, p1, p2, z2);
+  carries.first(digitsAt(p1[0], p2[0], p3[0], z0[0], z4[0]), p1, p2);
+  interpolateWords<true>(carries, 1, 2 * r, p1, p2, p3, z0, z4, p1, p2, z2);
   interpolateWords<false>(carries, 2 * r, 2 * k, p1, p2, p3, z0, z4, p1, p2, z2);
   Digits top = digitsAt(saved[0], saved[1], saved[2], 0, 0);
   carries.z1 += top.z1;
