@@ -65,8 +65,11 @@ void unbalancedCore(const uint32_t* a, uint64_t lengthA, const uint32_t* b, uint
       std::memcpy(at + S, temp + S, 4 * S);
       rippleCarry(at + S, S, carry);
     } else {
-      carry += addWordsInPlace(at + S, temp + S, S);
-      rippleCarry(at + 2 * S, r, carry);
+      // The high half lands on the last block's product: the low half's
+      // carry enters at word S, and both carries out leave at word 2S.
+      uint32_t high = addWordsInPlace(at + S, temp + S, S);
+      high += rippleCarry(at + S, S, carry);
+      rippleCarry(at + 2 * S, r, high);
     }
   }
 }
