@@ -4,6 +4,7 @@
 // figure of recursionScratchWords.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 
 #include "arith/recursive.h"
@@ -49,14 +50,12 @@ void expectMultiply(const std::vector<uint32_t>& a, const std::vector<uint32_t>&
                 what);
 }
 
-// Lengths 1 .. 1200: every one up to 200, then a stride of 7 from a random
-// start, plus the lengths next to each cut-over.
+// Every length 1 .. 1200 (each cut-over and the lengths either side of it
+// among them), in a shuffled order.
 std::vector<uint64_t> lengthsTo1200(testbridge::Random& random) {
   std::vector<uint64_t> lengths;
-  for (uint64_t n = 1; n <= 200; n++) lengths.push_back(n);
-  for (uint64_t n = 200 + random.below(7); n <= 1200; n += 7) lengths.push_back(n);
-  for (uint64_t edge : {sqrK, sqrT, elmK, elmT, 2 * sqrT, 3 * sqrT, 2 * elmT})
-    for (uint64_t n = edge - 2; n <= edge + 2; n++) lengths.push_back(n);
+  for (uint64_t n = 1; n <= 1200; n++) lengths.push_back(n);
+  std::shuffle(lengths.begin(), lengths.end(), random.engine);
   return lengths;
 }
 
@@ -86,7 +85,7 @@ TEST(RecursiveProducts, ProductsAgreeWithGmpAtEveryLengthTo1200) {
 
 TEST(RecursiveProducts, SampledLengthsTo20000) {
   testbridge::Random random = testbridge::testRandom();
-  for (int round = 0; round < 8; round++) {
+  for (int round = 0; round < 16; round++) {
     uint64_t n = random.logUniform(1200, 20000);
     expectSquare(testbridge::operand(random, testbridge::randomKind(random), n),
                  recursionScratchWords(n, true), toom3Square, "toom3Square");
