@@ -30,7 +30,8 @@ void checkAlignment(const double* buffer) {
 bool fftKernelsAvx2Usable() { return __builtin_cpu_supports("avx2"); }
 
 bool fftKernelsAvx512Usable() {
-  return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq");
+  return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+         __builtin_cpu_supports("avx512vl");
 }
 
 const FftKernelSet* fftKernels() {

@@ -58,9 +58,9 @@ inline void rightAngleLoadFull(double* buffer, const uint32_t* points, uint64_t 
 // 1 / (L/2), p = (lo(i) + hi(i)) r conj(W(i)) and q = (lo(i) - hi(i)) r
 // conj(W(i + L/4)) are the coefficients i, i + L/2 (p) and i + L/4, i + 3L/4
 // (q). Each is rounded by adding 2^52 (signed: 1.5 * 2^52) and keeping the
-// low 52 bits of the double; the four streams of coefficients then carry side
-// by side in fft_carry.cpp, a chunk at a time. Returns what fftCarryFinish
-// returns.
+// low 52 bits of the double. The four streams of coefficients (starting at
+// points 0, L/4, L/2, 3L/4) then carry side by side, one stream in each lane,
+// a chunk at a time; fftCarryFinish closes the seams and returns its result.
 template <FftLastStage stage>
 uint32_t lastStage(const double* buffer, uint32_t* points, uint64_t L, uint32_t bits,
                    const double* weights) {
@@ -68,12 +68,18 @@ uint32_t lastStage(const double* buffer, uint32_t* points, uint64_t L, uint32_t 
   const uint64_t q = L / 4;
   const double r = 1.0 / double(L / 2);
   const double magic = stage == FftFull ? 4503599627370496.0 : 6755399441055744.0;
+  const int64_t offset = stage == FftFull ? 0 : int64_t(1) << 51;
   const Vec4 bias = vecBroadcast(magic, magic);
   const double* upper = buffer + L / 2;
-  FftCarryStreams streams;
-  fftCarryStart(&streams, points, L, bits, stage);
-  alignas(64) double pc[2 * chunk];
-  alignas(64) double qc[2 * chunk];
+  // Lanes per step: coefficient i (stream 0), i + L/2 (stream 2), i + L/4
+  // (stream 1), i + 3L/4 (stream 3).
+  alignas(64) double rounded[4 * chunk];
+  alignas(64) uint32_t staged[4 * chunk];
+  int64_t laneCarry[4] = {0, 0, 0, 0};
+  uint32_t* stream0 = points;
+  uint32_t* stream1 = points + q;
+  uint32_t* stream2 = points + 2 * q;
+  uint32_t* stream3 = points + 3 * q;
   for (uint64_t i0 = 0; i0 < q; i0 += chunk) {
     uint64_t count = q - i0 < chunk ? q - i0 : chunk;
     for (uint64_t j = 0; j < count; j += 4) {
@@ -81,11 +87,25 @@ uint32_t lastStage(const double* buffer, uint32_t* points, uint64_t L, uint32_t 
       Vec4 lo = vecLoad(buffer + 2 * i), hi = vecLoad(upper + 2 * i);
       Vec4 p = vecCmulConj(vecScale(vecAdd(lo, hi), r), rowTwiddle(weights, q, i));
       Vec4 s = vecCmulConj(vecScale(vecSub(lo, hi), r), rowTwiddle(weights, q, i + q));
-      vecStore(pc + 2 * j, vecAdd(p, bias));
-      vecStore(qc + 2 * j, vecAdd(s, bias));
+      Vec4 first, second;
+      vecInterleave(vecAdd(p, bias), vecAdd(s, bias), first, second);
+      vecStore(rounded + 4 * j, first);
+      vecStore(rounded + 4 * j + 8, second);
     }
-    fftCarryChunk(&streams, pc, qc, i0, count);
+    vecCarryLanes(rounded, staged, count, laneCarry, bits, offset);
+    for (uint64_t k = 0; k < count; k++) {
+      stream0[i0 + k] = staged[4 * k];
+      stream2[i0 + k] = staged[4 * k + 1];
+      stream1[i0 + k] = staged[4 * k + 2];
+      stream3[i0 + k] = staged[4 * k + 3];
+    }
   }
+  FftCarryStreams streams;
+  fftCarryStart(&streams, points, L, bits, stage);
+  streams.carry[0] = laneCarry[0];
+  streams.carry[1] = laneCarry[2];
+  streams.carry[2] = laneCarry[1];
+  streams.carry[3] = laneCarry[3];
   return fftCarryFinish(&streams);
 }
 

@@ -63,13 +63,11 @@ bool fftKernelsAvx512Usable();
 void fftTwiddleFill(double* out, const double* level, uint64_t octantPairs, uint64_t start,
                     uint64_t stride, uint64_t count);
 
-// ---- Rounding and carries of the last stage (fft_carry.cpp) ---------------
+// ---- Seams of the last stage (fft_carry.cpp) -----------------------------
 // The L points of the product form four streams of L/4 points, stream s
-// starting at point s L/4; each carries by itself, and the seams are closed
-// at the end. The vector part hands over chunks of rounded coefficients as
-// doubles whose low 52 bits are the value (FftFull: the coefficient, which
-// must lie in [0, 2^52); the signed stages: the coefficient plus 2^51, which
-// must lie in [0, 2^52)).
+// starting at point s L/4. The kernels round and carry each stream by itself
+// (a stream's carry is floor(v / 2^b) of the last value v, signed), then
+// fftCarryFinish closes the seams.
 constexpr uint64_t fftCarryChunkLength = 64;
 
 struct FftCarryStreams {
@@ -77,20 +75,18 @@ struct FftCarryStreams {
   uint64_t quarter;  // L/4
   uint64_t mask;     // 2^b - 1
   uint32_t bits;     // b
-  FftLastStage stage;  // signed stages: carries biased by 2^(51 - b)
-  int64_t carry[4];
+  FftLastStage stage;
+  int64_t carry[4];  // out of the top of each stream
 };
 
 void fftCarryStart(FftCarryStreams* s, uint32_t* points, uint64_t L, uint32_t bits,
                    FftLastStage stage);
-// Coefficients i0 .. i0 + count - 1 of each stream: p[2k] stream 0, p[2k + 1]
-// stream 2, q[2k] stream 1, q[2k + 1] stream 3, for k < count.
-void fftCarryChunk(FftCarryStreams* s, const double* p, const double* q, uint64_t i0,
-                   uint64_t count);
-// Closes the seams. FftFull, FftFullSigned: the carry out of the top is
-// dropped, returns 0. FftWrapped: the carry out of the top wraps to the bottom with its sign turned
-// (x^L = -1); returns 1 when the value is -1 modulo 2^(bL) + 1 (the points
-// are then all zero), else 0.
+// Closes the seams: the carry of stream 0 runs into stream 1 while it is
+// non-zero, the rest of it and the carry of stream 1 into stream 2, and so
+// on. FftFull, FftFullSigned: the carry out of the top is dropped, returns 0.
+// FftWrapped: the carry out of the top wraps to the bottom with its sign
+// turned (x^L = -1); returns 1 when the value is -1 modulo 2^(bL) + 1 (the
+// points are then all zero), else 0.
 uint32_t fftCarryFinish(FftCarryStreams* s);
 
 // ---- Balanced points for the direct products (fft_split.cpp) --------------

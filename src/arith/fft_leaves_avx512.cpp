@@ -11,7 +11,7 @@
 #include "arith/fft_internal.h"
 
 #pragma GCC push_options
-#pragma GCC target("avx,avx2,avx512f,avx512dq")
+#pragma GCC target("avx,avx2,avx512f,avx512dq,avx512vl")
 #pragma GCC optimize("fp-contract=off")
 // GCC 12 reports the deliberately undefined start values inside its own
 // AVX-512 intrinsics (_mm512_undefined_pd) as uninitialised.

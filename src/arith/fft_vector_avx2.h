@@ -112,3 +112,32 @@ inline Vec4 vecFromPoints(const uint32_t* x, const uint32_t* y) {
 }
 
 inline Vec4 vecFromPointsTwice(const uint32_t* x) { return vecFromPoints(x, x); }
+
+inline void vecInterleave(const Vec4& a, const Vec4& b, Vec4& lo, Vec4& hi) {
+  Vec4 l = {_mm256_permute2f128_pd(a.lo, b.lo, 0x20), _mm256_permute2f128_pd(a.lo, b.lo, 0x31)};
+  Vec4 h = {_mm256_permute2f128_pd(a.hi, b.hi, 0x20), _mm256_permute2f128_pd(a.hi, b.hi, 0x31)};
+  lo = l;
+  hi = h;
+}
+
+// The four chains in the four 64-bit lanes. AVX2 has no arithmetic shift of
+// 64-bit lanes, so the chain runs on v + 2^52 (never negative) and takes
+// 2^(52-b) off each shifted carry; the low b bits are the same.
+inline void vecCarryLanes(const double* rounded, uint32_t* out, uint64_t count,
+                          int64_t carry[4], uint32_t bits, int64_t offset) {
+  const __m256i low52 = _mm256_set1_epi64x((int64_t(1) << 52) - 1);
+  const __m256i mask = _mm256_set1_epi64x((int64_t(1) << bits) - 1);
+  const __m256i lift = _mm256_set1_epi64x((int64_t(1) << 52) - offset);
+  const __m256i drop = _mm256_set1_epi64x(int64_t(1) << (52 - bits));
+  const __m128i shift = _mm_cvtsi32_si128(int(bits));
+  const __m256i pick = _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6);
+  __m256i c = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(carry));
+  for (uint64_t k = 0; k < count; k++) {
+    __m256i r = _mm256_and_si256(_mm256_castpd_si256(_mm256_loadu_pd(rounded + 4 * k)), low52);
+    __m256i v = _mm256_add_epi64(_mm256_add_epi64(r, lift), c);
+    __m256i p = _mm256_permutevar8x32_epi32(_mm256_and_si256(v, mask), pick);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 * k), _mm256_castsi256_si128(p));
+    c = _mm256_sub_epi64(_mm256_srl_epi64(v, shift), drop);
+  }
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(carry), c);
+}

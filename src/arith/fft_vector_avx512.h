@@ -91,3 +91,29 @@ inline Vec4 vecFromPoints(const uint32_t* x, const uint32_t* y) {
 }
 
 inline Vec4 vecFromPointsTwice(const uint32_t* x) { return vecFromPoints(x, x); }
+
+inline void vecInterleave(const Vec4& a, const Vec4& b, Vec4& lo, Vec4& hi) {
+  lo.z = _mm512_permutex2var_pd(a.z, _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11), b.z);
+  hi.z = _mm512_permutex2var_pd(a.z, _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15), b.z);
+}
+
+// The four chains in the four 64-bit lanes of a 256-bit register, with the
+// arithmetic shift of AVX-512 VL.
+inline void vecCarryLanes(const double* rounded, uint32_t* out, uint64_t count,
+                          int64_t carry[4], uint32_t bits, int64_t offset) {
+  const __m256i low52 = _mm256_set1_epi64x((int64_t(1) << 52) - 1);
+  const __m256i mask = _mm256_set1_epi64x((int64_t(1) << bits) - 1);
+  const __m256i lift = _mm256_set1_epi64x(-offset);
+  const __m128i shift = _mm_cvtsi32_si128(int(bits));
+  // The low halves of the lanes by a permute (the narrowing store is slow).
+  const __m256i pick = _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6);
+  __m256i c = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(carry));
+  for (uint64_t k = 0; k < count; k++) {
+    __m256i r = _mm256_and_si256(_mm256_castpd_si256(_mm256_loadu_pd(rounded + 4 * k)), low52);
+    __m256i v = _mm256_add_epi64(_mm256_add_epi64(r, lift), c);
+    __m256i p = _mm256_permutevar8x32_epi32(_mm256_and_si256(v, mask), pick);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 * k), _mm256_castsi256_si128(p));
+    c = _mm256_sra_epi64(v, shift);
+  }
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(carry), c);
+}

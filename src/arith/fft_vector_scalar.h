@@ -151,3 +151,50 @@ inline Vec4 vecFromPointsTwice(const uint32_t* x) {
   }
   return r;
 }
+
+// Complex lanes of a and b interleaved: lo = (a0, b0, a1, b1), hi = (a2, b2,
+// a3, b3).
+inline void vecInterleave(const Vec4& a, const Vec4& b, Vec4& lo, Vec4& hi) {
+  Vec4 l, h;
+  for (int k = 0; k < 2; k++) {
+    l.v[4 * k] = a.v[2 * k];
+    l.v[4 * k + 1] = a.v[2 * k + 1];
+    l.v[4 * k + 2] = b.v[2 * k];
+    l.v[4 * k + 3] = b.v[2 * k + 1];
+    h.v[4 * k] = a.v[2 * k + 4];
+    h.v[4 * k + 1] = a.v[2 * k + 5];
+    h.v[4 * k + 2] = b.v[2 * k + 4];
+    h.v[4 * k + 3] = b.v[2 * k + 5];
+  }
+  lo = l;
+  hi = h;
+}
+
+// Four carry chains side by side, `count` steps: rounded[4k + lane] is a
+// double whose low 52 bits are the value plus `offset`; with v = value +
+// carry, out[4k + lane] = v mod 2^b and the carry becomes floor(v / 2^b).
+inline void vecCarryLanes(const double* rounded, uint32_t* out, uint64_t count,
+                          int64_t carry[4], uint32_t bits, int64_t offset) {
+  const uint64_t low52 = (uint64_t(1) << 52) - 1, mask = (uint64_t(1) << bits) - 1;
+  int64_t c0 = carry[0], c1 = carry[1], c2 = carry[2], c3 = carry[3];
+  for (uint64_t k = 0; k < count; k++) {
+    uint64_t r[4];
+    memcpy(r, rounded + 4 * k, sizeof r);
+    int64_t v0 = int64_t(r[0] & low52) - offset + c0;
+    int64_t v1 = int64_t(r[1] & low52) - offset + c1;
+    int64_t v2 = int64_t(r[2] & low52) - offset + c2;
+    int64_t v3 = int64_t(r[3] & low52) - offset + c3;
+    out[4 * k] = uint32_t(uint64_t(v0) & mask);
+    out[4 * k + 1] = uint32_t(uint64_t(v1) & mask);
+    out[4 * k + 2] = uint32_t(uint64_t(v2) & mask);
+    out[4 * k + 3] = uint32_t(uint64_t(v3) & mask);
+    c0 = v0 >> bits;
+    c1 = v1 >> bits;
+    c2 = v2 >> bits;
+    c3 = v3 >> bits;
+  }
+  carry[0] = c0;
+  carry[1] = c1;
+  carry[2] = c2;
+  carry[3] = c3;
+}
