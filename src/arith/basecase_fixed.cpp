@@ -40,6 +40,14 @@ struct Column {
             : "cc");
 #endif
   }
+  inline void addLimb(ull v) {
+    __asm__("add %[v], %[lo]\n\t"
+            "adc $0, %[hi]\n\t"
+            "adc $0, %[top]"
+            : [lo] "+r"(lo), [hi] "+r"(hi), [top] "+r"(top)
+            : [v] "r"(v)
+            : "cc");
+  }
   // Adds twice the accumulator `c` (which is below 2^191).
   inline void addTwice(const Column& c) {
     __asm__("add %[l], %[lo]\n\t"
@@ -50,6 +58,14 @@ struct Column {
             "adc %[t], %[top]"
             : [lo] "+r"(lo), [hi] "+r"(hi), [top] "+r"(top)
             : [l] "r"(c.lo), [h] "r"(c.hi), [t] "r"(c.top)
+            : "cc");
+  }
+  inline void subtractLimb(ull v) {
+    __asm__("sub %[v], %[lo]\n\t"
+            "sbb $0, %[hi]\n\t"
+            "sbb $0, %[top]"
+            : [lo] "+r"(lo), [hi] "+r"(hi), [top] "+r"(top)
+            : [v] "r"(v)
             : "cc");
   }
   // The finished limb; the accumulator moves down by one limb.
@@ -97,14 +113,44 @@ void fixedMultiply(const uint32_t* a, const uint32_t* b, uint32_t* out) {
   storeLimbs<N, OddTop>(out, 2 * N - 1, acc.lo);
 }
 
+// Squares use the doubled operand d = 2a (limbs d[j] = a[j] << 1 | a[j-1] >> 63,
+// d[N] = a's top bit), which makes the cross products come out doubled:
+// 2 sum_{j>i} a[j] B^j = sum_{j>i} d[j] B^j - t[i] B^(i+1), t[i] the top bit
+// of a[i]. So column k sums a[i] d[k-i] over i < k - i, the square a[k/2]^2
+// when k is even, and less t[i] a[i] when k = 2i + 1; the column stays
+// non-negative, since its product a[i] d[i+1] is at least a[i] when t[i] is 1.
 template <int N, bool OddTop>
-void fixedSquare(const uint32_t* a, uint32_t* out) {
+void fixedSquareDoubled(const uint32_t* a, uint32_t* out) {
+  ull x[N], d[N];
+  loadLimbs<N, OddTop>(a, x);
+#pragma GCC unroll 16
+  for (int j = 1; j < N; j++) d[j] = (x[j] << 1) | (x[j - 1] >> 63);
+  ull topMask = OddTop ? 0 : 0 - (x[N - 1] >> 63);  // d[N] as a mask
+  Column acc;
+#pragma GCC unroll 32
+  for (int k = 0; k < 2 * N; k++) {
+#pragma GCC unroll 16
+    for (int i = (k < N ? 0 : k - N); 2 * i < k; i++) {
+      if (k - i < N)
+        acc.add(x[i], d[k - i]);
+      else if (!OddTop)
+        acc.addLimb(x[i] & topMask);
+    }
+    if (k % 2 == 0) acc.add(x[k / 2], x[k / 2]);
+    if (k % 2 == 1 && !(OddTop && k / 2 == N - 1))
+      acc.subtractLimb(x[k / 2] & (0 - (x[k / 2] >> 63)));
+    storeLimbs<N, OddTop>(out, k, acc.shift());
+  }
+}
+
+// The cross products summed per column, then added twice.
+template <int N, bool OddTop>
+void fixedSquareColumns(const uint32_t* a, uint32_t* out) {
   ull x[N];
   loadLimbs<N, OddTop>(a, x);
   Column acc;
 #pragma GCC unroll 32
   for (int k = 0; k < 2 * N - 1; k++) {
-    // Products x[i] x[k - i] with i < k - i, summed once and doubled.
     Column cross;
 #pragma GCC unroll 16
     for (int i = (k < N ? 0 : k - N + 1); 2 * i < k; i++) cross.add(x[i], x[k - i]);
@@ -113,6 +159,16 @@ void fixedSquare(const uint32_t* a, uint32_t* out) {
     storeLimbs<N, OddTop>(out, k, acc.shift());
   }
   storeLimbs<N, OddTop>(out, 2 * N - 1, acc.lo);
+}
+
+template <int N, bool OddTop>
+void fixedSquare(const uint32_t* a, uint32_t* out) {
+  // Measured on the build machine: the doubled operand wins except for the
+  // shortest even lengths.
+  if constexpr (OddTop || N >= 6)
+    fixedSquareDoubled<N, OddTop>(a, out);
+  else
+    fixedSquareColumns<N, OddTop>(a, out);
 }
 
 // Kernel for n words: N = (n + 1) / 2 limbs, odd top when n is odd.

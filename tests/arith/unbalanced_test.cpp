@@ -46,9 +46,24 @@ void expectShape(testbridge::Random& random, uint64_t longer, uint64_t shorter) 
 }  // namespace
 
 // Every pair of lengths up to 40: the limb loops see each parity of each
-// operand, one-word rows, and tops that are a lone word.
+// operand, one-word rows, and tops that are a lone word. The equal-length
+// schoolbook routines too, through every fixed-length kernel and beyond.
 TEST(UnbalancedProducts, SchoolbookRowsAtAllSmallShapes) {
   testbridge::Random random = testbridge::testRandom();
+  for (uint64_t n = 1; n <= 40; n++) {
+    for (Kind kind : {Kind::Uniform, Kind::AllOnes, Kind::Runs, Kind::PowerPlusOne}) {
+      std::vector<uint32_t> a = testbridge::operand(random, kind, n);
+      std::vector<uint32_t> b = testbridge::operand(random, testbridge::randomKind(random), n);
+      GuardedWords square(2 * n), product(2 * n);
+      basecaseSquare(a.data(), n, square.data());
+      basecaseMultiply(a.data(), b.data(), n, product.data());
+      std::vector<uint32_t> expected = testbridge::gmpProduct(a.data(), n, a.data(), n);
+      ASSERT_TRUE(std::equal(expected.begin(), expected.end(), square.data())) << n;
+      expected = testbridge::gmpProduct(a.data(), n, b.data(), n);
+      ASSERT_TRUE(std::equal(expected.begin(), expected.end(), product.data())) << n;
+      ASSERT_TRUE(square.intact() && product.intact()) << n;
+    }
+  }
   for (uint64_t la = 1; la <= 40; la++) {
     for (uint64_t lb = 1; lb <= 40; lb++) {
       Kind kind = (la + lb) % 5 == 0 ? Kind::AllOnes : Kind::Uniform;
