@@ -73,13 +73,8 @@ uint32_t lastStage(const double* buffer, uint32_t* points, uint64_t L, uint32_t 
   const double* upper = buffer + L / 2;
   // Lanes per step: coefficient i (stream 0), i + L/2 (stream 2), i + L/4
   // (stream 1), i + 3L/4 (stream 3).
-  alignas(64) double rounded[4 * chunk];
-  alignas(64) uint32_t staged[4 * chunk];
-  int64_t laneCarry[4] = {0, 0, 0, 0};
-  uint32_t* stream0 = points;
-  uint32_t* stream1 = points + q;
-  uint32_t* stream2 = points + 2 * q;
-  uint32_t* stream3 = points + 3 * q;
+  alignas(64) int64_t rounded[4 * chunk];
+  alignas(64) int64_t laneCarry[4] = {0, 0, 0, 0};
   for (uint64_t i0 = 0; i0 < q; i0 += chunk) {
     uint64_t count = q - i0 < chunk ? q - i0 : chunk;
     for (uint64_t j = 0; j < count; j += 4) {
@@ -89,16 +84,12 @@ uint32_t lastStage(const double* buffer, uint32_t* points, uint64_t L, uint32_t 
       Vec4 s = vecCmulConj(vecScale(vecSub(lo, hi), r), rowTwiddle(weights, q, i + q));
       Vec4 first, second;
       vecInterleave(vecAdd(p, bias), vecAdd(s, bias), first, second);
-      vecStore(rounded + 4 * j, first);
-      vecStore(rounded + 4 * j + 8, second);
+      vecStoreRounded(rounded + 4 * j, first, offset);
+      vecStoreRounded(rounded + 4 * j + 8, second, offset);
     }
-    vecCarryLanes(rounded, staged, count, laneCarry, bits, offset);
-    for (uint64_t k = 0; k < count; k++) {
-      stream0[i0 + k] = staged[4 * k];
-      stream2[i0 + k] = staged[4 * k + 1];
-      stream1[i0 + k] = staged[4 * k + 2];
-      stream3[i0 + k] = staged[4 * k + 3];
-    }
+    uint32_t* const streams[4] = {points + i0, points + 2 * q + i0, points + q + i0,
+                                  points + 3 * q + i0};
+    vecCarryLanes(rounded, count, laneCarry, bits, streams);
   }
   FftCarryStreams streams;
   fftCarryStart(&streams, points, L, bits, stage);

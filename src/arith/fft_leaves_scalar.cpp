@@ -11,10 +11,13 @@
 
 #pragma GCC push_options
 #pragma GCC optimize("fp-contract=off")
-// No auto-vectorising either: GCC turns the complex products of these loops
-// into fused multiply-adds (its complex-multiply pattern), whatever the
-// contraction setting says.
+// Where the target has fused multiply-adds, no auto-vectorising either: GCC
+// turns the complex products of these loops into fused multiply-adds (its
+// complex-multiply pattern), whatever the contraction setting says. Without
+// them (the portable build) the SSE2 registers are fair game.
+#ifdef __FMA__
 #pragma GCC optimize("no-tree-vectorize")
+#endif
 
 namespace {
 #include "arith/fft_vector_scalar.h"

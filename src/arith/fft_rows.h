@@ -18,14 +18,14 @@
 // 4): exp(i (pi / 2) j / (2Q)), forward below Q and backward, with the parts
 // swapped, from Q on. The value at j = 0 is 1; at j = Q both directions give
 // the same pair.
-inline Vec4 rowTwiddle(const double* level, uint64_t Q, uint64_t j0) {
+[[gnu::always_inline]] inline Vec4 rowTwiddle(const double* level, uint64_t Q, uint64_t j0) {
   if (j0 >= Q) return vecLoadReversed(level + 2 * (2 * Q - j0 - 4));
   if (j0 > 0) return vecLoad(level + 2 * (j0 - 1));
   return vecBlend(vecLoad(level - 2), vecBroadcast(1.0, 0.0), 1);
 }
 
 // One group of the cyclic step: (a, b, c, d) = quarters at the same j.
-inline void radix4Cyclic(Vec4& a, Vec4& b, Vec4& c, Vec4& d, const Vec4& w) {
+[[gnu::always_inline]] inline void radix4Cyclic(Vec4& a, Vec4& b, Vec4& c, Vec4& d, const Vec4& w) {
   Vec4 s1 = vecAdd(a, c), s2 = vecAdd(b, d);
   Vec4 d1 = vecSub(a, c), id2 = vecMulI(vecSub(b, d));
   a = vecAdd(s1, s2);
@@ -34,7 +34,7 @@ inline void radix4Cyclic(Vec4& a, Vec4& b, Vec4& c, Vec4& d, const Vec4& w) {
   d = vecCmulConj(vecSub(d1, id2), w);
 }
 
-inline void radix4CyclicInverse(Vec4& a, Vec4& b, Vec4& c, Vec4& d, const Vec4& w) {
+[[gnu::always_inline]] inline void radix4CyclicInverse(Vec4& a, Vec4& b, Vec4& c, Vec4& d, const Vec4& w) {
   Vec4 s1 = vecAdd(a, b), s2 = vecSub(a, b);
   Vec4 t = vecCmulConj(c, w), s = vecCmul(d, w);
   Vec4 d1 = vecAdd(t, s), d2 = vecMulNegI(vecSub(t, s));
@@ -46,7 +46,7 @@ inline void radix4CyclicInverse(Vec4& a, Vec4& b, Vec4& c, Vec4& d, const Vec4& 
 
 // One group of the nega-cyclic step: a + ic and a - ic twisted by th, b + id
 // and b - id by th2 (forward for the first pair, conjugate for the second).
-inline void radix4Nega(Vec4& a, Vec4& b, Vec4& c, Vec4& d, const Vec4& th, const Vec4& th2) {
+[[gnu::always_inline]] inline void radix4Nega(Vec4& a, Vec4& b, Vec4& c, Vec4& d, const Vec4& th, const Vec4& th2) {
   Vec4 ic = vecMulI(c), id = vecMulI(d);
   Vec4 u1 = vecCmul(vecAdd(a, ic), th), u2 = vecCmulConj(vecSub(a, ic), th);
   Vec4 v1 = vecCmul(vecAdd(b, id), th2), v2 = vecCmulConj(vecSub(b, id), th2);
@@ -56,7 +56,7 @@ inline void radix4Nega(Vec4& a, Vec4& b, Vec4& c, Vec4& d, const Vec4& th, const
   d = vecSub(u2, v2);
 }
 
-inline void radix4NegaInverse(Vec4& a, Vec4& b, Vec4& c, Vec4& d, const Vec4& th,
+[[gnu::always_inline]] inline void radix4NegaInverse(Vec4& a, Vec4& b, Vec4& c, Vec4& d, const Vec4& th,
                               const Vec4& th2) {
   Vec4 u1 = vecCmulConj(vecAdd(a, b), th), v1 = vecCmulConj(vecSub(a, b), th2);
   Vec4 u2 = vecCmul(vecAdd(c, d), th), v2 = vecCmul(vecSub(c, d), th2);
@@ -124,8 +124,7 @@ struct LeafConstants {
   Vec4 th16, th16b;       // nega 16: exp(i pi j / 16) and exp(i pi (j + 4) / 16)
   Vec4 w32[2];            // cyclic 32: exp(2 pi i j / 32), j = 0 .. 7
   Vec4 th32[2], th32b[2]; // nega 32: exp(i pi j / 32), exp(i pi (j + 8) / 32)
-  Vec4 one;               // 1 in every lane
-  Vec4 zeta;              // exp(i pi / 4) = cos(pi/4) (1 + i)
+  double cos4;            // cos(pi / 4): exp(i pi / 4) = cos(pi / 4) (1 + i)
   Vec4 eighth, eighthB;   // exp(i pi / 8), exp(3 i pi / 8)
 };
 
@@ -145,8 +144,7 @@ inline LeafConstants leafConstants(const double* pyramid2) {
     k.th32[h] = rowTwiddle(l5, 8, 4 * h);
     k.th32b[h] = rowTwiddle(l5, 8, 8 + 4 * h);
   }
-  k.one = vecBroadcast(1.0, 0.0);
-  k.zeta = vecBroadcast(l2[0], l2[1]);
+  k.cos4 = l2[0];
   k.eighth = vecBroadcast(l3[0], l3[1]);
   k.eighthB = vecBroadcast(l3[1], l3[0]);
   return k;
@@ -156,32 +154,75 @@ inline LeafConstants leafConstants(const double* pyramid2) {
 // 3 when the step was nega-cyclic.
 constexpr int negaLanes(bool nega) { return nega ? 0xA : 0x2; }
 
-// Four 4-point blocks side by side, block k in lane k, point m in vector m:
-// each block split down to single values, cyclic or nega-cyclic by lane.
-inline void point4(Vec4& a, Vec4& b, Vec4& c, Vec4& d, int lanes, const LeafConstants& k) {
-  Vec4 s1 = vecAdd(a, c), s2 = vecAdd(b, d);
-  Vec4 d1 = vecSub(a, c), id2 = vecMulI(vecSub(b, d));
-  Vec4 ic = vecMulI(c), id = vecMulI(d);
-  Vec4 u1 = vecAdd(a, ic), u2 = vecSub(a, ic);
-  Vec4 v1 = vecCmul(vecAdd(b, id), k.zeta), v2 = vecCmulConj(vecSub(b, id), k.zeta);
-  a = vecBlend(vecAdd(s1, s2), vecAdd(u1, v1), lanes);
-  b = vecBlend(vecSub(s1, s2), vecSub(u1, v1), lanes);
-  c = vecBlend(vecAdd(d1, id2), vecAdd(u2, v2), lanes);
-  d = vecBlend(vecSub(d1, id2), vecSub(u2, v2), lanes);
+// x * exp(i pi / 4) = c (x + ix) and x * exp(-i pi / 4) = c (x - ix), with c
+// = cos(pi / 4): one product where a complex product takes two.
+[[gnu::always_inline]] inline Vec4 vecMulZeta(const Vec4& x, double c) { return vecScale(vecAdd(x, vecMulI(x)), c); }
+[[gnu::always_inline]] inline Vec4 vecMulZetaConj(const Vec4& x, double c) {
+  return vecScale(vecSub(x, vecMulI(x)), c);
 }
 
-inline void point4Inverse(Vec4& a, Vec4& b, Vec4& c, Vec4& d, int lanes,
-                          const LeafConstants& k) {
-  Vec4 s1 = vecAdd(a, b), s2 = vecSub(a, b);
-  Vec4 d1 = vecAdd(c, d), d2 = vecMulNegI(vecSub(c, d));
-  Vec4 u1 = s1, u2 = d1;
-  Vec4 v1 = vecCmulConj(s2, k.zeta), v2 = vecCmul(vecSub(c, d), k.zeta);
-  Vec4 na = vecAdd(u1, u2), nc = vecMulNegI(vecSub(u1, u2));
-  Vec4 nb = vecAdd(v1, v2), nd = vecMulNegI(vecSub(v1, v2));
-  a = vecBlend(vecAdd(s1, d1), na, lanes);
-  c = vecBlend(vecSub(s1, d1), nc, lanes);
-  b = vecBlend(vecAdd(s2, d2), nb, lanes);
-  d = vecBlend(vecSub(s2, d2), nd, lanes);
+// The radix-4 step of a block of 4 points (or of the points j = 0 of blocks
+// of 8) side by side, block k in lane k: lanes in `lanes` are nega-cyclic.
+// With m = 1 (cyclic) or i (nega-cyclic): P, Q = a +- mc, R, S = b +- md;
+// the outputs are P +- R', Q +- S' with R' = R, S' = iS (cyclic: the step
+// modulo x^4 - 1) or R' = zR, S' = conj(z) S, z = exp(i pi / 4) (nega-cyclic:
+// modulo x^4 + 1 = (x^2 - i)(x^2 + i), the residues twisted by z and conj(z)).
+[[gnu::always_inline]] inline void radix4Lanes(Vec4& a, Vec4& b, Vec4& c, Vec4& d, int lanes, double cos4) {
+  Vec4 mc = vecBlend(c, vecMulI(c), lanes), md = vecBlend(d, vecMulI(d), lanes);
+  Vec4 P = vecAdd(a, mc), Q = vecSub(a, mc), R = vecAdd(b, md), S = vecSub(b, md);
+  Vec4 Rt = vecBlend(R, vecMulZeta(R, cos4), lanes);
+  Vec4 St = vecBlend(vecMulI(S), vecMulZetaConj(S, cos4), lanes);
+  a = vecAdd(P, Rt);
+  b = vecSub(P, Rt);
+  c = vecAdd(Q, St);
+  d = vecSub(Q, St);
+}
+
+[[gnu::always_inline]] inline void radix4LanesInverse(Vec4& a, Vec4& b, Vec4& c, Vec4& d, int lanes, double cos4) {
+  Vec4 P = vecAdd(a, b), Rt = vecSub(a, b), Q = vecAdd(c, d), St = vecSub(c, d);
+  Vec4 R = vecBlend(Rt, vecMulZetaConj(Rt, cos4), lanes);
+  Vec4 S = vecBlend(vecMulNegI(St), vecMulZeta(St, cos4), lanes);
+  Vec4 mc = vecSub(P, Q), md = vecSub(R, S);
+  a = vecAdd(P, Q);
+  b = vecAdd(R, S);
+  c = vecBlend(mc, vecMulNegI(mc), lanes);
+  d = vecBlend(md, vecMulNegI(md), lanes);
+}
+
+// The same step for the points j = 1 of blocks of 8: the cyclic lanes twist
+// the third and fourth outputs by w = exp(i pi / 4) and its conjugate, the
+// nega-cyclic lanes take P, R by e = exp(i pi / 8), e' = exp(3 i pi / 8) and
+// Q, S by their conjugates.
+[[gnu::always_inline]] inline void radix4LanesOdd(Vec4& a, Vec4& b, Vec4& c, Vec4& d, int lanes,
+                           const LeafConstants& k) {
+  Vec4 mc = vecBlend(c, vecMulI(c), lanes), md = vecBlend(d, vecMulI(d), lanes);
+  Vec4 P = vecAdd(a, mc), Q = vecSub(a, mc), R = vecAdd(b, md), S = vecSub(b, md);
+  Vec4 Pt = vecBlend(P, vecCmul(P, k.eighth), lanes);
+  Vec4 Rt = vecBlend(R, vecCmul(R, k.eighthB), lanes);
+  Vec4 Qt = vecBlend(Q, vecCmulConj(Q, k.eighth), lanes);
+  Vec4 St = vecBlend(vecMulI(S), vecCmulConj(S, k.eighthB), lanes);
+  Vec4 x2 = vecAdd(Qt, St), x3 = vecSub(Qt, St);
+  a = vecAdd(Pt, Rt);
+  b = vecSub(Pt, Rt);
+  c = vecBlend(vecMulZeta(x2, k.cos4), x2, lanes);
+  d = vecBlend(vecMulZetaConj(x3, k.cos4), x3, lanes);
+}
+
+[[gnu::always_inline]] inline void radix4LanesOddInverse(Vec4& a, Vec4& b, Vec4& c, Vec4& d, int lanes,
+                                  const LeafConstants& k) {
+  Vec4 Pt = vecAdd(a, b), Rt = vecSub(a, b);
+  Vec4 x2 = vecBlend(vecMulZetaConj(c, k.cos4), c, lanes);
+  Vec4 x3 = vecBlend(vecMulZeta(d, k.cos4), d, lanes);
+  Vec4 Qt = vecAdd(x2, x3), St = vecSub(x2, x3);
+  Vec4 P = vecBlend(Pt, vecCmulConj(Pt, k.eighth), lanes);
+  Vec4 R = vecBlend(Rt, vecCmulConj(Rt, k.eighthB), lanes);
+  Vec4 Q = vecBlend(Qt, vecCmul(Qt, k.eighth), lanes);
+  Vec4 S = vecBlend(vecMulNegI(St), vecCmul(St, k.eighthB), lanes);
+  Vec4 mc = vecSub(P, Q), md = vecSub(R, S);
+  a = vecAdd(P, Q);
+  b = vecAdd(R, S);
+  c = vecBlend(mc, vecMulNegI(mc), lanes);
+  d = vecBlend(md, vecMulNegI(md), lanes);
 }
 
 // The 16-point leaf: one radix-4 step across the block, then the four
@@ -195,7 +236,7 @@ void leaf16(double* x, const LeafConstants& k) {
     radix4Cyclic(a, b, c, d, k.w16);
   }
   vecTranspose(a, b, c, d);
-  point4(a, b, c, d, negaLanes(nega), k);
+  radix4Lanes(a, b, c, d, negaLanes(nega), k.cos4);
   vecStore(x, a);
   vecStore(x + 8, b);
   vecStore(x + 16, c);
@@ -205,7 +246,7 @@ void leaf16(double* x, const LeafConstants& k) {
 template <bool nega>
 void leaf16Inverse(double* x, const LeafConstants& k) {
   Vec4 a = vecLoad(x), b = vecLoad(x + 8), c = vecLoad(x + 16), d = vecLoad(x + 24);
-  point4Inverse(a, b, c, d, negaLanes(nega), k);
+  radix4LanesInverse(a, b, c, d, negaLanes(nega), k.cos4);
   vecTranspose(a, b, c, d);
   if (nega) {
     radix4NegaInverse(a, b, c, d, k.th16, k.th16b);
@@ -222,47 +263,29 @@ void leaf16Inverse(double* x, const LeafConstants& k) {
 // split by one radix-4 step into 2-point blocks and those into single
 // values: the 8-point leaves. Lanes in `lanes` are nega-cyclic blocks; the
 // 2-point blocks of a cyclic 8 are cyclic, nega, cyclic, cyclic, of a
-// nega-cyclic 8 cyclic, nega, cyclic, nega.
-inline void point8(Vec4 p[8], int lanes, const LeafConstants& k) {
-  for (int j = 0; j < 2; j++) {
-    Vec4 a = p[j], b = p[2 + j], c = p[4 + j], d = p[6 + j];
-    Vec4 na = a, nb = b, nc = c, nd = d;
-    radix4Cyclic(a, b, c, d, j == 0 ? k.one : k.zeta);
-    radix4Nega(na, nb, nc, nd, j == 0 ? k.one : k.eighth, j == 0 ? k.zeta : k.eighthB);
-    p[j] = vecBlend(a, na, lanes);
-    p[2 + j] = vecBlend(b, nb, lanes);
-    p[4 + j] = vecBlend(c, nc, lanes);
-    p[6 + j] = vecBlend(d, nd, lanes);
-  }
+// nega-cyclic 8 cyclic, nega, cyclic, nega. A cyclic 2-point block gives
+// y0 +- y1, a nega-cyclic one y0 +- i y1.
+[[gnu::always_inline]] inline void point8(Vec4 p[8], int lanes, const LeafConstants& k) {
+  radix4Lanes(p[0], p[2], p[4], p[6], lanes, k.cos4);
+  radix4LanesOdd(p[1], p[3], p[5], p[7], lanes, k);
   for (int m = 0; m < 4; m++) {
-    Vec4 y0 = p[2 * m], y1 = p[2 * m + 1];
-    Vec4 iy1 = vecMulI(y1);
-    Vec4 c0 = vecAdd(y0, y1), c1 = vecSub(y0, y1);
-    Vec4 n0 = vecAdd(y0, iy1), n1 = vecSub(y0, iy1);
     int kind = m == 1 ? 0xF : m == 3 ? lanes : 0;
-    p[2 * m] = vecBlend(c0, n0, kind);
-    p[2 * m + 1] = vecBlend(c1, n1, kind);
+    Vec4 y0 = p[2 * m], y1 = vecBlend(p[2 * m + 1], vecMulI(p[2 * m + 1]), kind);
+    p[2 * m] = vecAdd(y0, y1);
+    p[2 * m + 1] = vecSub(y0, y1);
   }
 }
 
-inline void point8Inverse(Vec4 p[8], int lanes, const LeafConstants& k) {
+[[gnu::always_inline]] inline void point8Inverse(Vec4 p[8], int lanes, const LeafConstants& k) {
   for (int m = 0; m < 4; m++) {
+    int kind = m == 1 ? 0xF : m == 3 ? lanes : 0;
     Vec4 e0 = p[2 * m], e1 = p[2 * m + 1];
     Vec4 diff = vecSub(e0, e1);
-    int kind = m == 1 ? 0xF : m == 3 ? lanes : 0;
     p[2 * m] = vecAdd(e0, e1);
     p[2 * m + 1] = vecBlend(diff, vecMulNegI(diff), kind);
   }
-  for (int j = 0; j < 2; j++) {
-    Vec4 a = p[j], b = p[2 + j], c = p[4 + j], d = p[6 + j];
-    Vec4 na = a, nb = b, nc = c, nd = d;
-    radix4CyclicInverse(a, b, c, d, j == 0 ? k.one : k.zeta);
-    radix4NegaInverse(na, nb, nc, nd, j == 0 ? k.one : k.eighth, j == 0 ? k.zeta : k.eighthB);
-    p[j] = vecBlend(a, na, lanes);
-    p[2 + j] = vecBlend(b, nb, lanes);
-    p[4 + j] = vecBlend(c, nc, lanes);
-    p[6 + j] = vecBlend(d, nd, lanes);
-  }
+  radix4LanesInverse(p[0], p[2], p[4], p[6], lanes, k.cos4);
+  radix4LanesOddInverse(p[1], p[3], p[5], p[7], lanes, k);
 }
 
 // A block of 32 points: the radix-4 step across it (cnRow or nnRow of v = 5),

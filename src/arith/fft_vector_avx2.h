@@ -120,24 +120,47 @@ inline void vecInterleave(const Vec4& a, const Vec4& b, Vec4& lo, Vec4& hi) {
   hi = h;
 }
 
+inline void vecStoreRounded(int64_t* out, const Vec4& a, int64_t offset) {
+  const __m256i low52 = _mm256_set1_epi64x((int64_t(1) << 52) - 1);
+  const __m256i off = _mm256_set1_epi64x(offset);
+  __m256i lo = _mm256_sub_epi64(_mm256_and_si256(_mm256_castpd_si256(a.lo), low52), off);
+  __m256i hi = _mm256_sub_epi64(_mm256_and_si256(_mm256_castpd_si256(a.hi), low52), off);
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), lo);
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4), hi);
+}
+
+// Points of four steps, one 32-bit lane per chain in each of x0 .. x3, turned
+// into four consecutive points of each chain and stored.
+inline void storeStreams(__m128i x0, __m128i x1, __m128i x2, __m128i x3,
+                         uint32_t* const streams[4], uint64_t k) {
+  __m128i t0 = _mm_unpacklo_epi32(x0, x1), t1 = _mm_unpackhi_epi32(x0, x1);
+  __m128i t2 = _mm_unpacklo_epi32(x2, x3), t3 = _mm_unpackhi_epi32(x2, x3);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(streams[0] + k), _mm_unpacklo_epi64(t0, t2));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(streams[1] + k), _mm_unpackhi_epi64(t0, t2));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(streams[2] + k), _mm_unpacklo_epi64(t1, t3));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(streams[3] + k), _mm_unpackhi_epi64(t1, t3));
+}
+
 // The four chains in the four 64-bit lanes. AVX2 has no arithmetic shift of
 // 64-bit lanes, so the chain runs on v + 2^52 (never negative) and takes
 // 2^(52-b) off each shifted carry; the low b bits are the same.
-inline void vecCarryLanes(const double* rounded, uint32_t* out, uint64_t count,
-                          int64_t carry[4], uint32_t bits, int64_t offset) {
-  const __m256i low52 = _mm256_set1_epi64x((int64_t(1) << 52) - 1);
+inline void vecCarryLanes(const int64_t* values, uint64_t count, int64_t carry[4],
+                          uint32_t bits, uint32_t* const streams[4]) {
   const __m256i mask = _mm256_set1_epi64x((int64_t(1) << bits) - 1);
-  const __m256i lift = _mm256_set1_epi64x((int64_t(1) << 52) - offset);
+  const __m256i lift = _mm256_set1_epi64x(int64_t(1) << 52);
   const __m256i drop = _mm256_set1_epi64x(int64_t(1) << (52 - bits));
   const __m128i shift = _mm_cvtsi32_si128(int(bits));
   const __m256i pick = _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6);
   __m256i c = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(carry));
-  for (uint64_t k = 0; k < count; k++) {
-    __m256i r = _mm256_and_si256(_mm256_castpd_si256(_mm256_loadu_pd(rounded + 4 * k)), low52);
-    __m256i v = _mm256_add_epi64(_mm256_add_epi64(r, lift), c);
-    __m256i p = _mm256_permutevar8x32_epi32(_mm256_and_si256(v, mask), pick);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 * k), _mm256_castsi256_si128(p));
-    c = _mm256_sub_epi64(_mm256_srl_epi64(v, shift), drop);
+  for (uint64_t k = 0; k < count; k += 4) {
+    __m128i x[4];
+    for (int j = 0; j < 4; j++) {
+      __m256i r = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(values + 4 * (k + j)));
+      __m256i v = _mm256_add_epi64(_mm256_add_epi64(r, lift), c);
+      x[j] = _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(_mm256_and_si256(v, mask), pick));
+      c = _mm256_sub_epi64(_mm256_srl_epi64(v, shift), drop);
+    }
+    storeStreams(x[0], x[1], x[2], x[3], streams, k);
   }
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(carry), c);
 }

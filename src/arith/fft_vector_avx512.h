@@ -97,23 +97,41 @@ inline void vecInterleave(const Vec4& a, const Vec4& b, Vec4& lo, Vec4& hi) {
   hi.z = _mm512_permutex2var_pd(a.z, _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15), b.z);
 }
 
+inline void vecStoreRounded(int64_t* out, const Vec4& a, int64_t offset) {
+  const __m512i low52 = _mm512_set1_epi64((int64_t(1) << 52) - 1);
+  __m512i x = _mm512_and_si512(_mm512_castpd_si512(a.z), low52);
+  _mm512_storeu_si512(out, _mm512_sub_epi64(x, _mm512_set1_epi64(offset)));
+}
+
+// Points of four steps, one 32-bit lane per chain in each of x0 .. x3, turned
+// into four consecutive points of each chain and stored.
+inline void storeStreams(__m128i x0, __m128i x1, __m128i x2, __m128i x3,
+                         uint32_t* const streams[4], uint64_t k) {
+  __m128i t0 = _mm_unpacklo_epi32(x0, x1), t1 = _mm_unpackhi_epi32(x0, x1);
+  __m128i t2 = _mm_unpacklo_epi32(x2, x3), t3 = _mm_unpackhi_epi32(x2, x3);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(streams[0] + k), _mm_unpacklo_epi64(t0, t2));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(streams[1] + k), _mm_unpackhi_epi64(t0, t2));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(streams[2] + k), _mm_unpacklo_epi64(t1, t3));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(streams[3] + k), _mm_unpackhi_epi64(t1, t3));
+}
+
 // The four chains in the four 64-bit lanes of a 256-bit register, with the
-// arithmetic shift of AVX-512 VL.
-inline void vecCarryLanes(const double* rounded, uint32_t* out, uint64_t count,
-                          int64_t carry[4], uint32_t bits, int64_t offset) {
-  const __m256i low52 = _mm256_set1_epi64x((int64_t(1) << 52) - 1);
+// arithmetic shift of AVX-512 VL: each step is one add and one shift long.
+inline void vecCarryLanes(const int64_t* values, uint64_t count, int64_t carry[4],
+                          uint32_t bits, uint32_t* const streams[4]) {
   const __m256i mask = _mm256_set1_epi64x((int64_t(1) << bits) - 1);
-  const __m256i lift = _mm256_set1_epi64x(-offset);
   const __m128i shift = _mm_cvtsi32_si128(int(bits));
-  // The low halves of the lanes by a permute (the narrowing store is slow).
   const __m256i pick = _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6);
   __m256i c = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(carry));
-  for (uint64_t k = 0; k < count; k++) {
-    __m256i r = _mm256_and_si256(_mm256_castpd_si256(_mm256_loadu_pd(rounded + 4 * k)), low52);
-    __m256i v = _mm256_add_epi64(_mm256_add_epi64(r, lift), c);
-    __m256i p = _mm256_permutevar8x32_epi32(_mm256_and_si256(v, mask), pick);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 * k), _mm256_castsi256_si128(p));
-    c = _mm256_sra_epi64(v, shift);
+  for (uint64_t k = 0; k < count; k += 4) {
+    __m128i x[4];
+    for (int j = 0; j < 4; j++) {
+      __m256i v = _mm256_add_epi64(
+          _mm256_loadu_si256(reinterpret_cast<const __m256i*>(values + 4 * (k + j))), c);
+      x[j] = _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(_mm256_and_si256(v, mask), pick));
+      c = _mm256_sra_epi64(v, shift);
+    }
+    storeStreams(x[0], x[1], x[2], x[3], streams, k);
   }
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(carry), c);
 }

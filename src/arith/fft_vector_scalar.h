@@ -170,24 +170,32 @@ inline void vecInterleave(const Vec4& a, const Vec4& b, Vec4& lo, Vec4& hi) {
   hi = h;
 }
 
-// Four carry chains side by side, `count` steps: rounded[4k + lane] is a
-// double whose low 52 bits are the value plus `offset`; with v = value +
-// carry, out[4k + lane] = v mod 2^b and the carry becomes floor(v / 2^b).
-inline void vecCarryLanes(const double* rounded, uint32_t* out, uint64_t count,
-                          int64_t carry[4], uint32_t bits, int64_t offset) {
-  const uint64_t low52 = (uint64_t(1) << 52) - 1, mask = (uint64_t(1) << bits) - 1;
+// The rounded values of a: the low 52 bits of each double (a rounding sum
+// 2^52 + x or 1.5 * 2^52 + x) less `offset`, as 64-bit integers out[0 .. 8).
+inline void vecStoreRounded(int64_t* out, const Vec4& a, int64_t offset) {
+  const uint64_t low52 = (uint64_t(1) << 52) - 1;
+  for (int k = 0; k < 8; k++) {
+    uint64_t bits;
+    memcpy(&bits, &a.v[k], sizeof bits);
+    out[k] = int64_t(bits & low52) - offset;
+  }
+}
+
+// Four carry chains side by side over `count` steps (a multiple of 4): with
+// v = values[4k + lane] + carry[lane], point k of the lane's stream,
+// streams[lane][k], is v mod 2^b and the carry becomes floor(v / 2^b).
+inline void vecCarryLanes(const int64_t* values, uint64_t count, int64_t carry[4],
+                          uint32_t bits, uint32_t* const streams[4]) {
+  const uint64_t mask = (uint64_t(1) << bits) - 1;
   int64_t c0 = carry[0], c1 = carry[1], c2 = carry[2], c3 = carry[3];
+  uint32_t *s0 = streams[0], *s1 = streams[1], *s2 = streams[2], *s3 = streams[3];
   for (uint64_t k = 0; k < count; k++) {
-    uint64_t r[4];
-    memcpy(r, rounded + 4 * k, sizeof r);
-    int64_t v0 = int64_t(r[0] & low52) - offset + c0;
-    int64_t v1 = int64_t(r[1] & low52) - offset + c1;
-    int64_t v2 = int64_t(r[2] & low52) - offset + c2;
-    int64_t v3 = int64_t(r[3] & low52) - offset + c3;
-    out[4 * k] = uint32_t(uint64_t(v0) & mask);
-    out[4 * k + 1] = uint32_t(uint64_t(v1) & mask);
-    out[4 * k + 2] = uint32_t(uint64_t(v2) & mask);
-    out[4 * k + 3] = uint32_t(uint64_t(v3) & mask);
+    int64_t v0 = values[4 * k] + c0, v1 = values[4 * k + 1] + c1;
+    int64_t v2 = values[4 * k + 2] + c2, v3 = values[4 * k + 3] + c3;
+    s0[k] = uint32_t(uint64_t(v0) & mask);
+    s1[k] = uint32_t(uint64_t(v1) & mask);
+    s2[k] = uint32_t(uint64_t(v2) & mask);
+    s3[k] = uint32_t(uint64_t(v3) & mask);
     c0 = v0 >> bits;
     c1 = v1 >> bits;
     c2 = v2 >> bits;
