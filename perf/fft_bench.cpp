@@ -20,8 +20,7 @@
 namespace {
 
 double now() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
-      .count();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
 // Best time per call of `run` over batches of about 20 ms each.
@@ -79,7 +78,8 @@ int main(int argc, char** argv) {
     mpz_inits(x, y, z, nullptr);
     mpz_import(x, n, -1, 4, 0, 0, a.data());
     mpz_import(y, n, -1, 4, 0, 0, b.data());
-    double fftSqr = bestMicroseconds([&] { fftSquare(&heap, a.data(), n, out.data(), 0, fftTables); });
+    double fftSqr =
+        bestMicroseconds([&] { fftSquare(&heap, a.data(), n, out.data(), 0, fftTables); });
     double gmpSqr = bestMicroseconds([&] { mpz_mul(z, x, x); });
     double fftMul = bestMicroseconds(
         [&] { fftMultiply(&heap, a.data(), n, b.data(), n, out.data(), 0, fftTables); });

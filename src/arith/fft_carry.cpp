@@ -12,8 +12,7 @@ namespace {
 // Adds `carry` into points[from ..) while it is non-zero and below `to`, with
 // signed (arithmetic) shifts. Returns what is left of it; *stop gets the
 // position where it ended.
-int64_t sweep(const FftCarryStreams* s, int64_t carry, uint64_t from, uint64_t to,
-              uint64_t* stop) {
+int64_t sweep(const FftCarryStreams* s, int64_t carry, uint64_t from, uint64_t to, uint64_t* stop) {
   uint64_t k = from;
   while (carry != 0 && k < to) {
     int64_t v = int64_t(s->points[k]) + carry;

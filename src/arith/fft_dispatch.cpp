@@ -27,7 +27,9 @@ void checkAlignment(const double* buffer) {
 
 }  // namespace
 
-bool fftKernelsAvx2Usable() { return __builtin_cpu_supports("avx2"); }
+bool fftKernelsAvx2Usable() {
+  return __builtin_cpu_supports("avx2");
+}
 
 bool fftKernelsAvx512Usable() {
   return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
@@ -41,7 +43,9 @@ const FftKernelSet* fftKernels() {
   return chosen;
 }
 
-void fftUseKernels(const FftKernelSet* set) { forcedSet.store(set, std::memory_order_relaxed); }
+void fftUseKernels(const FftKernelSet* set) {
+  forcedSet.store(set, std::memory_order_relaxed);
+}
 
 void forwardFft(double* buffer, const uint32_t* points, SizeCode code,
                 const FftLookupTables* tables) {

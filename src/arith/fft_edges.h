@@ -17,9 +17,12 @@
 inline const double* rightAngleWeights(const FftLookupTables* tables, SizeCode code) {
   uint64_t half = sizeCodeLength(code) / 2;
   switch (code & 3) {
-    case sizeCodeKindThree: return tables->pyramid3 + half;
-    case sizeCodeKindFive: return tables->pyramid5 + half;
-    default: return tables->pyramid2 + half;
+    case sizeCodeKindThree:
+      return tables->pyramid3 + half;
+    case sizeCodeKindFive:
+      return tables->pyramid5 + half;
+    default:
+      return tables->pyramid2 + half;
   }
 }
 
@@ -47,8 +50,8 @@ inline void rightAngleLoadFull(double* buffer, const uint32_t* points, uint64_t 
   double* upper = buffer + h;
   for (uint64_t i = 0; i < q; i += 4) {
     Vec4 z1 = vecCmul(vecFromPoints(points + i, points + h + i), rowTwiddle(weights, q, i));
-    Vec4 z2 = vecCmul(vecFromPoints(points + q + i, points + h + q + i),
-                      rowTwiddle(weights, q, i + q));
+    Vec4 z2 =
+        vecCmul(vecFromPoints(points + q + i, points + h + q + i), rowTwiddle(weights, q, i + q));
     vecStore(buffer + 2 * i, vecAdd(z1, z2));
     vecStore(upper + 2 * i, vecSub(z1, z2));
   }
@@ -110,8 +113,7 @@ inline void pointwiseSquareKernel(double* buffer, uint64_t complexCount) {
   }
 }
 
-inline void pointwiseMultiplyKernel(double* buffer, const double* other,
-                                    uint64_t complexCount) {
+inline void pointwiseMultiplyKernel(double* buffer, const double* other, uint64_t complexCount) {
   for (uint64_t k = 0; k < complexCount; k += 4) {
     Vec4 x = vecLoad(buffer + 2 * k), y = vecLoad(other + 2 * k);
     vecStore(buffer + 2 * k, vecCmul(x, y));

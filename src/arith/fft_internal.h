@@ -97,8 +97,8 @@ uint32_t fftCarryFinish(FftCarryStreams* s);
 // the magnitude of every transform value and keep the worst coefficient of
 // a row a factor of four below the unsigned bound: the products round with
 // the FftFullSigned stage.
-void splitWordsToBalancedPoints(uint32_t* points, uint64_t count, const uint32_t* words,
-                                uint64_t n, uint32_t b);
+void splitWordsToBalancedPoints(uint32_t* points, uint64_t count, const uint32_t* words, uint64_t n,
+                                uint32_t b);
 // The inverse with the FftFullSigned last stage.
 void inverseFftSigned(double* buffer, uint32_t* points, SizeCode code, uint32_t bits,
                       const FftLookupTables* tables);

@@ -1,12 +1,14 @@
 // The FFT kernel set for processors with AVX2: two 256-bit registers hold
 // four complex values.
+//
 // The kernels are the shared templates over this file's vector type, compiled
 // here without fused multiply-adds so that every kernel set gives the same
 // bits. Standard headers come before the pragmas, so that nothing but the
 // kernels is built for this target.
+#include <immintrin.h>
+
 #include <cstdint>
 #include <cstring>
-#include <immintrin.h>
 
 #include "arith/fft_internal.h"
 
@@ -14,6 +16,8 @@
 #pragma GCC target("avx,avx2")
 #pragma GCC optimize("fp-contract=off")
 
+// The kernels in the order they build on each other, not sorted.
+// clang-format off
 namespace {
 #include "arith/fft_vector_avx2.h"
 #include "arith/fft_rows.h"
@@ -21,6 +25,7 @@ namespace {
 #include "arith/fft_edges.h"
 #include "arith/fft_passes.h"
 }  // namespace
+// clang-format on
 
 const FftKernelSet* fftKernelsAvx2() {
   static const FftKernelSet set = kernelSetNamed("AVX2");

@@ -1,12 +1,14 @@
 // The FFT kernel set for processors with AVX-512 F and DQ: one 512-bit
 // register holds four complex values.
+//
 // The kernels are the shared templates over this file's vector type, compiled
 // here without fused multiply-adds so that every kernel set gives the same
 // bits. Standard headers come before the pragmas, so that nothing but the
 // kernels is built for this target.
+#include <immintrin.h>
+
 #include <cstdint>
 #include <cstring>
-#include <immintrin.h>
 
 #include "arith/fft_internal.h"
 
@@ -18,6 +20,8 @@
 #pragma GCC diagnostic ignored "-Wuninitialized"
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 
+// The kernels in the order they build on each other, not sorted.
+// clang-format off
 namespace {
 #include "arith/fft_vector_avx512.h"
 #include "arith/fft_rows.h"
@@ -25,6 +29,7 @@ namespace {
 #include "arith/fft_edges.h"
 #include "arith/fft_passes.h"
 }  // namespace
+// clang-format on
 
 const FftKernelSet* fftKernelsAvx512() {
   static const FftKernelSet set = kernelSetNamed("AVX-512");

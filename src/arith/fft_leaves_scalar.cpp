@@ -1,5 +1,6 @@
 // The FFT kernel set for any x86-64 processor: plain C++ (the compiler may
 // use the SSE2 registers).
+//
 // The kernels are the shared templates over this file's vector type, compiled
 // here without fused multiply-adds so that every kernel set gives the same
 // bits. Standard headers come before the pragmas, so that nothing but the
@@ -19,6 +20,8 @@
 #pragma GCC optimize("no-tree-vectorize")
 #endif
 
+// The kernels in the order they build on each other, not sorted.
+// clang-format off
 namespace {
 #include "arith/fft_vector_scalar.h"
 #include "arith/fft_rows.h"
@@ -26,6 +29,7 @@ namespace {
 #include "arith/fft_edges.h"
 #include "arith/fft_passes.h"
 }  // namespace
+// clang-format on
 
 const FftKernelSet* fftKernelsScalar() {
   static const FftKernelSet set = kernelSetNamed("Scalar");

@@ -43,9 +43,8 @@ void loadOperand(double* buffer, uint32_t* points, const uint32_t* words, uint64
 }
 
 // a * b by one transform sized for the na + nb words of the product.
-uint64_t multiplyOnce(Heap* heap, const uint32_t* a, uint64_t na, const uint32_t* b,
-                      uint64_t nb, uint32_t* destination, uint64_t chop,
-                      const FftLookupTables* tables) {
+uint64_t multiplyOnce(Heap* heap, const uint32_t* a, uint64_t na, const uint32_t* b, uint64_t nb,
+                      uint32_t* destination, uint64_t chop, const FftLookupTables* tables) {
   const FftShape s = fftShapeFor(16 * (na + nb), tables);
   FftBlocks blocks = {};
   uint64_t missing = 0;

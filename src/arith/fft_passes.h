@@ -120,13 +120,21 @@ uint32_t inverseEntry(double* buffer, uint32_t* points, SizeCode code, uint32_t 
   allPasses<true>(buffer, code, tables);
   const double* weights = rightAngleWeights(tables, code);
   switch (stage) {
-    case FftFull: return lastStage<FftFull>(buffer, points, L, bits, weights);
-    case FftFullSigned: return lastStage<FftFullSigned>(buffer, points, L, bits, weights);
-    default: return lastStage<FftWrapped>(buffer, points, L, bits, weights);
+    case FftFull:
+      return lastStage<FftFull>(buffer, points, L, bits, weights);
+    case FftFullSigned:
+      return lastStage<FftFullSigned>(buffer, points, L, bits, weights);
+    default:
+      return lastStage<FftWrapped>(buffer, points, L, bits, weights);
   }
 }
 
 constexpr FftKernelSet kernelSetNamed(const char* name) {
-  return {name,          forwardEntry,       inverseEntry,      pointwiseSquareKernel,
-          pointwiseMultiplyKernel, forwardPassesEntry, inversePassesEntry};
+  return {name,
+          forwardEntry,
+          inverseEntry,
+          pointwiseSquareKernel,
+          pointwiseMultiplyKernel,
+          forwardPassesEntry,
+          inversePassesEntry};
 }

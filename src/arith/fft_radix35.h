@@ -26,8 +26,8 @@ struct RadixTwiddles {
 
 inline void radixFill(double* out, const double* pyramid, uint32_t family, uint32_t level,
                       uint64_t start, uint64_t stride, uint64_t count) {
-  fftTwiddleFill(out, pyramidLevel(pyramid, family, level), uint64_t(family) << (level - 2),
-                 start, stride, count);
+  fftTwiddleFill(out, pyramidLevel(pyramid, family, level), uint64_t(family) << (level - 2), start,
+                 stride, count);
 }
 
 // Radix-3 pass over a half of 3K points at x; v = log2(K).
@@ -39,10 +39,10 @@ void radix3Pass(double* x, uint64_t K, uint32_t v, const FftLookupTables* tables
   RadixTwiddles tw;
   for (uint64_t j0 = 0; j0 < K; j0 += chunk) {
     if (nega) {
-      radixFill(tw.pairs[0], p3, 3, v, j0, 1, chunk);                 // exp(i pi j / 3K)
-      radixFill(tw.pairs[1], tables->pyramid2, 1, v, j0, 1, chunk);   // exp(i pi j / K)
+      radixFill(tw.pairs[0], p3, 3, v, j0, 1, chunk);                // exp(i pi j / 3K)
+      radixFill(tw.pairs[1], tables->pyramid2, 1, v, j0, 1, chunk);  // exp(i pi j / K)
     } else {
-      radixFill(tw.pairs[0], p3, 3, v - 1, j0, 1, chunk);             // exp(2 pi i j / 3K)
+      radixFill(tw.pairs[0], p3, 3, v - 1, j0, 1, chunk);  // exp(2 pi i j / 3K)
     }
     for (uint64_t j = 0; j < chunk; j += 4) {
       double* pa = x + 2 * (j0 + j);

@@ -34,7 +34,8 @@
   d = vecCmulConj(vecSub(d1, id2), w);
 }
 
-[[gnu::always_inline]] inline void radix4CyclicInverse(Vec4& a, Vec4& b, Vec4& c, Vec4& d, const Vec4& w) {
+[[gnu::always_inline]] inline void radix4CyclicInverse(Vec4& a, Vec4& b, Vec4& c, Vec4& d,
+                                                       const Vec4& w) {
   Vec4 s1 = vecAdd(a, b), s2 = vecSub(a, b);
   Vec4 t = vecCmulConj(c, w), s = vecCmul(d, w);
   Vec4 d1 = vecAdd(t, s), d2 = vecMulNegI(vecSub(t, s));
@@ -46,7 +47,8 @@
 
 // One group of the nega-cyclic step: a + ic and a - ic twisted by th, b + id
 // and b - id by th2 (forward for the first pair, conjugate for the second).
-[[gnu::always_inline]] inline void radix4Nega(Vec4& a, Vec4& b, Vec4& c, Vec4& d, const Vec4& th, const Vec4& th2) {
+[[gnu::always_inline]] inline void radix4Nega(Vec4& a, Vec4& b, Vec4& c, Vec4& d, const Vec4& th,
+                                              const Vec4& th2) {
   Vec4 ic = vecMulI(c), id = vecMulI(d);
   Vec4 u1 = vecCmul(vecAdd(a, ic), th), u2 = vecCmulConj(vecSub(a, ic), th);
   Vec4 v1 = vecCmul(vecAdd(b, id), th2), v2 = vecCmulConj(vecSub(b, id), th2);
@@ -56,8 +58,8 @@
   d = vecSub(u2, v2);
 }
 
-[[gnu::always_inline]] inline void radix4NegaInverse(Vec4& a, Vec4& b, Vec4& c, Vec4& d, const Vec4& th,
-                              const Vec4& th2) {
+[[gnu::always_inline]] inline void radix4NegaInverse(Vec4& a, Vec4& b, Vec4& c, Vec4& d,
+                                                     const Vec4& th, const Vec4& th2) {
   Vec4 u1 = vecCmulConj(vecAdd(a, b), th), v1 = vecCmulConj(vecSub(a, b), th2);
   Vec4 u2 = vecCmul(vecAdd(c, d), th), v2 = vecCmul(vecSub(c, d), th2);
   a = vecAdd(u1, u2);
@@ -120,12 +122,12 @@ void nnRow(double* x, uint32_t v, const double* pyramid2) {
 // The constants of the leaves, read from the low levels of pyramid2 once per
 // transform.
 struct LeafConstants {
-  Vec4 w16;               // cyclic 16: exp(2 pi i j / 16), j = 0 .. 3
-  Vec4 th16, th16b;       // nega 16: exp(i pi j / 16) and exp(i pi (j + 4) / 16)
-  Vec4 w32[2];            // cyclic 32: exp(2 pi i j / 32), j = 0 .. 7
-  Vec4 th32[2], th32b[2]; // nega 32: exp(i pi j / 32), exp(i pi (j + 8) / 32)
-  double cos4;            // cos(pi / 4): exp(i pi / 4) = cos(pi / 4) (1 + i)
-  Vec4 eighth, eighthB;   // exp(i pi / 8), exp(3 i pi / 8)
+  Vec4 w16;                // cyclic 16: exp(2 pi i j / 16), j = 0 .. 3
+  Vec4 th16, th16b;        // nega 16: exp(i pi j / 16) and exp(i pi (j + 4) / 16)
+  Vec4 w32[2];             // cyclic 32: exp(2 pi i j / 32), j = 0 .. 7
+  Vec4 th32[2], th32b[2];  // nega 32: exp(i pi j / 32), exp(i pi (j + 8) / 32)
+  double cos4;             // cos(pi / 4): exp(i pi / 4) = cos(pi / 4) (1 + i)
+  Vec4 eighth, eighthB;    // exp(i pi / 8), exp(3 i pi / 8)
 };
 
 inline LeafConstants leafConstants(const double* pyramid2) {
@@ -152,11 +154,15 @@ inline LeafConstants leafConstants(const double* pyramid2) {
 
 // Lanes whose small block is nega-cyclic after a step: quarter 1, and quarter
 // 3 when the step was nega-cyclic.
-constexpr int negaLanes(bool nega) { return nega ? 0xA : 0x2; }
+constexpr int negaLanes(bool nega) {
+  return nega ? 0xA : 0x2;
+}
 
 // x * exp(i pi / 4) = c (x + ix) and x * exp(-i pi / 4) = c (x - ix), with c
 // = cos(pi / 4): one product where a complex product takes two.
-[[gnu::always_inline]] inline Vec4 vecMulZeta(const Vec4& x, double c) { return vecScale(vecAdd(x, vecMulI(x)), c); }
+[[gnu::always_inline]] inline Vec4 vecMulZeta(const Vec4& x, double c) {
+  return vecScale(vecAdd(x, vecMulI(x)), c);
+}
 [[gnu::always_inline]] inline Vec4 vecMulZetaConj(const Vec4& x, double c) {
   return vecScale(vecSub(x, vecMulI(x)), c);
 }
@@ -167,7 +173,8 @@ constexpr int negaLanes(bool nega) { return nega ? 0xA : 0x2; }
 // the outputs are P +- R', Q +- S' with R' = R, S' = iS (cyclic: the step
 // modulo x^4 - 1) or R' = zR, S' = conj(z) S, z = exp(i pi / 4) (nega-cyclic:
 // modulo x^4 + 1 = (x^2 - i)(x^2 + i), the residues twisted by z and conj(z)).
-[[gnu::always_inline]] inline void radix4Lanes(Vec4& a, Vec4& b, Vec4& c, Vec4& d, int lanes, double cos4) {
+[[gnu::always_inline]] inline void radix4Lanes(Vec4& a, Vec4& b, Vec4& c, Vec4& d, int lanes,
+                                               double cos4) {
   Vec4 mc = vecBlend(c, vecMulI(c), lanes), md = vecBlend(d, vecMulI(d), lanes);
   Vec4 P = vecAdd(a, mc), Q = vecSub(a, mc), R = vecAdd(b, md), S = vecSub(b, md);
   Vec4 Rt = vecBlend(R, vecMulZeta(R, cos4), lanes);
@@ -178,7 +185,8 @@ constexpr int negaLanes(bool nega) { return nega ? 0xA : 0x2; }
   d = vecSub(Q, St);
 }
 
-[[gnu::always_inline]] inline void radix4LanesInverse(Vec4& a, Vec4& b, Vec4& c, Vec4& d, int lanes, double cos4) {
+[[gnu::always_inline]] inline void radix4LanesInverse(Vec4& a, Vec4& b, Vec4& c, Vec4& d, int lanes,
+                                                      double cos4) {
   Vec4 P = vecAdd(a, b), Rt = vecSub(a, b), Q = vecAdd(c, d), St = vecSub(c, d);
   Vec4 R = vecBlend(Rt, vecMulZetaConj(Rt, cos4), lanes);
   Vec4 S = vecBlend(vecMulNegI(St), vecMulZeta(St, cos4), lanes);
@@ -194,7 +202,7 @@ constexpr int negaLanes(bool nega) { return nega ? 0xA : 0x2; }
 // nega-cyclic lanes take P, R by e = exp(i pi / 8), e' = exp(3 i pi / 8) and
 // Q, S by their conjugates.
 [[gnu::always_inline]] inline void radix4LanesOdd(Vec4& a, Vec4& b, Vec4& c, Vec4& d, int lanes,
-                           const LeafConstants& k) {
+                                                  const LeafConstants& k) {
   Vec4 mc = vecBlend(c, vecMulI(c), lanes), md = vecBlend(d, vecMulI(d), lanes);
   Vec4 P = vecAdd(a, mc), Q = vecSub(a, mc), R = vecAdd(b, md), S = vecSub(b, md);
   Vec4 Pt = vecBlend(P, vecCmul(P, k.eighth), lanes);
@@ -208,8 +216,8 @@ constexpr int negaLanes(bool nega) { return nega ? 0xA : 0x2; }
   d = vecBlend(vecMulZetaConj(x3, k.cos4), x3, lanes);
 }
 
-[[gnu::always_inline]] inline void radix4LanesOddInverse(Vec4& a, Vec4& b, Vec4& c, Vec4& d, int lanes,
-                                  const LeafConstants& k) {
+[[gnu::always_inline]] inline void radix4LanesOddInverse(Vec4& a, Vec4& b, Vec4& c, Vec4& d,
+                                                         int lanes, const LeafConstants& k) {
   Vec4 Pt = vecAdd(a, b), Rt = vecSub(a, b);
   Vec4 x2 = vecBlend(vecMulZetaConj(c, k.cos4), c, lanes);
   Vec4 x3 = vecBlend(vecMulZeta(d, k.cos4), d, lanes);

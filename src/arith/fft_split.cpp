@@ -19,7 +19,9 @@ constexpr uint32_t groupPoints = 32;  // a group: 32 points in b words
 constexpr uint32_t narrowestGroup = 7, widestGroup = 22;
 
 // Points of b bits in the first `bits` bits of a stream.
-inline uint64_t pointsCovering(uint64_t bits, uint32_t b) { return (bits + b - 1) / b; }
+inline uint64_t pointsCovering(uint64_t bits, uint32_t b) {
+  return (bits + b - 1) / b;
+}
 
 // Whole groups of points from words. Balanced: each point u becomes u + t -
 // 2^b t' with t' = (u >= 2^(b-1)) and t the t' of the point before (`carry`
@@ -163,8 +165,8 @@ void splitWordsToPoints(uint32_t* points, uint64_t count, const uint32_t* words,
   split<false>(points, count, words, n, b);
 }
 
-void splitWordsToBalancedPoints(uint32_t* points, uint64_t count, const uint32_t* words,
-                                uint64_t n, uint32_t b) {
+void splitWordsToBalancedPoints(uint32_t* points, uint64_t count, const uint32_t* words, uint64_t n,
+                                uint32_t b) {
   split<true>(points, count, words, n, b);
 }
 
@@ -205,7 +207,8 @@ void packPointsToWordsFrom(const uint32_t* points, uint64_t count, uint64_t skip
                           GroupWidths());
     }
   }
-  if (done < n) packPointsToWordsGeneral(points, count, skipWords + done, words + done, n - done, b);
+  if (done < n)
+    packPointsToWordsGeneral(points, count, skipWords + done, words + done, n - done, b);
 }
 
 void packPointsToWords(const uint32_t* points, uint64_t count, uint32_t* words, uint64_t n,

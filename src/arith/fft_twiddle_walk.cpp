@@ -9,10 +9,22 @@ namespace {
 // The pair (c, s) turned by `quarters` quarter turns: (c, s) -> (-s, c).
 inline void emit(double* out, double c, double s, uint64_t quarters) {
   switch (quarters & 3) {
-    case 0: out[0] = c; out[1] = s; break;
-    case 1: out[0] = -s; out[1] = c; break;
-    case 2: out[0] = -c; out[1] = -s; break;
-    default: out[0] = s; out[1] = -c; break;
+    case 0:
+      out[0] = c;
+      out[1] = s;
+      break;
+    case 1:
+      out[0] = -s;
+      out[1] = c;
+      break;
+    case 2:
+      out[0] = -c;
+      out[1] = -s;
+      break;
+    default:
+      out[0] = s;
+      out[1] = -c;
+      break;
   }
 }
 

@@ -14,8 +14,8 @@
 namespace {
 
 // One piece: destination[0 .. 2 nb) = piece * b, with b's transform given.
-void pieceProduct(double* buffer, uint32_t* points, const double* bTransform,
-                  const uint32_t* piece, uint64_t nb, uint32_t* destination, const FftShape& s) {
+void pieceProduct(double* buffer, uint32_t* points, const double* bTransform, const uint32_t* piece,
+                  uint64_t nb, uint32_t* destination, const FftShape& s) {
   splitWordsToBalancedPoints(points, s.length / 2, piece, nb, s.bits);
   forwardFft(buffer, points, s.code, s.tables);
   fftPointwiseMultiply(buffer, bTransform, s.code);

@@ -12,14 +12,18 @@ struct Vec4 {
   __m256d hi;
 };
 
-inline Vec4 vecLoad(const double* p) { return {_mm256_loadu_pd(p), _mm256_loadu_pd(p + 4)}; }
+inline Vec4 vecLoad(const double* p) {
+  return {_mm256_loadu_pd(p), _mm256_loadu_pd(p + 4)};
+}
 
 inline void vecStore(double* p, const Vec4& a) {
   _mm256_storeu_pd(p, a.lo);
   _mm256_storeu_pd(p + 4, a.hi);
 }
 
-inline __m256d reverse4(__m256d x) { return _mm256_permute4x64_pd(x, 0x1B); }
+inline __m256d reverse4(__m256d x) {
+  return _mm256_permute4x64_pd(x, 0x1B);
+}
 
 inline Vec4 vecLoadReversed(const double* p) {
   return {reverse4(_mm256_loadu_pd(p + 4)), reverse4(_mm256_loadu_pd(p))};
@@ -47,11 +51,19 @@ inline Vec4 vecScale(const Vec4& a, double s) {
   return {_mm256_mul_pd(a.lo, f), _mm256_mul_pd(a.hi, f)};
 }
 
-inline __m256d swapParts(__m256d x) { return _mm256_permute_pd(x, 0x5); }
+inline __m256d swapParts(__m256d x) {
+  return _mm256_permute_pd(x, 0x5);
+}
 
-inline __m256d signEven() { return _mm256_setr_pd(-0.0, 0.0, -0.0, 0.0); }
-inline __m256d signOdd() { return _mm256_setr_pd(0.0, -0.0, 0.0, -0.0); }
-inline __m256d signAll() { return _mm256_set1_pd(-0.0); }
+inline __m256d signEven() {
+  return _mm256_setr_pd(-0.0, 0.0, -0.0, 0.0);
+}
+inline __m256d signOdd() {
+  return _mm256_setr_pd(0.0, -0.0, 0.0, -0.0);
+}
+inline __m256d signAll() {
+  return _mm256_set1_pd(-0.0);
+}
 
 inline Vec4 vecMulI(const Vec4& a) {
   return {_mm256_xor_pd(swapParts(a.lo), signEven()), _mm256_xor_pd(swapParts(a.hi), signEven())};
@@ -75,7 +87,9 @@ inline __m256d cmulConj2(__m256d x, __m256d w) {
   return _mm256_addsub_pd(a, _mm256_xor_pd(b, signAll()));
 }
 
-inline Vec4 vecCmul(const Vec4& x, const Vec4& w) { return {cmul2(x.lo, w.lo), cmul2(x.hi, w.hi)}; }
+inline Vec4 vecCmul(const Vec4& x, const Vec4& w) {
+  return {cmul2(x.lo, w.lo), cmul2(x.hi, w.hi)};
+}
 
 inline Vec4 vecCmulConj(const Vec4& x, const Vec4& w) {
   return {cmulConj2(x.lo, w.lo), cmulConj2(x.hi, w.hi)};
@@ -83,10 +97,10 @@ inline Vec4 vecCmulConj(const Vec4& x, const Vec4& w) {
 
 inline Vec4 vecBlend(const Vec4& a, const Vec4& b, int lanes) {
   // Lanes are complex values: lane k covers doubles 2k and 2k + 1.
-  __m256d mlo = _mm256_castsi256_pd(_mm256_setr_epi64x(
-      (lanes & 1) ? -1 : 0, (lanes & 1) ? -1 : 0, (lanes & 2) ? -1 : 0, (lanes & 2) ? -1 : 0));
-  __m256d mhi = _mm256_castsi256_pd(_mm256_setr_epi64x(
-      (lanes & 4) ? -1 : 0, (lanes & 4) ? -1 : 0, (lanes & 8) ? -1 : 0, (lanes & 8) ? -1 : 0));
+  __m256d mlo = _mm256_castsi256_pd(_mm256_setr_epi64x((lanes & 1) ? -1 : 0, (lanes & 1) ? -1 : 0,
+                                                       (lanes & 2) ? -1 : 0, (lanes & 2) ? -1 : 0));
+  __m256d mhi = _mm256_castsi256_pd(_mm256_setr_epi64x((lanes & 4) ? -1 : 0, (lanes & 4) ? -1 : 0,
+                                                       (lanes & 8) ? -1 : 0, (lanes & 8) ? -1 : 0));
   return {_mm256_blendv_pd(a.lo, b.lo, mlo), _mm256_blendv_pd(a.hi, b.hi, mhi)};
 }
 
@@ -111,7 +125,9 @@ inline Vec4 vecFromPoints(const uint32_t* x, const uint32_t* y) {
   return {_mm256_permute2f128_pd(l, h, 0x20), _mm256_permute2f128_pd(l, h, 0x31)};
 }
 
-inline Vec4 vecFromPointsTwice(const uint32_t* x) { return vecFromPoints(x, x); }
+inline Vec4 vecFromPointsTwice(const uint32_t* x) {
+  return vecFromPoints(x, x);
+}
 
 inline void vecInterleave(const Vec4& a, const Vec4& b, Vec4& lo, Vec4& hi) {
   Vec4 l = {_mm256_permute2f128_pd(a.lo, b.lo, 0x20), _mm256_permute2f128_pd(a.lo, b.lo, 0x31)};
@@ -131,8 +147,8 @@ inline void vecStoreRounded(int64_t* out, const Vec4& a, int64_t offset) {
 
 // Points of four steps, one 32-bit lane per chain in each of x0 .. x3, turned
 // into four consecutive points of each chain and stored.
-inline void storeStreams(__m128i x0, __m128i x1, __m128i x2, __m128i x3,
-                         uint32_t* const streams[4], uint64_t k) {
+inline void storeStreams(__m128i x0, __m128i x1, __m128i x2, __m128i x3, uint32_t* const streams[4],
+                         uint64_t k) {
   __m128i t0 = _mm_unpacklo_epi32(x0, x1), t1 = _mm_unpackhi_epi32(x0, x1);
   __m128i t2 = _mm_unpacklo_epi32(x2, x3), t3 = _mm_unpackhi_epi32(x2, x3);
   _mm_storeu_si128(reinterpret_cast<__m128i*>(streams[0] + k), _mm_unpacklo_epi64(t0, t2));
@@ -144,8 +160,8 @@ inline void storeStreams(__m128i x0, __m128i x1, __m128i x2, __m128i x3,
 // The four chains in the four 64-bit lanes. AVX2 has no arithmetic shift of
 // 64-bit lanes, so the chain runs on v + 2^52 (never negative) and takes
 // 2^(52-b) off each shifted carry; the low b bits are the same.
-inline void vecCarryLanes(const int64_t* values, uint64_t count, int64_t carry[4],
-                          uint32_t bits, uint32_t* const streams[4]) {
+inline void vecCarryLanes(const int64_t* values, uint64_t count, int64_t carry[4], uint32_t bits,
+                          uint32_t* const streams[4]) {
   const __m256i mask = _mm256_set1_epi64x((int64_t(1) << bits) - 1);
   const __m256i lift = _mm256_set1_epi64x(int64_t(1) << 52);
   const __m256i drop = _mm256_set1_epi64x(int64_t(1) << (52 - bits));

@@ -12,9 +12,13 @@ struct Vec4 {
   __m512d z;
 };
 
-inline Vec4 vecLoad(const double* p) { return {_mm512_loadu_pd(p)}; }
+inline Vec4 vecLoad(const double* p) {
+  return {_mm512_loadu_pd(p)};
+}
 
-inline void vecStore(double* p, const Vec4& a) { _mm512_storeu_pd(p, a.z); }
+inline void vecStore(double* p, const Vec4& a) {
+  _mm512_storeu_pd(p, a.z);
+}
 
 // Reversed: the 128-bit lanes in reverse order, then each pair swapped.
 inline Vec4 vecLoadReversed(const double* p) {
@@ -27,15 +31,29 @@ inline Vec4 vecBroadcast(double re, double im) {
   return {_mm512_setr_pd(re, im, re, im, re, im, re, im)};
 }
 
-inline Vec4 vecAdd(const Vec4& a, const Vec4& b) { return {_mm512_add_pd(a.z, b.z)}; }
-inline Vec4 vecSub(const Vec4& a, const Vec4& b) { return {_mm512_sub_pd(a.z, b.z)}; }
-inline Vec4 vecMul(const Vec4& a, const Vec4& b) { return {_mm512_mul_pd(a.z, b.z)}; }
-inline Vec4 vecScale(const Vec4& a, double s) { return {_mm512_mul_pd(a.z, _mm512_set1_pd(s))}; }
+inline Vec4 vecAdd(const Vec4& a, const Vec4& b) {
+  return {_mm512_add_pd(a.z, b.z)};
+}
+inline Vec4 vecSub(const Vec4& a, const Vec4& b) {
+  return {_mm512_sub_pd(a.z, b.z)};
+}
+inline Vec4 vecMul(const Vec4& a, const Vec4& b) {
+  return {_mm512_mul_pd(a.z, b.z)};
+}
+inline Vec4 vecScale(const Vec4& a, double s) {
+  return {_mm512_mul_pd(a.z, _mm512_set1_pd(s))};
+}
 
-inline __m512d swapParts(__m512d x) { return _mm512_shuffle_pd(x, x, 0x55); }
+inline __m512d swapParts(__m512d x) {
+  return _mm512_shuffle_pd(x, x, 0x55);
+}
 // (re, re) and (im, im) of each lane.
-inline __m512d realParts(__m512d x) { return _mm512_unpacklo_pd(x, x); }
-inline __m512d imagParts(__m512d x) { return _mm512_unpackhi_pd(x, x); }
+inline __m512d realParts(__m512d x) {
+  return _mm512_unpacklo_pd(x, x);
+}
+inline __m512d imagParts(__m512d x) {
+  return _mm512_unpackhi_pd(x, x);
+}
 
 inline __m512d signEven() {
   return _mm512_setr_pd(-0.0, 0.0, -0.0, 0.0, -0.0, 0.0, -0.0, 0.0);
@@ -44,8 +62,12 @@ inline __m512d signOdd() {
   return _mm512_setr_pd(0.0, -0.0, 0.0, -0.0, 0.0, -0.0, 0.0, -0.0);
 }
 
-inline Vec4 vecMulI(const Vec4& a) { return {_mm512_xor_pd(swapParts(a.z), signEven())}; }
-inline Vec4 vecMulNegI(const Vec4& a) { return {_mm512_xor_pd(swapParts(a.z), signOdd())}; }
+inline Vec4 vecMulI(const Vec4& a) {
+  return {_mm512_xor_pd(swapParts(a.z), signEven())};
+}
+inline Vec4 vecMulNegI(const Vec4& a) {
+  return {_mm512_xor_pd(swapParts(a.z), signOdd())};
+}
 
 // x * w = (xr wr, xi wr) + (-(xi wi), xr wi).
 inline Vec4 vecCmul(const Vec4& x, const Vec4& w) {
@@ -90,7 +112,9 @@ inline Vec4 vecFromPoints(const uint32_t* x, const uint32_t* y) {
   return {_mm512_permutex2var_pd(xz, index, yz)};
 }
 
-inline Vec4 vecFromPointsTwice(const uint32_t* x) { return vecFromPoints(x, x); }
+inline Vec4 vecFromPointsTwice(const uint32_t* x) {
+  return vecFromPoints(x, x);
+}
 
 inline void vecInterleave(const Vec4& a, const Vec4& b, Vec4& lo, Vec4& hi) {
   lo.z = _mm512_permutex2var_pd(a.z, _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11), b.z);
@@ -105,8 +129,8 @@ inline void vecStoreRounded(int64_t* out, const Vec4& a, int64_t offset) {
 
 // Points of four steps, one 32-bit lane per chain in each of x0 .. x3, turned
 // into four consecutive points of each chain and stored.
-inline void storeStreams(__m128i x0, __m128i x1, __m128i x2, __m128i x3,
-                         uint32_t* const streams[4], uint64_t k) {
+inline void storeStreams(__m128i x0, __m128i x1, __m128i x2, __m128i x3, uint32_t* const streams[4],
+                         uint64_t k) {
   __m128i t0 = _mm_unpacklo_epi32(x0, x1), t1 = _mm_unpackhi_epi32(x0, x1);
   __m128i t2 = _mm_unpacklo_epi32(x2, x3), t3 = _mm_unpackhi_epi32(x2, x3);
   _mm_storeu_si128(reinterpret_cast<__m128i*>(streams[0] + k), _mm_unpacklo_epi64(t0, t2));
@@ -117,8 +141,8 @@ inline void storeStreams(__m128i x0, __m128i x1, __m128i x2, __m128i x3,
 
 // The four chains in the four 64-bit lanes of a 256-bit register, with the
 // arithmetic shift of AVX-512 VL: each step is one add and one shift long.
-inline void vecCarryLanes(const int64_t* values, uint64_t count, int64_t carry[4],
-                          uint32_t bits, uint32_t* const streams[4]) {
+inline void vecCarryLanes(const int64_t* values, uint64_t count, int64_t carry[4], uint32_t bits,
+                          uint32_t* const streams[4]) {
   const __m256i mask = _mm256_set1_epi64x((int64_t(1) << bits) - 1);
   const __m128i shift = _mm_cvtsi32_si128(int(bits));
   const __m256i pick = _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6);

@@ -184,8 +184,8 @@ inline void vecStoreRounded(int64_t* out, const Vec4& a, int64_t offset) {
 // Four carry chains side by side over `count` steps (a multiple of 4): with
 // v = values[4k + lane] + carry[lane], point k of the lane's stream,
 // streams[lane][k], is v mod 2^b and the carry becomes floor(v / 2^b).
-inline void vecCarryLanes(const int64_t* values, uint64_t count, int64_t carry[4],
-                          uint32_t bits, uint32_t* const streams[4]) {
+inline void vecCarryLanes(const int64_t* values, uint64_t count, int64_t carry[4], uint32_t bits,
+                          uint32_t* const streams[4]) {
   const uint64_t mask = (uint64_t(1) << bits) - 1;
   int64_t c0 = carry[0], c1 = carry[1], c2 = carry[2], c3 = carry[3];
   uint32_t *s0 = streams[0], *s1 = streams[1], *s2 = streams[2], *s3 = streams[3];

@@ -28,8 +28,8 @@ std::vector<uint32_t> referenceSplit(const std::vector<uint32_t>& words, uint64_
 }
 
 // Words skip .. skip + n of the joined points, one bit at a time.
-std::vector<uint32_t> referencePack(const std::vector<uint32_t>& points, uint64_t skip,
-                                    uint64_t n, uint32_t b) {
+std::vector<uint32_t> referencePack(const std::vector<uint32_t>& points, uint64_t skip, uint64_t n,
+                                    uint32_t b) {
   std::vector<uint32_t> words(n, 0);
   for (uint64_t w = 0; w < n; w++) {
     for (uint32_t i = 0; i < 32; i++) {

@@ -169,7 +169,7 @@ TEST(FftProducts, WorstRoundingErrorOfEachRowStaysBelowAQuarter) {
     if (n > largestWords) break;
     double worst = 0.0;
     for (int kind = 0; kind < 5; kind++) {
-      std::vector<uint32_t> a = kind == 0 ? testbridge::operand(random, Kind::AllOnes, n)
+      std::vector<uint32_t> a = kind == 0  ? testbridge::operand(random, Kind::AllOnes, n)
                                 : kind < 3 ? extremeOperand(n, row.bitsPerPoint, kind == 2)
                                            : testbridge::operand(random, Kind::Uniform, n);
       double error;
@@ -189,11 +189,11 @@ TEST(FftProducts, WorstRoundingErrorOfEachRowStaysBelowAQuarter) {
 
 TEST(FftProducts, UnbalancedShapes) {
   Random random = testbridge::testRandom();
-  const uint64_t shapes[][2] = {
-      {59, 58},     {117, 58},   {116, 58},   {300, 100},  {201, 100},  {200, 100},
-      {1000, 58},   {1000, 99},  {4097, 1024}, {4096, 1024}, {5000, 1023}, {13056, 64},
-      {13000, 6500}, {12000, 200}, {9000, 4000}, {3000, 1499}, {777, 59},  {20000, 60},
-      {100000, 13056}};
+  const uint64_t shapes[][2] = {{59, 58},      {117, 58},    {116, 58},      {300, 100},
+                                {201, 100},    {200, 100},   {1000, 58},     {1000, 99},
+                                {4097, 1024},  {4096, 1024}, {5000, 1023},   {13056, 64},
+                                {13000, 6500}, {12000, 200}, {9000, 4000},   {3000, 1499},
+                                {777, 59},     {20000, 60},  {100000, 13056}};
   for (const auto& shape : shapes) {
     auto a = testbridge::operand(random, testbridge::randomKind(random), shape[0]);
     auto b = testbridge::operand(random, testbridge::randomKind(random), shape[1]);
@@ -289,8 +289,8 @@ TEST(FftProducts, AShortHeapGivesBackItsBlocksAndTheMissingBytes) {
     Heap heap;
     heapInit(nullptr, &heap, size);
     uint64_t square = fftSquare(&heap, a.data(), n, out.data(), 0, ffttest::tables());
-    uint64_t product = fftMultiply(&heap, a.data(), n, b.data(), n, out.data(), 0,
-                                   ffttest::tables());
+    uint64_t product =
+        fftMultiply(&heap, a.data(), n, b.data(), n, out.data(), 0, ffttest::tables());
     EXPECT_EQ(heap.activeBlocks, 0u) << size;
     if (size < 100000) {
       EXPECT_GT(square, 0u) << size;

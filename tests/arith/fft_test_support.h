@@ -40,8 +40,9 @@ struct Buffer {
 // The right-angle weight W(t) = exp(i pi t / L) from the tables, 0 <= t < L/2.
 inline void weight(const FftLookupTables* t, SizeCode code, uint64_t k, double* re, double* im) {
   const uint64_t L = sizeCodeLength(code);
-  const double* pyramid = (code & 3) == 2 ? t->pyramid3 : (code & 3) == 1 ? t->pyramid5
-                                                                           : t->pyramid2;
+  const double* pyramid = (code & 3) == 2   ? t->pyramid3
+                          : (code & 3) == 1 ? t->pyramid5
+                                            : t->pyramid2;
   const double* top = pyramid + L / 2;
   if (k == 0) {
     *re = 1.0;

@@ -19,11 +19,10 @@ namespace {
 // Transform lengths of every kind the program uses: the direct rows up to
 // 49152 and element lengths with radix-5 tops.
 const SizeCode transformCodes[] = {
-    sizeCodeOf(1, 6),  sizeCodeOf(1, 7),  sizeCodeOf(3, 6),  sizeCodeOf(1, 8),
-    sizeCodeOf(5, 6),  sizeCodeOf(3, 7),  sizeCodeOf(1, 9),  sizeCodeOf(5, 7),
-    sizeCodeOf(3, 8),  sizeCodeOf(1, 10), sizeCodeOf(5, 8),  sizeCodeOf(3, 9),
-    sizeCodeOf(1, 11), sizeCodeOf(5, 9),  sizeCodeOf(1, 12), sizeCodeOf(3, 11),
-    sizeCodeOf(5, 11), sizeCodeOf(1, 13), sizeCodeOf(3, 14), sizeCodeOf(1, 16)};
+    sizeCodeOf(1, 6),  sizeCodeOf(1, 7),  sizeCodeOf(3, 6),  sizeCodeOf(1, 8),  sizeCodeOf(5, 6),
+    sizeCodeOf(3, 7),  sizeCodeOf(1, 9),  sizeCodeOf(5, 7),  sizeCodeOf(3, 8),  sizeCodeOf(1, 10),
+    sizeCodeOf(5, 8),  sizeCodeOf(3, 9),  sizeCodeOf(1, 11), sizeCodeOf(5, 9),  sizeCodeOf(1, 12),
+    sizeCodeOf(3, 11), sizeCodeOf(5, 11), sizeCodeOf(1, 13), sizeCodeOf(3, 14), sizeCodeOf(1, 16)};
 
 std::vector<const FftKernelSet*> usableSets() {
   std::vector<const FftKernelSet*> sets = {fftKernelsScalar()};
@@ -146,7 +145,8 @@ TEST(FftNegacyclic, ElementProductsAgreeWithGmpModuloFermatNumbers) {
         ffttest::reduceFermat(expected.z, N);
         pointsToMpz(z.z, result, bits);
         if (minusOne) mpz_setbit(z.z, N);  // the caller's -1: 2^N
-        EXPECT_EQ(mpz_cmp(z.z, expected.z), 0) << "L " << L << " bits " << bits << " trial " << trial;
+        EXPECT_EQ(mpz_cmp(z.z, expected.z), 0)
+            << "L " << L << " bits " << bits << " trial " << trial;
       }
     }
   }
@@ -192,6 +192,5 @@ TEST(FftTransformDeathTest, AMisalignedElementBufferIsFatal) {
   const SizeCode code = sizeCodeOf(1, 6);
   ffttest::Buffer buffer(80);
   std::vector<uint32_t> points(64, 1);
-  EXPECT_DEATH(forwardFftFull(buffer.data + 1, points.data(), code, ffttest::tables()),
-               "");
+  EXPECT_DEATH(forwardFftFull(buffer.data + 1, points.data(), code, ffttest::tables()), "");
 }
