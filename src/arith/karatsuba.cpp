@@ -1,6 +1,6 @@
 // Karatsuba squares and products, subtractive form: three half-size products
-// lo*lo, hi*hi and |lo - hi|^2 (or |a_lo - a_hi| * |b_lo - b_hi|), combined in
-// one pass over the words.
+// lo*lo, hi*hi and |lo - hi|^2 (or |a_lo - a_hi| * |b_lo - b_hi|), and the
+// middle term added back at word h by a few carry passes.
 #include <cassert>
 
 #include "arith/karatsuba_fixed.h"

@@ -24,6 +24,10 @@ uint64_t recursionScratchWords(uint64_t n, bool square);
 // The walk itself with explicit thresholds, starting from `n` as given:
 // while n >= toom3Threshold { q = (n + 2) / 3; t += 6q + 2; n = q + 1; }
 // while n >= karatsubaThreshold { e = (n + 1) & ~1; t += e; n = e / 2; }.
+// Walked from n itself it is exactly what the routines use, squares
+// included; it never decreases with n, and it is never below the Karatsuba-only
+// walk (toom3Threshold infinite), so the Karatsuba routines may also be called
+// directly above the Toom-3 cut-over with this scratch.
 uint64_t recursionScratchWordsFor(uint64_t n, uint64_t karatsubaThreshold,
                                   uint64_t toom3Threshold);
 
@@ -108,5 +112,6 @@ void unbalancedToom3With(const uint32_t* a, uint64_t lengthA, const uint32_t* b,
                          RecursionCutovers cut);
 
 // Test hook: when set, the next Toom-3 interpolation flips one bit of its
-// result (and clears the flag), so the division-by-6 check must fire.
+// result (and clears the flag), so the division-by-6 check must fire. Not
+// synchronised: set it only where one thread multiplies.
 extern bool toom3CorruptForTesting;
