@@ -121,3 +121,38 @@ TEST(FftPack, FromAWordOffsetAndByTheGeneralLoop) {
     }
   }
 }
+
+TEST(FftSplit, BalancedPointsKeepTheValueWithinHalfTheRange) {
+  Random random = testbridge::testRandom();
+  for (uint32_t b = 7; b <= 22; b++) {
+    for (int trial = 0; trial < 8; trial++) {
+      uint64_t n = random.between(1, 90);
+      uint64_t needed = (32 * n + b - 1) / b;
+      uint64_t count = needed + (trial % 2 == 0 ? 0 : random.below(10));
+      auto words = testbridge::operand(random, testbridge::randomKind(random), n);
+      std::vector<uint32_t> points(count);
+      splitWordsToBalancedPoints(points.data(), count, words.data(), n, b);
+      // Sum of point k * 2^(b k), points read as signed.
+      testbridge::Number value, term, expected;
+      for (uint64_t k = count; k-- > 0;) {
+        mpz_mul_2exp(value.z, value.z, b);
+        if (int32_t(points[k]) >= 0) {
+          mpz_add_ui(value.z, value.z, points[k]);
+        } else {
+          mpz_sub_ui(value.z, value.z, uint32_t(-int32_t(points[k])));
+        }
+      }
+      testbridge::toMpz(expected.z, words.data(), n);
+      ASSERT_EQ(mpz_cmp(value.z, expected.z), 0) << "b " << b << " n " << n;
+      const int32_t half = int32_t(1) << (b - 1);
+      for (uint64_t k = 0; k + 1 < needed; k++) {
+        ASSERT_GE(int32_t(points[k]), -half) << b << " " << k;
+        ASSERT_LE(int32_t(points[k]), half) << b << " " << k;
+      }
+      // The top data point keeps its carry, and nothing lies beyond it.
+      ASSERT_GE(int32_t(points[needed - 1]), -half);
+      ASSERT_LE(int32_t(points[needed - 1]), 2 * half);
+      for (uint64_t k = needed; k < count; k++) ASSERT_EQ(points[k], 0u);
+    }
+  }
+}

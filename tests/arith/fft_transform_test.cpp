@@ -3,14 +3,17 @@
 // wrapped carry with its -1 result.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "arith/element_sizes.h"
 #include "arith/fft_test_support.h"
+#include "platform/console.h"
 #include "support/gmp_bridge.h"
 
+using testbridge::Kind;
 using testbridge::Number;
 using testbridge::Random;
 
@@ -193,4 +196,69 @@ TEST(FftTransformDeathTest, AMisalignedElementBufferIsFatal) {
   ffttest::Buffer buffer(80);
   std::vector<uint32_t> points(64, 1);
   EXPECT_DEATH(forwardFftFull(buffer.data + 1, points.data(), code, ffttest::tables()), "");
+}
+
+TEST(FftTransform, TwiddleWalksReachEveryOctantFromTheFirst) {
+  // Angles 2 pi n / (8Q) of any n, by strides 1, 2 and 3, against the
+  // correctly rounded cosine and sine: within half a unit in the last place.
+  Random random = testbridge::testRandom();
+  const FftLookupTables* t = ffttest::tables();
+  for (uint32_t family : {1u, 3u, 5u}) {
+    const double* pyramid = family == 1 ? t->pyramid2 : family == 3 ? t->pyramid3 : t->pyramid5;
+    for (uint32_t level : {2u, 3u, 5u, 9u}) {
+      const uint64_t Q = uint64_t(family) << (level - 2), circle = 8 * Q;
+      for (uint64_t stride : {1, 2, 3}) {
+        uint64_t start = random.below(circle), count = random.between(1, 3 * circle);
+        std::vector<double> out(2 * count);
+        fftTwiddleFill(out.data(), pyramidLevel(pyramid, family, level), Q, start, stride, count);
+        for (uint64_t k = 0; k < count; k++) {
+          long double angle = 2 * M_PIl * (long double)((start + k * stride) % circle) / circle;
+          ASSERT_LE(std::fabs((long double)out[2 * k] - cosl(angle)), 1.2e-16L)
+              << family << " " << level << " n " << start + k * stride;
+          ASSERT_LE(std::fabs((long double)out[2 * k + 1] - sinl(angle)), 1.2e-16L)
+              << family << " " << level << " n " << start + k * stride;
+        }
+      }
+    }
+  }
+}
+
+TEST(FftTransform, EveryKernelSetMultipliesAndRoundsBothWays) {
+  // The signed last stage through the products (one transform, a full load
+  // under a chop, pieces) and the unsigned one (inverseFft) on plain points.
+  Random random = testbridge::testRandom();
+  for (const FftKernelSet* set : usableSets()) {
+    fftUseKernels(set);
+    for (uint64_t n : {54, 300, 700, 1500, 5000}) {
+      auto a = testbridge::operand(random, Kind::Uniform, n);
+      std::vector<uint32_t> out(2 * n);
+      ASSERT_EQ(fftSquare(nullptr, a.data(), n, out.data(), 0, ffttest::tables()), 0u);
+      EXPECT_EQ(out, testbridge::gmpProduct(a.data(), n, a.data(), n)) << set->name << " " << n;
+      // Unsigned points and inverseFull.
+      SizeCode code;
+      uint32_t bits;
+      ASSERT_EQ(fftParamsFor(32 * n, &code, &bits), 0u);
+      const uint64_t L = sizeCodeLength(code);
+      ffttest::Buffer buffer(L);
+      std::vector<uint32_t> points(L);
+      splitWordsToPoints(points.data(), L / 2, a.data(), n, bits);
+      forwardFft(buffer.data, points.data(), code, ffttest::tables());
+      fftPointwiseSquare(buffer.data, code);
+      inverseFft(buffer.data, points.data(), code, bits, ffttest::tables());
+      packPointsToWords(points.data(), L, out.data(), 2 * n, bits);
+      EXPECT_EQ(out, testbridge::gmpProduct(a.data(), n, a.data(), n)) << set->name << " " << n;
+    }
+    auto a = testbridge::operand(random, Kind::Uniform, 3000);
+    auto b = testbridge::operand(random, Kind::Uniform, 100);
+    auto full = testbridge::gmpProduct(a.data(), 3000, b.data(), 100);
+    std::vector<uint32_t> out(3100);
+    ASSERT_EQ(fftMultiply(nullptr, a.data(), 3000, b.data(), 100, out.data(), 0, ffttest::tables()),
+              0u);
+    EXPECT_EQ(out, full) << set->name << " pieces";
+    ASSERT_EQ(
+        fftMultiply(nullptr, a.data(), 3000, b.data(), 100, out.data(), 10, ffttest::tables()), 0u);
+    out.resize(3090);
+    EXPECT_EQ(out, std::vector<uint32_t>(full.begin() + 10, full.end())) << set->name << " chop";
+  }
+  fftUseKernels(nullptr);
 }
