@@ -195,7 +195,13 @@ TEST(FftTransformDeathTest, AMisalignedElementBufferIsFatal) {
   const SizeCode code = sizeCodeOf(1, 6);
   ffttest::Buffer buffer(80);
   std::vector<uint32_t> points(64, 1);
-  EXPECT_DEATH(forwardFftFull(buffer.data + 1, points.data(), code, ffttest::tables()), "");
+  std::string printed;
+  EXPECT_DEATH(
+      {
+        consoleCaptureTo(&printed);
+        forwardFftFull(buffer.data + 1, points.data(), code, ffttest::tables());
+      },
+      "");
 }
 
 TEST(FftTransform, TwiddleWalksReachEveryOctantFromTheFirst) {
