@@ -107,6 +107,7 @@ int main(int argc, char** argv) {
     for (uint64_t edge : {sqrK, sqrT, elmK, elmT})
       if (edge >= options.minimum && edge <= options.maximum) sizes.push_back(edge);
   std::sort(sizes.begin(), sizes.end());
+  sizes.erase(std::unique(sizes.begin(), sizes.end()), sizes.end());
 
   Heap heap;
   heapInit(nullptr, &heap, 64ull << 20);
