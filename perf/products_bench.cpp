@@ -26,8 +26,7 @@
 namespace {
 
 double now() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
-      .count();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
 // Best time of one call, in seconds, over `batches` batches of `reps` calls,
@@ -52,7 +51,9 @@ double bestTime(F&& call, double target) {
   return best;
 }
 
-void toMpz(mpz_t z, const uint32_t* words, uint64_t n) { mpz_import(z, n, -1, 4, 0, 0, words); }
+void toMpz(mpz_t z, const uint32_t* words, uint64_t n) {
+  mpz_import(z, n, -1, 4, 0, 0, words);
+}
 
 bool sameAsMpz(const uint32_t* words, uint64_t n, const mpz_t z) {
   std::vector<uint32_t> expected(n + 2, 0);
@@ -83,8 +84,7 @@ Options parse(int argc, char** argv) {
     else if (!std::strcmp(argv[i], "--time") && i + 1 < argc)
       options.target = std::strtod(argv[++i], nullptr);
     else {
-      std::fprintf(stderr,
-                   "usage: %s [--front] [--quick] [--min N] [--max N] [--time SECONDS]\n",
+      std::fprintf(stderr, "usage: %s [--front] [--quick] [--min N] [--max N] [--time SECONDS]\n",
                    argv[0]);
       std::exit(2);
     }
@@ -131,12 +131,15 @@ int main(int argc, char** argv) {
 
     smallSquare(&heap, a.data(), n, out.data(), 0);
     mpz_mul(z, x, x);
-    if (!sameAsMpz(out.data(), 2 * n, z)) std::printf("square of %llu words WRONG\n", (unsigned long long)n), failures++;
+    if (!sameAsMpz(out.data(), 2 * n, z))
+      std::printf("square of %llu words WRONG\n", (unsigned long long)n), failures++;
     smallMultiplyEqual(&heap, a.data(), b.data(), n, out.data(), 0);
     mpz_mul(z, x, y);
-    if (!sameAsMpz(out.data(), 2 * n, z)) std::printf("product of %llu words WRONG\n", (unsigned long long)n), failures++;
+    if (!sameAsMpz(out.data(), 2 * n, z))
+      std::printf("product of %llu words WRONG\n", (unsigned long long)n), failures++;
 
-    double ourSquare = bestTime([&] { smallSquare(&heap, a.data(), n, out.data(), 0); }, options.target);
+    double ourSquare =
+        bestTime([&] { smallSquare(&heap, a.data(), n, out.data(), 0); }, options.target);
     double gmpSquare = bestTime([&] { mpz_mul(z, x, x); }, options.target);
     double ourProduct = bestTime(
         [&] { smallMultiplyEqual(&heap, a.data(), b.data(), n, out.data(), 0); }, options.target);

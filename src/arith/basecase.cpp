@@ -55,8 +55,8 @@ void basecaseMultiply(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t
 
 // out[0 .. lengthA + lengthB) = a * b, lengths >= 1: rows over the longer
 // operand. out must not overlap a or b.
-void basecaseMultiplyRows(const uint32_t* a, uint64_t lengthA, const uint32_t* b,
-                          uint64_t lengthB, uint32_t* out) {
+void basecaseMultiplyRows(const uint32_t* a, uint64_t lengthA, const uint32_t* b, uint64_t lengthB,
+                          uint32_t* out) {
   assert(lengthA >= 1 && lengthB >= 1);
   if (lengthA < lengthB) {
     const uint32_t* t = a;

@@ -6,10 +6,10 @@
 // top limb a single word (read as 32 bits, so nothing past the array is
 // touched), and the output then ends one word short of a whole limb, which is
 // the unstored zero top limb.
+#include "arith/basecase_fixed.h"
+
 #include <cstdint>
 #include <cstring>
-
-#include "arith/basecase_fixed.h"
 
 namespace {
 
@@ -23,50 +23,55 @@ struct Column {
   inline void add(ull x, ull y) {
     ull pl, ph;
 #if defined(__BMI2__)
-    __asm__("mulx %[y], %[pl], %[ph]\n\t"
-            "add %[pl], %[lo]\n\t"
-            "adc %[ph], %[hi]\n\t"
-            "adc $0, %[top]"
-            : [lo] "+r"(lo), [hi] "+r"(hi), [top] "+r"(top), [pl] "=&r"(pl), [ph] "=&r"(ph)
-            : "d"(x), [y] "r"(y)
-            : "cc");
+    __asm__(
+        "mulx %[y], %[pl], %[ph]\n\t"
+        "add %[pl], %[lo]\n\t"
+        "adc %[ph], %[hi]\n\t"
+        "adc $0, %[top]"
+        : [lo] "+r"(lo), [hi] "+r"(hi), [top] "+r"(top), [pl] "=&r"(pl), [ph] "=&r"(ph)
+        : "d"(x), [y] "r"(y)
+        : "cc");
 #else
-    __asm__("mulq %[y]\n\t"
-            "add %%rax, %[lo]\n\t"
-            "adc %%rdx, %[hi]\n\t"
-            "adc $0, %[top]"
-            : [lo] "+r"(lo), [hi] "+r"(hi), [top] "+r"(top), "=a"(pl), "=d"(ph)
-            : "a"(x), [y] "r"(y)
-            : "cc");
+    __asm__(
+        "mulq %[y]\n\t"
+        "add %%rax, %[lo]\n\t"
+        "adc %%rdx, %[hi]\n\t"
+        "adc $0, %[top]"
+        : [lo] "+r"(lo), [hi] "+r"(hi), [top] "+r"(top), "=a"(pl), "=d"(ph)
+        : "a"(x), [y] "r"(y)
+        : "cc");
 #endif
   }
   inline void addLimb(ull v) {
-    __asm__("add %[v], %[lo]\n\t"
-            "adc $0, %[hi]\n\t"
-            "adc $0, %[top]"
-            : [lo] "+r"(lo), [hi] "+r"(hi), [top] "+r"(top)
-            : [v] "r"(v)
-            : "cc");
+    __asm__(
+        "add %[v], %[lo]\n\t"
+        "adc $0, %[hi]\n\t"
+        "adc $0, %[top]"
+        : [lo] "+r"(lo), [hi] "+r"(hi), [top] "+r"(top)
+        : [v] "r"(v)
+        : "cc");
   }
   // Adds twice the accumulator `c` (which is below 2^191).
   inline void addTwice(const Column& c) {
-    __asm__("add %[l], %[lo]\n\t"
-            "adc %[h], %[hi]\n\t"
-            "adc %[t], %[top]\n\t"
-            "add %[l], %[lo]\n\t"
-            "adc %[h], %[hi]\n\t"
-            "adc %[t], %[top]"
-            : [lo] "+r"(lo), [hi] "+r"(hi), [top] "+r"(top)
-            : [l] "r"(c.lo), [h] "r"(c.hi), [t] "r"(c.top)
-            : "cc");
+    __asm__(
+        "add %[l], %[lo]\n\t"
+        "adc %[h], %[hi]\n\t"
+        "adc %[t], %[top]\n\t"
+        "add %[l], %[lo]\n\t"
+        "adc %[h], %[hi]\n\t"
+        "adc %[t], %[top]"
+        : [lo] "+r"(lo), [hi] "+r"(hi), [top] "+r"(top)
+        : [l] "r"(c.lo), [h] "r"(c.hi), [t] "r"(c.top)
+        : "cc");
   }
   inline void subtractLimb(ull v) {
-    __asm__("sub %[v], %[lo]\n\t"
-            "sbb $0, %[hi]\n\t"
-            "sbb $0, %[top]"
-            : [lo] "+r"(lo), [hi] "+r"(hi), [top] "+r"(top)
-            : [v] "r"(v)
-            : "cc");
+    __asm__(
+        "sub %[v], %[lo]\n\t"
+        "sbb $0, %[hi]\n\t"
+        "sbb $0, %[top]"
+        : [lo] "+r"(lo), [hi] "+r"(hi), [top] "+r"(top)
+        : [v] "r"(v)
+        : "cc");
   }
   // The finished limb; the accumulator moves down by one limb.
   inline ull shift() {
@@ -106,8 +111,7 @@ void fixedMultiply(const uint32_t* a, const uint32_t* b, uint32_t* out) {
 #pragma GCC unroll 32
   for (int k = 0; k < 2 * N - 1; k++) {
 #pragma GCC unroll 16
-    for (int i = (k < N ? 0 : k - N + 1); i <= (k < N ? k : N - 1); i++)
-      acc.add(x[i], y[k - i]);
+    for (int i = (k < N ? 0 : k - N + 1); i <= (k < N ? k : N - 1); i++) acc.add(x[i], y[k - i]);
     storeLimbs<N, OddTop>(out, k, acc.shift());
   }
   storeLimbs<N, OddTop>(out, 2 * N - 1, acc.lo);
@@ -184,11 +188,10 @@ void squareWords(const uint32_t* a, uint32_t* out) {
 }  // namespace
 
 const FixedMultiplyKernel fixedMultiplyKernels[basecaseFixedMaximum + 1] = {
-    nullptr,           multiplyWords<1>,  multiplyWords<2>,  multiplyWords<3>,
-    multiplyWords<4>,  multiplyWords<5>,  multiplyWords<6>,  multiplyWords<7>,
-    multiplyWords<8>,  multiplyWords<9>,  multiplyWords<10>, multiplyWords<11>,
-    multiplyWords<12>, multiplyWords<13>, multiplyWords<14>, multiplyWords<15>,
-    multiplyWords<16>};
+    nullptr,           multiplyWords<1>,  multiplyWords<2>,  multiplyWords<3>,  multiplyWords<4>,
+    multiplyWords<5>,  multiplyWords<6>,  multiplyWords<7>,  multiplyWords<8>,  multiplyWords<9>,
+    multiplyWords<10>, multiplyWords<11>, multiplyWords<12>, multiplyWords<13>, multiplyWords<14>,
+    multiplyWords<15>, multiplyWords<16>};
 
 const FixedSquareKernel fixedSquareKernels[basecaseFixedMaximum + 1] = {
     nullptr,         squareWords<1>,  squareWords<2>,  squareWords<3>,  squareWords<4>,

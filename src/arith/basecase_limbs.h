@@ -9,7 +9,9 @@
 
 typedef uint64_t __attribute__((may_alias, aligned(4))) Limb;
 
-inline Limb* asLimbs(uint32_t* words) { return reinterpret_cast<Limb*>(words); }
+inline Limb* asLimbs(uint32_t* words) {
+  return reinterpret_cast<Limb*>(words);
+}
 inline const Limb* asLimbs(const uint32_t* words) {
   return reinterpret_cast<const Limb*>(words);
 }

@@ -95,10 +95,10 @@ void karatsubaCore(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* o
     combine<false>(out, scratch, n, h);
 }
 
-template void karatsubaCore<true>(const uint32_t*, const uint32_t*, uint64_t, uint32_t*,
-                                  uint32_t*, RecursionCutovers);
-template void karatsubaCore<false>(const uint32_t*, const uint32_t*, uint64_t, uint32_t*,
-                                   uint32_t*, RecursionCutovers);
+template void karatsubaCore<true>(const uint32_t*, const uint32_t*, uint64_t, uint32_t*, uint32_t*,
+                                  RecursionCutovers);
+template void karatsubaCore<false>(const uint32_t*, const uint32_t*, uint64_t, uint32_t*, uint32_t*,
+                                   RecursionCutovers);
 
 void karatsubaSquareWith(const uint32_t* a, uint64_t n, uint32_t* out, uint32_t* scratch,
                          RecursionCutovers cut) {

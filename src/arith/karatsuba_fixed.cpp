@@ -88,13 +88,12 @@ inline bool absoluteDifferenceFixed(const uint32_t* lo, const uint32_t* hi, uint
 
 // Square (a * a) or product of N words with the Karatsuba cut-over K, N >= K.
 template <int N, bool Square, int K>
-__attribute__((noinline)) void karatsubaFixed(const uint32_t* a, const uint32_t* b,
-                                              uint32_t* out, uint32_t* scratch);
+__attribute__((noinline)) void karatsubaFixed(const uint32_t* a, const uint32_t* b, uint32_t* out,
+                                              uint32_t* scratch);
 
 // The half product of M words: schoolbook below K, else one more fixed level.
 template <int M, bool Square, int K>
-inline void halfProduct(const uint32_t* a, const uint32_t* b, uint32_t* out,
-                        uint32_t* scratch) {
+inline void halfProduct(const uint32_t* a, const uint32_t* b, uint32_t* out, uint32_t* scratch) {
   if constexpr (M < K) {
     if constexpr (Square)
       fixedSquareKernels[M](a, out);
@@ -194,6 +193,5 @@ KaratsubaFixedSquare karatsubaFixedSquare(uint64_t n) {
 }
 
 KaratsubaFixedMultiply karatsubaFixedMultiply(uint64_t n) {
-  return n >= elmK && n <= karatsubaFixedMultiplyMaximum ? Products::entries[n - elmK]
-                                                         : nullptr;
+  return n >= elmK && n <= karatsubaFixedMultiplyMaximum ? Products::entries[n - elmK] : nullptr;
 }

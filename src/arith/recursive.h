@@ -28,8 +28,7 @@ uint64_t recursionScratchWords(uint64_t n, bool square);
 // included; it never decreases with n, and it is never below the Karatsuba-only
 // walk (toom3Threshold infinite), so the Karatsuba routines may also be called
 // directly above the Toom-3 cut-over with this scratch.
-uint64_t recursionScratchWordsFor(uint64_t n, uint64_t karatsubaThreshold,
-                                  uint64_t toom3Threshold);
+uint64_t recursionScratchWordsFor(uint64_t n, uint64_t karatsubaThreshold, uint64_t toom3Threshold);
 
 // Scratch of unbalancedKaratsuba / unbalancedToom3 for lengths lengthA and
 // lengthB: 2 * min + recursionScratchWords(min, false). For equal lengths it
@@ -42,8 +41,8 @@ void basecaseSquare(const uint32_t* a, uint64_t n, uint32_t* out);
 // out[0 .. 2n) = a * b, equal lengths n >= 1.
 void basecaseMultiply(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* out);
 // out[0 .. lengthA + lengthB) = a * b, any lengths >= 1 (rows over the longer).
-void basecaseMultiplyRows(const uint32_t* a, uint64_t lengthA, const uint32_t* b,
-                          uint64_t lengthB, uint32_t* out);
+void basecaseMultiplyRows(const uint32_t* a, uint64_t lengthA, const uint32_t* b, uint64_t lengthB,
+                          uint32_t* out);
 
 // ---- Karatsuba (subtractive form) -------------------------------------------
 // Below sqrK (elmK) these are the schoolbook routines. Scratch:
@@ -61,12 +60,12 @@ void toom3Multiply(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* o
 // ---- Unequal lengths --------------------------------------------------------
 // out[0 .. lengthA + lengthB) = a * b; either operand may be the longer.
 // Scratch: unbalancedScratchWords(lengthA, lengthB) words.
-void unbalancedKaratsuba(const uint32_t* a, uint64_t lengthA, const uint32_t* b,
-                         uint64_t lengthB, uint32_t* out, uint32_t* scratch);
+void unbalancedKaratsuba(const uint32_t* a, uint64_t lengthA, const uint32_t* b, uint64_t lengthB,
+                         uint32_t* out, uint32_t* scratch);
 // As above with Toom-3 for the balanced blocks; below elmT (shorter length) it
 // is unbalancedKaratsuba.
-void unbalancedToom3(const uint32_t* a, uint64_t lengthA, const uint32_t* b,
-                     uint64_t lengthB, uint32_t* out, uint32_t* scratch);
+void unbalancedToom3(const uint32_t* a, uint64_t lengthA, const uint32_t* b, uint64_t lengthB,
+                     uint32_t* out, uint32_t* scratch);
 
 // ---- Workers of the product front ends --------------------------------------
 // `product` receives the words of the product from index `chop` upward:
@@ -77,8 +76,7 @@ void unbalancedToom3(const uint32_t* a, uint64_t lengthA, const uint32_t* b,
 // shortened product: it never exceeds floor(full / 2^(32 chop)) and falls
 // short of it by at most 3. Return 0 (the worker code for "done"); running out
 // of memory ends fatally inside the heap.
-uint64_t smallSquare(Heap* heap, const uint32_t* a, uint64_t n, uint32_t* product,
-                     uint64_t chop);
+uint64_t smallSquare(Heap* heap, const uint32_t* a, uint64_t n, uint32_t* product, uint64_t chop);
 uint64_t smallMultiply(Heap* heap, const uint32_t* a, uint64_t lengthA, const uint32_t* b,
                        uint64_t lengthB, uint32_t* product, uint64_t chop);
 uint64_t smallMultiplyEqual(Heap* heap, const uint32_t* a, const uint32_t* b, uint64_t n,
@@ -107,9 +105,8 @@ void toom3MultiplyWith(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_
 void unbalancedKaratsubaWith(const uint32_t* a, uint64_t lengthA, const uint32_t* b,
                              uint64_t lengthB, uint32_t* out, uint32_t* scratch,
                              RecursionCutovers cut);
-void unbalancedToom3With(const uint32_t* a, uint64_t lengthA, const uint32_t* b,
-                         uint64_t lengthB, uint32_t* out, uint32_t* scratch,
-                         RecursionCutovers cut);
+void unbalancedToom3With(const uint32_t* a, uint64_t lengthA, const uint32_t* b, uint64_t lengthB,
+                         uint32_t* out, uint32_t* scratch, RecursionCutovers cut);
 
 // Test hook: when set, the next Toom-3 interpolation flips one bit of its
 // result (and clears the flag), so the division-by-6 check must fire. Not

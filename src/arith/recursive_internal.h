@@ -12,8 +12,8 @@ template <bool Square>
 void karatsubaCore(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* out,
                    uint32_t* scratch, RecursionCutovers cut);
 template <bool Square>
-void toom3Core(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* out,
-               uint32_t* scratch, RecursionCutovers cut);
+void toom3Core(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* out, uint32_t* scratch,
+               RecursionCutovers cut);
 
 // Schoolbook of either kind at n >= 1.
 template <bool Square>

@@ -102,8 +102,7 @@ void productAboveChop(Heap* heap, const uint32_t* a, uint64_t lengthA, const uin
 
 }  // namespace
 
-uint64_t smallSquare(Heap* heap, const uint32_t* a, uint64_t n, uint32_t* product,
-                     uint64_t chop) {
+uint64_t smallSquare(Heap* heap, const uint32_t* a, uint64_t n, uint32_t* product, uint64_t chop) {
   assert(n >= 1 && chop < 2 * n);
   if (chop == 0) {
     formSquare(heap, a, n, product);

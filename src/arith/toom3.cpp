@@ -20,8 +20,8 @@
 bool toom3CorruptForTesting = false;
 
 template <bool Square>
-void toom3Core(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* out,
-               uint32_t* scratch, RecursionCutovers cut) {
+void toom3Core(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* out, uint32_t* scratch,
+               RecursionCutovers cut) {
   if (n < cut.toom3) {
     karatsubaCore<Square>(a, b, n, out, scratch, cut);
     return;

@@ -61,8 +61,7 @@ void evaluateWords(EvaluationCarries& carries, uint64_t from, uint64_t to, const
 #endif
   for (; m < to; m++) {
     uint64_t w0 = x0[m], w1 = x1[m], w2 = WithX2 ? x2[m] : 0;
-    carries.word(w0 + w1 + w2, w0 + 2 * w1 + 4 * w2, 4 * w0 + 2 * w1 + w2, m, at1, at2,
-                 atHalf);
+    carries.word(w0 + w1 + w2, w0 + 2 * w1 + 4 * w2, 4 * w0 + 2 * w1 + w2, m, at1, at2, atHalf);
   }
 }
 
@@ -125,8 +124,7 @@ struct Carries {
 template <bool WithZ4>
 uint64_t interpolateWords(Carries& carries, uint64_t from, uint64_t to, const uint32_t* p1,
                           const uint32_t* p2, const uint32_t* p3, const uint32_t* z0,
-                          const uint32_t* z4, uint32_t* sixZ1, uint32_t* sixZ3,
-                          uint32_t* z2) {
+                          const uint32_t* z4, uint32_t* sixZ1, uint32_t* sixZ3, uint32_t* z2) {
   uint64_t m = from;
 #if defined(__AVX2__)
   // Blocks of 64 words: the digits of a whole block go to a small buffer
@@ -214,7 +212,7 @@ void divisionLoop(DivisionState& state, Limb* x, uint64_t count) {
   unsigned char zCarry, quotientCarry;
   __asm__ volatile(
       "xor %k[lo], %k[lo]\n\t"  // OF = 0 (no z carry), CF = 0
-      "stc\n"                    // CF = 1 (no borrow)
+      "stc\n"                   // CF = 1 (no borrow)
       "1:\n\t"
       "mov 8(%[x]), %[next]\n\t"
       "shrx %[one], %[current], %[y]\n\t"
@@ -234,9 +232,9 @@ void divisionLoop(DivisionState& state, Limb* x, uint64_t count) {
       "2:\n\t"
       "setc %[quotientCarry]\n\t"
       "seto %[zCarry]"
-      : [x] "+r"(x), [count] "+c"(count), [q] "+r"(q), [zHigh] "+r"(zHigh),
-        [current] "+r"(current), [next] "=&r"(next), [y] "=&r"(y), [lo] "=&r"(lo),
-        [hi] "=&r"(hi), [quotientCarry] "=r"(quotientCarry), [zCarry] "=r"(zCarry)
+      : [x] "+r"(x), [count] "+c"(count), [q] "+r"(q), [zHigh] "+r"(zHigh), [current] "+r"(current),
+        [next] "=&r"(next), [y] "=&r"(y), [lo] "=&r"(lo), [hi] "=&r"(hi),
+        [quotientCarry] "=r"(quotientCarry), [zCarry] "=r"(zCarry)
       : "d"(thirdOfMaximum), [one] "r"(one), [sixtyThree] "r"(sixtyThree)
       : "cc", "memory");
   state.q = q;
@@ -265,8 +263,8 @@ bool divideBySix(uint32_t* x, uint64_t k) {
   limbs[2 * k - 1] = state.q;
   divisionStep(state, top >> 1);
   x[4 * k] = (uint32_t)state.q;
-  bool closes = state.q >> 32 == 0 &&
-                state.q == state.zHigh + state.zCarry + (1 - state.quotientCarry);
+  bool closes =
+      state.q >> 32 == 0 && state.q == state.zHigh + state.zCarry + (1 - state.quotientCarry);
   return !odd && closes;
 }
 
@@ -308,8 +306,7 @@ void toom3Interpolate(uint32_t* out, uint32_t* scratch, uint64_t n, uint64_t k, 
   }
 }
 
-void toom3DivideBySixAndAdd(uint32_t* x, uint64_t k, uint32_t* at, uint64_t span,
-                            uint64_t rest) {
+void toom3DivideBySixAndAdd(uint32_t* x, uint64_t k, uint32_t* at, uint64_t span, uint64_t rest) {
   if (!divideBySix(x, k))
     assertionFailure("Impossible Functional Result: ", "Toom-3 Multiplication",
                      "Division by 6 produced a non-zero remainder.");

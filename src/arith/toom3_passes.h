@@ -18,5 +18,4 @@ void toom3Interpolate(uint32_t* out, uint32_t* scratch, uint64_t n, uint64_t k, 
 
 // Divides x[0 .. 4k] by 6 in place (fatal if x is not a multiple of 6), then
 // adds its first `span` words at `at`, the carry rippling through `rest` more.
-void toom3DivideBySixAndAdd(uint32_t* x, uint64_t k, uint32_t* at, uint64_t span,
-                            uint64_t rest);
+void toom3DivideBySixAndAdd(uint32_t* x, uint64_t k, uint32_t* at, uint64_t span, uint64_t rest);

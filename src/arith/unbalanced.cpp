@@ -14,8 +14,8 @@
 
 namespace {
 
-void balanced(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* out,
-              uint32_t* scratch, RecursionCutovers cut, bool toom) {
+void balanced(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* out, uint32_t* scratch,
+              RecursionCutovers cut, bool toom) {
   if (toom)
     toom3Core<false>(a, b, n, out, scratch, cut);
   else
@@ -83,15 +83,14 @@ void unbalancedKaratsubaWith(const uint32_t* a, uint64_t lengthA, const uint32_t
   unbalancedCore(a, lengthA, b, lengthB, out, scratch, cut, false);
 }
 
-void unbalancedToom3With(const uint32_t* a, uint64_t lengthA, const uint32_t* b,
-                         uint64_t lengthB, uint32_t* out, uint32_t* scratch,
-                         RecursionCutovers cut) {
+void unbalancedToom3With(const uint32_t* a, uint64_t lengthA, const uint32_t* b, uint64_t lengthB,
+                         uint32_t* out, uint32_t* scratch, RecursionCutovers cut) {
   assert(cut.karatsuba >= 2 && cut.toom3 >= 7 && lengthA >= 1 && lengthB >= 1);
   unbalancedCore(a, lengthA, b, lengthB, out, scratch, cut, true);
 }
 
-void unbalancedKaratsuba(const uint32_t* a, uint64_t lengthA, const uint32_t* b,
-                         uint64_t lengthB, uint32_t* out, uint32_t* scratch) {
+void unbalancedKaratsuba(const uint32_t* a, uint64_t lengthA, const uint32_t* b, uint64_t lengthB,
+                         uint32_t* out, uint32_t* scratch) {
   unbalancedCore(a, lengthA, b, lengthB, out, scratch, multiplyCutovers, false);
 }
 

@@ -16,7 +16,7 @@ uint64_t limbsAddOrSubtract(Limb* r, const Limb* a, const Limb* b, uint64_t n) {
   uint64_t carry = 0;
   if constexpr (Subtract) {
     __asm__ volatile(
-        "shr $1, %[n]\n\t"        // CF = n & 1 (count already holds n / 2)
+        "shr $1, %[n]\n\t"  // CF = n & 1 (count already holds n / 2)
         "jnc 1f\n\t"
         "mov (%[a]), %[t0]\n\t"
         "sub (%[b]), %[t0]\n\t"
@@ -43,8 +43,8 @@ uint64_t limbsAddOrSubtract(Limb* r, const Limb* a, const Limb* b, uint64_t n) {
         "jnz 4b\n"
         "3:\n\t"
         "adc $0, %[carry]"
-        : [a] "+r"(a), [b] "+r"(b), [r] "+r"(r), [count] "+c"(count), [n] "+r"(n),
-          [t0] "=&r"(t0), [t1] "=&r"(t1), [carry] "+r"(carry)
+        : [a] "+r"(a), [b] "+r"(b), [r] "+r"(r), [count] "+c"(count), [n] "+r"(n), [t0] "=&r"(t0),
+          [t1] "=&r"(t1), [carry] "+r"(carry)
         :
         : "cc", "memory");
   } else {
@@ -76,8 +76,8 @@ uint64_t limbsAddOrSubtract(Limb* r, const Limb* a, const Limb* b, uint64_t n) {
         "jnz 4b\n"
         "3:\n\t"
         "adc $0, %[carry]"
-        : [a] "+r"(a), [b] "+r"(b), [r] "+r"(r), [count] "+c"(count), [n] "+r"(n),
-          [t0] "=&r"(t0), [t1] "=&r"(t1), [carry] "+r"(carry)
+        : [a] "+r"(a), [b] "+r"(b), [r] "+r"(r), [count] "+c"(count), [n] "+r"(n), [t0] "=&r"(t0),
+          [t1] "=&r"(t1), [carry] "+r"(carry)
         :
         : "cc", "memory");
   }
@@ -89,11 +89,10 @@ template <bool Subtract>
 uint32_t wordsAddOrSubtract(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* out) {
   uint64_t limbs = n / 2;
   uint64_t carry = 0;
-  if (limbs != 0)
-    carry = limbsAddOrSubtract<Subtract>(asLimbs(out), asLimbs(a), asLimbs(b), limbs);
+  if (limbs != 0) carry = limbsAddOrSubtract<Subtract>(asLimbs(out), asLimbs(a), asLimbs(b), limbs);
   if (n & 1) {
-    uint64_t last = Subtract ? (uint64_t)a[n - 1] - b[n - 1] - carry
-                             : (uint64_t)a[n - 1] + b[n - 1] + carry;
+    uint64_t last =
+        Subtract ? (uint64_t)a[n - 1] - b[n - 1] - carry : (uint64_t)a[n - 1] + b[n - 1] + carry;
     out[n - 1] = (uint32_t)last;
     carry = (last >> 32) & 1;
   }

@@ -1,11 +1,11 @@
 // The shared random-number test driver itself: reproducible streams, the
 // operand kinds as documented, the GMP round trip, and guards that notice a
 // stray write.
+#include "support/gmp_bridge.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
-
-#include "support/gmp_bridge.h"
 
 using testbridge::Kind;
 

@@ -2,12 +2,13 @@
 // length through the dispatching entries, the cut-over edges, operands that
 // stress carries and the Karatsuba difference, and scratch kept within the
 // figure of recursionScratchWords.
+#include "arith/recursive.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <functional>
 
-#include "arith/recursive.h"
 #include "support/gmp_bridge.h"
 
 using testbridge::GuardedWords;
@@ -18,8 +19,7 @@ namespace {
 // Runs `routine` (out, scratch) on guarded arrays of 2n and `scratchWords`
 // words and compares out with a * b.
 void expectProduct(const std::vector<uint32_t>& a, const std::vector<uint32_t>& b,
-                   uint64_t scratchWords,
-                   const std::function<void(uint32_t*, uint32_t*)>& routine,
+                   uint64_t scratchWords, const std::function<void(uint32_t*, uint32_t*)>& routine,
                    const char* what) {
   uint64_t la = a.size(), lb = b.size();
   GuardedWords out(la + lb), scratch(scratchWords);
@@ -35,8 +35,8 @@ void expectSquare(const std::vector<uint32_t>& a, uint64_t scratchWords,
                   void (*routine)(const uint32_t*, uint64_t, uint32_t*, uint32_t*),
                   const char* what) {
   uint64_t n = a.size();
-  expectProduct(a, a, scratchWords,
-                [&](uint32_t* out, uint32_t* s) { routine(a.data(), n, out, s); }, what);
+  expectProduct(
+      a, a, scratchWords, [&](uint32_t* out, uint32_t* s) { routine(a.data(), n, out, s); }, what);
 }
 
 void expectMultiply(const std::vector<uint32_t>& a, const std::vector<uint32_t>& b,
@@ -45,9 +45,9 @@ void expectMultiply(const std::vector<uint32_t>& a, const std::vector<uint32_t>&
                                     uint32_t*),
                     const char* what) {
   uint64_t n = a.size();
-  expectProduct(a, b, scratchWords,
-                [&](uint32_t* out, uint32_t* s) { routine(a.data(), b.data(), n, out, s); },
-                what);
+  expectProduct(
+      a, b, scratchWords,
+      [&](uint32_t* out, uint32_t* s) { routine(a.data(), b.data(), n, out, s); }, what);
 }
 
 // Every length 1 .. 1200 (each cut-over and the lengths either side of it
@@ -66,8 +66,8 @@ TEST(RecursiveProducts, SquaresAgreeWithGmpAtEveryLengthTo1200) {
   for (uint64_t n : lengthsTo1200(random)) {
     Kind kind = testbridge::randomKind(random);
     SCOPED_TRACE(testbridge::kindName(kind));
-    expectSquare(testbridge::operand(random, kind, n), recursionScratchWords(n, true),
-                 toom3Square, "toom3Square");
+    expectSquare(testbridge::operand(random, kind, n), recursionScratchWords(n, true), toom3Square,
+                 "toom3Square");
   }
 }
 
@@ -75,11 +75,9 @@ TEST(RecursiveProducts, ProductsAgreeWithGmpAtEveryLengthTo1200) {
   testbridge::Random random = testbridge::testRandom();
   for (uint64_t n : lengthsTo1200(random)) {
     Kind kindA = testbridge::randomKind(random), kindB = testbridge::randomKind(random);
-    SCOPED_TRACE(std::string(testbridge::kindName(kindA)) + " x " +
-                 testbridge::kindName(kindB));
-    expectMultiply(testbridge::operand(random, kindA, n),
-                   testbridge::operand(random, kindB, n), recursionScratchWords(n, false),
-                   toom3Multiply, "toom3Multiply");
+    SCOPED_TRACE(std::string(testbridge::kindName(kindA)) + " x " + testbridge::kindName(kindB));
+    expectMultiply(testbridge::operand(random, kindA, n), testbridge::operand(random, kindB, n),
+                   recursionScratchWords(n, false), toom3Multiply, "toom3Multiply");
   }
 }
 
@@ -106,8 +104,7 @@ TEST(RecursiveProducts, AllOnesOperands) {
   for (uint64_t n : lengths) {
     std::vector<uint32_t> ones = testbridge::operand(random, Kind::AllOnes, n);
     expectSquare(ones, recursionScratchWords(n, true), toom3Square, "toom3Square");
-    expectMultiply(ones, ones, recursionScratchWords(n, false), toom3Multiply,
-                   "toom3Multiply");
+    expectMultiply(ones, ones, recursionScratchWords(n, false), toom3Multiply, "toom3Multiply");
   }
 }
 
@@ -122,9 +119,12 @@ TEST(RecursiveProducts, CutoverEdges) {
         uint64_t scratch = recursionScratchWords(n, true);
         expectSquare(a, scratch, karatsubaSquare, "karatsubaSquare");
         expectSquare(a, scratch, toom3Square, "toom3Square");
-        expectSquare(a, 0, [](const uint32_t* x, uint64_t len, uint32_t* out,
-                              uint32_t*) { basecaseSquare(x, len, out); },
-                     "basecaseSquare");
+        expectSquare(
+            a, 0,
+            [](const uint32_t* x, uint64_t len, uint32_t* out, uint32_t*) {
+              basecaseSquare(x, len, out);
+            },
+            "basecaseSquare");
       }
     }
   }
@@ -136,9 +136,12 @@ TEST(RecursiveProducts, CutoverEdges) {
         uint64_t scratch = recursionScratchWords(n, false);
         expectMultiply(a, b, scratch, karatsubaMultiply, "karatsubaMultiply");
         expectMultiply(a, b, scratch, toom3Multiply, "toom3Multiply");
-        expectMultiply(a, b, 0, [](const uint32_t* x, const uint32_t* y, uint64_t len,
-                                   uint32_t* out, uint32_t*) { basecaseMultiply(x, y, len, out); },
-                       "basecaseMultiply");
+        expectMultiply(
+            a, b, 0,
+            [](const uint32_t* x, const uint32_t* y, uint64_t len, uint32_t* out, uint32_t*) {
+              basecaseMultiply(x, y, len, out);
+            },
+            "basecaseMultiply");
       }
     }
   }
@@ -184,10 +187,8 @@ TEST(RecursiveProducts, KaratsubaDifferenceCases) {
           break;
       }
       expectSquare(a, recursionScratchWords(n, true), karatsubaSquare, "karatsubaSquare");
-      expectMultiply(a, b, recursionScratchWords(n, false), karatsubaMultiply,
-                     "karatsubaMultiply");
-      expectMultiply(b, a, recursionScratchWords(n, false), karatsubaMultiply,
-                     "karatsubaMultiply");
+      expectMultiply(a, b, recursionScratchWords(n, false), karatsubaMultiply, "karatsubaMultiply");
+      expectMultiply(b, a, recursionScratchWords(n, false), karatsubaMultiply, "karatsubaMultiply");
     }
   }
 }
@@ -219,22 +220,30 @@ TEST(RecursiveProducts, ForcedCutoversAndExactScratch) {
       uint64_t words = recursionScratchWordsFor(n, cut.karatsuba, cut.toom3);
       std::vector<uint32_t> a = testbridge::operand(random, testbridge::randomKind(random), n);
       std::vector<uint32_t> b = testbridge::operand(random, testbridge::randomKind(random), n);
-      std::string what = "cut-overs " + std::to_string(cut.karatsuba) + "/" +
-                         std::to_string(cut.toom3);
+      std::string what =
+          "cut-overs " + std::to_string(cut.karatsuba) + "/" + std::to_string(cut.toom3);
       SCOPED_TRACE(what);
-      expectProduct(a, a, words, [&](uint32_t* out, uint32_t* s) {
-        toom3SquareWith(a.data(), n, out, s, cut);
-      }, "toom3SquareWith");
-      expectProduct(a, b, words, [&](uint32_t* out, uint32_t* s) {
-        toom3MultiplyWith(a.data(), b.data(), n, out, s, cut);
-      }, "toom3MultiplyWith");
+      expectProduct(
+          a, a, words,
+          [&](uint32_t* out, uint32_t* s) { toom3SquareWith(a.data(), n, out, s, cut); },
+          "toom3SquareWith");
+      expectProduct(
+          a, b, words,
+          [&](uint32_t* out, uint32_t* s) {
+            toom3MultiplyWith(a.data(), b.data(), n, out, s, cut);
+          },
+          "toom3MultiplyWith");
       uint64_t karatsubaWords = recursionScratchWordsFor(n, cut.karatsuba, ~uint64_t(0));
-      expectProduct(a, a, karatsubaWords, [&](uint32_t* out, uint32_t* s) {
-        karatsubaSquareWith(a.data(), n, out, s, cut);
-      }, "karatsubaSquareWith");
-      expectProduct(a, b, karatsubaWords, [&](uint32_t* out, uint32_t* s) {
-        karatsubaMultiplyWith(a.data(), b.data(), n, out, s, cut);
-      }, "karatsubaMultiplyWith");
+      expectProduct(
+          a, a, karatsubaWords,
+          [&](uint32_t* out, uint32_t* s) { karatsubaSquareWith(a.data(), n, out, s, cut); },
+          "karatsubaSquareWith");
+      expectProduct(
+          a, b, karatsubaWords,
+          [&](uint32_t* out, uint32_t* s) {
+            karatsubaMultiplyWith(a.data(), b.data(), n, out, s, cut);
+          },
+          "karatsubaMultiplyWith");
     }
   }
 }

@@ -48,14 +48,14 @@ int64_t shortfall(const std::vector<uint32_t>& truth, const uint32_t* got) {
 
 // Checks one call of a worker with the retained words in a guarded array.
 // `dropA`/`dropB` are the words the chop rule leaves out (0 when it keeps all).
-void expectChopped(const std::vector<uint32_t>& a, const std::vector<uint32_t>& b,
-                   uint64_t chop, uint64_t dropA, uint64_t dropB, const GuardedWords& got,
+void expectChopped(const std::vector<uint32_t>& a, const std::vector<uint32_t>& b, uint64_t chop,
+                   uint64_t dropA, uint64_t dropB, const GuardedWords& got,
                    const std::string& what) {
   uint64_t retained = a.size() + b.size() - chop;
   std::vector<uint32_t> truth = upperWords(a, 0, b, 0, chop, retained);
   std::vector<uint32_t> rule = upperWords(a, dropA, b, dropB, chop - dropA - dropB, retained);
-  SCOPED_TRACE(what + " lengths " + std::to_string(a.size()) + " x " +
-               std::to_string(b.size()) + " chop " + std::to_string(chop));
+  SCOPED_TRACE(what + " lengths " + std::to_string(a.size()) + " x " + std::to_string(b.size()) +
+               " chop " + std::to_string(chop));
   EXPECT_TRUE(std::equal(rule.begin(), rule.end(), got.data())) << "not the rule's words";
   int64_t below = shortfall(truth, got.data());
   EXPECT_GE(below, 0);
@@ -103,15 +103,15 @@ TEST(SmallEntries, EqualProductsWithEveryKindOfChop) {
 // between them, and above both (where both operands lose words).
 TEST(SmallEntries, UnequalProductsWithEveryKindOfChop) {
   testbridge::Random random = testbridge::testRandom();
-  const uint64_t shapes[][2] = {{9, 3},   {3, 9},     {40, 57},  {57, 40},
+  const uint64_t shapes[][2] = {{9, 3},   {3, 9},     {40, 57},   {57, 40},
                                 {200, 7}, {30, 1000}, {700, 650}, {1, 20}};
   for (const auto& shape : shapes) {
     uint64_t la = shape[0], lb = shape[1];
     std::vector<uint32_t> a = testbridge::operand(random, testbridge::randomKind(random), la);
     std::vector<uint32_t> b = testbridge::operand(random, testbridge::randomKind(random), lb);
     uint64_t small = std::min(la, lb), large = std::max(la, lb);
-    std::vector<uint64_t> chops = {0, 1, small, small + 1, (small + large) / 2, large,
-                                   large + 1, la + lb - 1};
+    std::vector<uint64_t> chops = {0,     1,         small,      small + 1, (small + large) / 2,
+                                   large, large + 1, la + lb - 1};
     chops.push_back(large + random.below(small));
     for (uint64_t chop : chops) {
       if (chop >= la + lb) continue;

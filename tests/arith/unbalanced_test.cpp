@@ -17,8 +17,7 @@ typedef void (*Unbalanced)(const uint32_t*, uint64_t, const uint32_t*, uint64_t,
 
 // a * b by `routine` on guarded arrays, compared with GMP.
 ::testing::AssertionResult productMatches(Unbalanced routine, const std::vector<uint32_t>& a,
-                                          const std::vector<uint32_t>& b,
-                                          uint64_t scratchWords) {
+                                          const std::vector<uint32_t>& b, uint64_t scratchWords) {
   uint64_t la = a.size(), lb = b.size();
   GuardedWords out(la + lb), scratch(scratchWords);
   routine(a.data(), la, b.data(), lb, out.data(), scratch.data());
@@ -27,8 +26,8 @@ typedef void (*Unbalanced)(const uint32_t*, uint64_t, const uint32_t*, uint64_t,
     return ::testing::AssertionFailure() << "wrong product " << la << " x " << lb;
   if (!out.intact()) return ::testing::AssertionFailure() << out.intact().message();
   if (!scratch.intact())
-    return ::testing::AssertionFailure() << "scratch of " << scratchWords << " words: "
-                                         << scratch.intact().message();
+    return ::testing::AssertionFailure()
+           << "scratch of " << scratchWords << " words: " << scratch.intact().message();
   return ::testing::AssertionSuccess();
 }
 
@@ -72,8 +71,7 @@ TEST(UnbalancedProducts, SchoolbookRowsAtAllSmallShapes) {
       GuardedWords out(la + lb);
       basecaseMultiplyRows(a.data(), la, b.data(), lb, out.data());
       std::vector<uint32_t> expected = testbridge::gmpProduct(a.data(), la, b.data(), lb);
-      ASSERT_TRUE(std::equal(expected.begin(), expected.end(), out.data()))
-          << la << " x " << lb;
+      ASSERT_TRUE(std::equal(expected.begin(), expected.end(), out.data())) << la << " x " << lb;
       ASSERT_TRUE(out.intact()) << la << " x " << lb;
     }
   }
@@ -92,11 +90,10 @@ TEST(UnbalancedProducts, SchoolbookRowsAtAllSmallShapes) {
 TEST(UnbalancedProducts, ShapesAtTheStepEdges) {
   testbridge::Random random = testbridge::testRandom();
   const uint64_t shapes[][2] = {
-      {2, 1},       {900, 1},      {30, 14},     {15, 14},     {16, 15},     {30, 15},
-      {31, 15},     {29, 15},      {100, 50},    {101, 50},    {99, 50},     {100, 20},
-      {101, 20},    {61, 60},      {5000, 16},   {4096, 37},   {1002, 501},  {1003, 501},
-      {1001, 501},  {1000, 500},   {2600, 600},  {3000, 600},  {601, 600},   {1500, 1499},
-      {5003, 1700}, {12000, 4000}, {7, 3},       {64, 63}};
+      {2, 1},      {900, 1},   {30, 14},     {15, 14},     {16, 15},      {30, 15},    {31, 15},
+      {29, 15},    {100, 50},  {101, 50},    {99, 50},     {100, 20},     {101, 20},   {61, 60},
+      {5000, 16},  {4096, 37}, {1002, 501},  {1003, 501},  {1001, 501},   {1000, 500}, {2600, 600},
+      {3000, 600}, {601, 600}, {1500, 1499}, {5003, 1700}, {12000, 4000}, {7, 3},      {64, 63}};
   for (const auto& shape : shapes) {
     SCOPED_TRACE(std::to_string(shape[0]) + " x " + std::to_string(shape[1]));
     expectShape(random, shape[0], shape[1]);
@@ -132,10 +129,8 @@ TEST(UnbalancedProducts, ForcedCutoversAndExactScratch) {
                            uint32_t* out, uint32_t* scratch) {
         unbalancedKaratsubaWith(x, lx, y, ly, out, scratch, cut);
       };
-      auto toom = [&](const uint32_t* x, uint64_t lx, const uint32_t* y, uint64_t ly,
-                      uint32_t* out, uint32_t* scratch) {
-        unbalancedToom3With(x, lx, y, ly, out, scratch, cut);
-      };
+      auto toom = [&](const uint32_t* x, uint64_t lx, const uint32_t* y, uint64_t ly, uint32_t* out,
+                      uint32_t* scratch) { unbalancedToom3With(x, lx, y, ly, out, scratch, cut); };
       for (int form = 0; form < 2; form++) {
         GuardedWords out(longer + shorter), scratch(words);
         if (form == 0)

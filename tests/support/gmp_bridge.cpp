@@ -50,8 +50,7 @@ uint64_t Random::below(uint64_t bound) {
 }
 
 uint64_t Random::logUniform(uint64_t low, uint64_t high) {
-  std::uniform_real_distribution<double> unit(std::log((double)low),
-                                              std::log((double)high + 1.0));
+  std::uniform_real_distribution<double> unit(std::log((double)low), std::log((double)high + 1.0));
   uint64_t value = (uint64_t)std::exp(unit(engine));
   if (value < low) value = low;
   if (value > high) value = high;
@@ -67,8 +66,8 @@ Random testRandom(uint64_t stream) {
     hash = fnv1a(info->name(), hash);
   }
   uint64_t seed = processSeed();
-  std::seed_seq sequence{(uint32_t)seed, (uint32_t)(seed >> 32), (uint32_t)hash,
-                         (uint32_t)(hash >> 32), (uint32_t)stream, (uint32_t)(stream >> 32)};
+  std::seed_seq sequence{(uint32_t)seed,         (uint32_t)(seed >> 32), (uint32_t)hash,
+                         (uint32_t)(hash >> 32), (uint32_t)stream,       (uint32_t)(stream >> 32)};
   Random random;
   random.engine.seed(sequence);
   (void)printerInstalled;
@@ -77,12 +76,18 @@ Random testRandom(uint64_t stream) {
 
 const char* kindName(Kind kind) {
   switch (kind) {
-    case Kind::Uniform: return "uniform";
-    case Kind::Runs: return "runs";
-    case Kind::AllOnes: return "all-ones";
-    case Kind::LoneTop: return "lone-top";
-    case Kind::PowerPlusOne: return "power+1";
-    case Kind::PowerMinusOne: return "power-1";
+    case Kind::Uniform:
+      return "uniform";
+    case Kind::Runs:
+      return "runs";
+    case Kind::AllOnes:
+      return "all-ones";
+    case Kind::LoneTop:
+      return "lone-top";
+    case Kind::PowerPlusOne:
+      return "power+1";
+    case Kind::PowerMinusOne:
+      return "power-1";
   }
   return "?";
 }
@@ -173,8 +178,7 @@ std::vector<uint32_t> fromMpz(const mpz_t z, uint64_t n) {
   return ::testing::AssertionSuccess();
 }
 
-std::vector<uint32_t> gmpProduct(const uint32_t* a, uint64_t la, const uint32_t* b,
-                                 uint64_t lb) {
+std::vector<uint32_t> gmpProduct(const uint32_t* a, uint64_t la, const uint32_t* b, uint64_t lb) {
   Number x, y;
   toMpz(x.z, a, la);
   toMpz(y.z, b, lb);

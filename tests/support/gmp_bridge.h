@@ -85,8 +85,7 @@ std::vector<uint32_t> fromMpz(const mpz_t z, uint64_t n);
 // both lengths, to keep failure messages short.
 ::testing::AssertionResult equalsMpz(const uint32_t* words, uint64_t n, const mpz_t z);
 // Convenience oracles: a * b (lengths la, lb) as exactly la + lb words.
-std::vector<uint32_t> gmpProduct(const uint32_t* a, uint64_t la, const uint32_t* b,
-                                 uint64_t lb);
+std::vector<uint32_t> gmpProduct(const uint32_t* a, uint64_t la, const uint32_t* b, uint64_t lb);
 
 // ---- Guarded arrays ----------------------------------------------------------
 // n words of payload between `guard` canary words on each side. The payload
