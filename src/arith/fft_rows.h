@@ -119,6 +119,12 @@ void nnRow(double* x, uint32_t v, const double* pyramid2) {
   }
 }
 
+// Lanes whose small block is nega-cyclic after a step: quarter 1, and quarter
+// 3 when the step was nega-cyclic.
+constexpr int negaLanes(bool nega) {
+  return nega ? 0xA : 0x2;
+}
+
 // The constants of the leaves, read from the low levels of pyramid2 once per
 // transform.
 struct LeafConstants {
@@ -127,7 +133,7 @@ struct LeafConstants {
   Vec4 w32[2];             // cyclic 32: exp(2 pi i j / 32), j = 0 .. 7
   Vec4 th32[2], th32b[2];  // nega 32: exp(i pi j / 32), exp(i pi (j + 8) / 32)
   double cos4;             // cos(pi / 4): exp(i pi / 4) = cos(pi / 4) (1 + i)
-  Vec4 eighth, eighthB;    // exp(i pi / 8), exp(3 i pi / 8)
+  Vec4 turn[2][3];         // the turns of the odd 8-point step, by lane pattern
 };
 
 inline LeafConstants leafConstants(const double* pyramid2) {
@@ -147,15 +153,26 @@ inline LeafConstants leafConstants(const double* pyramid2) {
     k.th32b[h] = rowTwiddle(l5, 8, 8 + 4 * h);
   }
   k.cos4 = l2[0];
-  k.eighth = vecBroadcast(l3[0], l3[1]);
-  k.eighthB = vecBroadcast(l3[1], l3[0]);
+  // Lanes of a cyclic 32-block: cyclic, nega, cyclic, cyclic 8-blocks; of a
+  // nega-cyclic one: cyclic, nega, cyclic, nega. Cyclic lanes turn outputs
+  // 2, 3 by exp(+-i pi / 4), nega-cyclic lanes 0, 1 by exp(i pi / 8) and 2, 3
+  // by exp(-i pi / 8).
+  const double one[2] = {1.0, 0.0}, z[2] = {l2[0], l2[1]}, zc[2] = {l2[0], -l2[1]};
+  const double e[2] = {l3[0], l3[1]}, ec[2] = {l3[0], -l3[1]};
+  for (int pattern = 0; pattern < 2; pattern++) {
+    const int lanes = negaLanes(pattern == 1);
+    double t[3][8];
+    for (int lane = 0; lane < 4; lane++) {
+      const bool nega = (lanes >> lane) & 1;
+      const double* pick[3] = {nega ? e : one, nega ? ec : z, nega ? ec : zc};
+      for (int o = 0; o < 3; o++) {
+        t[o][2 * lane] = pick[o][0];
+        t[o][2 * lane + 1] = pick[o][1];
+      }
+    }
+    for (int o = 0; o < 3; o++) k.turn[pattern][o] = vecLoad(t[o]);
+  }
   return k;
-}
-
-// Lanes whose small block is nega-cyclic after a step: quarter 1, and quarter
-// 3 when the step was nega-cyclic.
-constexpr int negaLanes(bool nega) {
-  return nega ? 0xA : 0x2;
 }
 
 // x * exp(i pi / 4) = c (x + ix) and x * exp(-i pi / 4) = c (x - ix), with c
@@ -197,40 +214,28 @@ constexpr int negaLanes(bool nega) {
   d = vecBlend(md, vecMulNegI(md), lanes);
 }
 
-// The same step for the points j = 1 of blocks of 8: the cyclic lanes twist
-// the third and fourth outputs by w = exp(i pi / 4) and its conjugate, the
-// nega-cyclic lanes take P, R by e = exp(i pi / 8), e' = exp(3 i pi / 8) and
-// Q, S by their conjugates.
+// The same step for the points j = 1 of blocks of 8: the step of the points
+// j = 0, then each output turned by a constant of its lane (`turn`: the
+// cyclic lanes turn the third and fourth outputs by exp(+-i pi / 4), the
+// nega-cyclic lanes the first two by e = exp(i pi / 8) and the last two by
+// conj(e); e (P +- z R) is e P +- e' R with e' = exp(3 i pi / 8)).
 [[gnu::always_inline]] inline void radix4LanesOdd(Vec4& a, Vec4& b, Vec4& c, Vec4& d, int lanes,
-                                                  const LeafConstants& k) {
-  Vec4 mc = vecBlend(c, vecMulI(c), lanes), md = vecBlend(d, vecMulI(d), lanes);
-  Vec4 P = vecAdd(a, mc), Q = vecSub(a, mc), R = vecAdd(b, md), S = vecSub(b, md);
-  Vec4 Pt = vecBlend(P, vecCmul(P, k.eighth), lanes);
-  Vec4 Rt = vecBlend(R, vecCmul(R, k.eighthB), lanes);
-  Vec4 Qt = vecBlend(Q, vecCmulConj(Q, k.eighth), lanes);
-  Vec4 St = vecBlend(vecMulI(S), vecCmulConj(S, k.eighthB), lanes);
-  Vec4 x2 = vecAdd(Qt, St), x3 = vecSub(Qt, St);
-  a = vecAdd(Pt, Rt);
-  b = vecSub(Pt, Rt);
-  c = vecBlend(vecMulZeta(x2, k.cos4), x2, lanes);
-  d = vecBlend(vecMulZetaConj(x3, k.cos4), x3, lanes);
+                                                  double cos4, const Vec4 turn[3]) {
+  radix4Lanes(a, b, c, d, lanes, cos4);
+  a = vecCmul(a, turn[0]);
+  b = vecCmul(b, turn[0]);
+  c = vecCmul(c, turn[1]);
+  d = vecCmul(d, turn[2]);
 }
 
 [[gnu::always_inline]] inline void radix4LanesOddInverse(Vec4& a, Vec4& b, Vec4& c, Vec4& d,
-                                                         int lanes, const LeafConstants& k) {
-  Vec4 Pt = vecAdd(a, b), Rt = vecSub(a, b);
-  Vec4 x2 = vecBlend(vecMulZetaConj(c, k.cos4), c, lanes);
-  Vec4 x3 = vecBlend(vecMulZeta(d, k.cos4), d, lanes);
-  Vec4 Qt = vecAdd(x2, x3), St = vecSub(x2, x3);
-  Vec4 P = vecBlend(Pt, vecCmulConj(Pt, k.eighth), lanes);
-  Vec4 R = vecBlend(Rt, vecCmulConj(Rt, k.eighthB), lanes);
-  Vec4 Q = vecBlend(Qt, vecCmul(Qt, k.eighth), lanes);
-  Vec4 S = vecBlend(vecMulNegI(St), vecCmul(St, k.eighthB), lanes);
-  Vec4 mc = vecSub(P, Q), md = vecSub(R, S);
-  a = vecAdd(P, Q);
-  b = vecAdd(R, S);
-  c = vecBlend(mc, vecMulNegI(mc), lanes);
-  d = vecBlend(md, vecMulNegI(md), lanes);
+                                                         int lanes, double cos4,
+                                                         const Vec4 turn[3]) {
+  a = vecCmulConj(a, turn[0]);
+  b = vecCmulConj(b, turn[0]);
+  c = vecCmulConj(c, turn[1]);
+  d = vecCmulConj(d, turn[2]);
+  radix4LanesInverse(a, b, c, d, lanes, cos4);
 }
 
 // The 16-point leaf: one radix-4 step across the block, then the four
@@ -275,7 +280,7 @@ void leaf16Inverse(double* x, const LeafConstants& k) {
 // y0 +- y1, a nega-cyclic one y0 +- i y1.
 [[gnu::always_inline]] inline void point8(Vec4 p[8], int lanes, const LeafConstants& k) {
   radix4Lanes(p[0], p[2], p[4], p[6], lanes, k.cos4);
-  radix4LanesOdd(p[1], p[3], p[5], p[7], lanes, k);
+  radix4LanesOdd(p[1], p[3], p[5], p[7], lanes, k.cos4, k.turn[lanes == negaLanes(true)]);
   for (int m = 0; m < 4; m++) {
     int kind = m == 1 ? 0xF : m == 3 ? lanes : 0;
     Vec4 y0 = p[2 * m], y1 = vecBlend(p[2 * m + 1], vecMulI(p[2 * m + 1]), kind);
@@ -293,7 +298,7 @@ void leaf16Inverse(double* x, const LeafConstants& k) {
     p[2 * m + 1] = vecBlend(diff, vecMulNegI(diff), kind);
   }
   radix4LanesInverse(p[0], p[2], p[4], p[6], lanes, k.cos4);
-  radix4LanesOddInverse(p[1], p[3], p[5], p[7], lanes, k);
+  radix4LanesOddInverse(p[1], p[3], p[5], p[7], lanes, k.cos4, k.turn[lanes == negaLanes(true)]);
 }
 
 // A block of 32 points: the radix-4 step across it (cnRow or nnRow of v = 5),

@@ -28,15 +28,31 @@ inline void emit(double* out, double c, double s, uint64_t quarters) {
   }
 }
 
-// `count` pairs from level pairs first, first + step, ... (step +1 or -1,
-// pair t at level[2t - 2]), swapped or not, turned by `quarters`.
-void copySegment(double* out, const double* level, uint64_t first, int64_t step, bool swapped,
-                 uint64_t quarters, uint64_t count) {
-  const double* p = level + 2 * (first - 1);
-  const int64_t advance = 2 * step;
-  for (uint64_t k = 0; k < count; k++, p += advance) {
+// `count` pairs from level pairs first, first + step, ... (pair t at
+// level[2t - 2]), swapped or not, turned by `quarters`: one loop per case,
+// with nothing to decide inside it.
+template <int step, bool swapped, int quarters>
+void copyRun(double* out, const double* level, uint64_t first, uint64_t count) {
+  const double* p = level + 2 * (int64_t(first) - 1);
+  for (uint64_t k = 0; k < count; k++, p += 2 * step) {
     double c = swapped ? p[1] : p[0], s = swapped ? p[0] : p[1];
-    emit(out + 2 * k, c, s, quarters);
+    out[2 * k] = quarters == 0 ? c : quarters == 1 ? -s : quarters == 2 ? -c : s;
+    out[2 * k + 1] = quarters == 0 ? s : quarters == 1 ? c : quarters == 2 ? -s : -c;
+  }
+}
+
+template <int step, bool swapped>
+void copyTurned(double* out, const double* level, uint64_t first, uint64_t quarters,
+                uint64_t count) {
+  switch (quarters & 3) {
+    case 0:
+      return copyRun<step, swapped, 0>(out, level, first, count);
+    case 1:
+      return copyRun<step, swapped, 1>(out, level, first, count);
+    case 2:
+      return copyRun<step, swapped, 2>(out, level, first, count);
+    default:
+      return copyRun<step, swapped, 3>(out, level, first, count);
   }
 }
 
@@ -74,11 +90,11 @@ void fftTwiddleFill(double* out, const double* level, uint64_t octantPairs, uint
       n++;
     } else if (r <= Q) {  // forward through the octant, up to r = Q
       uint64_t stop = base + Q + 1 < end ? base + Q + 1 : end;
-      copySegment(at, level, r, 1, false, quarters, stop - n);
+      copyTurned<1, false>(at, level, r, quarters, stop - n);
       n = stop;
     } else {  // backward with the parts swapped, up to the quadrant's end
       uint64_t stop = base + quadrant < end ? base + quadrant : end;
-      copySegment(at, level, quadrant - r, -1, true, quarters, stop - n);
+      copyTurned<-1, true>(at, level, quadrant - r, quarters, stop - n);
       n = stop;
     }
   }
