@@ -12,7 +12,19 @@
 // pointwise step sees; the order is the same for every kernel set.
 //
 // The tables are passed in (the process's fftTables in normal running) and
-// must serve the code: code <= tables->builtCode.
+// must serve the code: code <= tables->builtCode. The product workers below
+// serve a larger code with tables of their own (fft_buffers.cpp).
+//
+// Rounding: a row of FftSizeTable keeps 2b + log2(L/2) <= 50, so with
+// unsigned points the largest coefficient of a product (all points full)
+// comes within a few units in the last place of 0.5 from an integer, and
+// at the top of the 50-bit rows (168 words at 512 points, 640 at 2048) the
+// all-ones square rounds wrongly. The product workers therefore split into
+// balanced points, each in [-2^(b-1), 2^(b-1)], which keeps every coefficient
+// four times smaller, and round with 1.5 * 2^52 as the signed form does:
+// their worst error per row, measured in tests/arith/fft_test.cpp, is below
+// 0.16. The transform entries below keep the unsigned points of the element
+// products (whose rows have two bits more room).
 #pragma once
 
 #include <cstdint>

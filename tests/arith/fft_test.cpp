@@ -117,6 +117,8 @@ TEST(FftProducts, SquaresAgreeWithGmpFrom54To13056Words) {
   for (uint64_t n : sampledLengths(random, 120)) {
     auto a = testbridge::operand(random, testbridge::randomKind(random), n);
     ASSERT_TRUE(squareMatches(a, 0)) << "n = " << n;
+    auto ones = testbridge::operand(random, Kind::AllOnes, n);
+    ASSERT_TRUE(squareMatches(ones, 0)) << "all ones, n = " << n;
   }
 }
 
@@ -127,6 +129,8 @@ TEST(FftProducts, BalancedProductsAgreeWithGmpFrom58To13056Words) {
     auto a = testbridge::operand(random, testbridge::randomKind(random), n);
     auto b = testbridge::operand(random, testbridge::randomKind(random), n);
     ASSERT_TRUE(productMatches(a, b)) << "n = " << n;
+    auto ones = testbridge::operand(random, Kind::AllOnes, n);
+    ASSERT_TRUE(productMatches(ones, b)) << "all ones times b, n = " << n;
   }
 }
 
