@@ -17,9 +17,9 @@
 //
 // Rounding: a row of FftSizeTable keeps 2b + log2(L/2) <= 50, so with
 // unsigned points the largest coefficient of a product (all points full)
-// comes within a few units in the last place of 0.5 from an integer, and
-// at the top of the 50-bit rows (168 words at 512 points, 640 at 2048) the
-// all-ones square rounds wrongly. The product workers therefore split into
+// lies near 2^50, where a few units in the last place make 0.5: at the top
+// of the 50-bit rows (168 words at 512 points, 640 at 2048) the error of the
+// all-ones square reaches 0.5, and it rounded wrongly. The product workers therefore split into
 // balanced points, each in [-2^(b-1), 2^(b-1)], which keeps every coefficient
 // four times smaller, and round with 1.5 * 2^52 as the signed form does:
 // their worst error per row, measured in tests/arith/fft_test.cpp, is below
