@@ -268,3 +268,23 @@ TEST(FftTransform, EveryKernelSetMultipliesAndRoundsBothWays) {
   }
   fftUseKernels(nullptr);
 }
+
+TEST(FftNegacyclic, ElementBuffersNeedOnlySixteenByteAlignment) {
+  // The hybrid transform lays out its element buffers in a scratch block
+  // that keeps the alignment of a complex double and no more.
+  Random random = testbridge::testRandom();
+  const SizeCode code = sizeCodeOf(3, 6);
+  const uint64_t L = sizeCodeLength(code);
+  const uint32_t bits = elementBits(L);
+  std::vector<uint32_t> a = randomPoints(random, L, bits), b = randomPoints(random, L, bits);
+  std::vector<uint32_t> expected, points(L);
+  negacyclicProduct(a, b, code, bits, &expected);
+  ffttest::Buffer first(L + 8), second(L + 8);
+  double* x = first.data + 2;  // 16 bytes past a 64-byte boundary
+  double* y = second.data + 6;
+  forwardFftFull(x, a.data(), code, ffttest::tables());
+  forwardFftFull(y, b.data(), code, ffttest::tables());
+  fftPointwiseMultiply(x, y, code);
+  EXPECT_EQ(inverseFftWrapped(x, points.data(), code, bits, ffttest::tables()), 0u);
+  EXPECT_EQ(points, expected);
+}
