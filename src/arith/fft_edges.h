@@ -65,8 +65,8 @@ inline void rightAngleLoadFull(double* buffer, const uint32_t* points, uint64_t 
 // points 0, L/4, L/2, 3L/4) then carry side by side, one stream in each lane,
 // a chunk at a time; fftCarryFinish closes the seams and returns its result.
 template <FftLastStage stage>
-uint32_t lastStage(const double* buffer, uint32_t* points, uint64_t L, uint32_t bits,
-                   const double* weights) {
+uint32_t inverseLastStage(const double* buffer, uint32_t* points, uint64_t L, uint32_t bits,
+                          const double* weights) {
   constexpr uint64_t chunk = fftCarryChunkLength;
   const uint64_t q = L / 4;
   const double r = 1.0 / double(L / 2);
@@ -101,6 +101,23 @@ uint32_t lastStage(const double* buffer, uint32_t* points, uint64_t L, uint32_t 
   streams.carry[2] = laneCarry[1];
   streams.carry[3] = laneCarry[3];
   return fftCarryFinish(&streams);
+}
+
+// The three forms: inverseFull (non-negative coefficients), its signed form
+// for balanced points, and inverseWrapped (returns 1 for the value -1).
+uint32_t inverseFull(const double* buffer, uint32_t* points, uint64_t L, uint32_t bits,
+                     const double* weights) {
+  return inverseLastStage<FftFull>(buffer, points, L, bits, weights);
+}
+
+uint32_t inverseFullSigned(const double* buffer, uint32_t* points, uint64_t L, uint32_t bits,
+                           const double* weights) {
+  return inverseLastStage<FftFullSigned>(buffer, points, L, bits, weights);
+}
+
+uint32_t inverseWrapped(const double* buffer, uint32_t* points, uint64_t L, uint32_t bits,
+                        const double* weights) {
+  return inverseLastStage<FftWrapped>(buffer, points, L, bits, weights);
 }
 
 // Pointwise square and product over complexCount values (a multiple of 4):

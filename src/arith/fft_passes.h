@@ -20,35 +20,73 @@ struct PassContext {
   LeafConstants leaves;
 };
 
-template <bool inverse>
-void negaBlock(double* x, uint32_t v, const PassContext& c);
+void forwardNega(double* x, uint32_t v, const PassContext& c);
+void inverseNega(double* x, uint32_t v, const PassContext& c);
 
-// A cyclic block of 2^v points at x (2^(v+1) doubles).
-template <bool inverse>
-void cyclicBlock(double* x, uint32_t v, const PassContext& c) {
-  if (v == 4) return inverse ? leaf16Inverse<false>(x, c.leaves) : leaf16<false>(x, c.leaves);
-  if (v == 5) return inverse ? leaf32Inverse<false>(x, c.leaves) : leaf32<false>(x, c.leaves);
+// The forward passes of a cyclic block of 2^v points at x (2^(v+1) doubles):
+// cnRowReduction, then its quarters cyclic, nega-cyclic, cyclic, cyclic.
+void forwardCyclic(double* x, uint32_t v, const PassContext& c) {
+  if (v == 4) return leaf16<false>(x, c.leaves);
+  if (v == 5) return leaf32<false>(x, c.leaves);
   const uint64_t q = uint64_t(2) << (v - 2);  // doubles per quarter
-  if (!inverse) cnRow<false>(x, v, c.pyramid2);
-  cyclicBlock<inverse>(x, v - 2, c);
-  negaBlock<inverse>(x + q, v - 2, c);
-  cyclicBlock<inverse>(x + 2 * q, v - 2, c);
-  cyclicBlock<inverse>(x + 3 * q, v - 2, c);
-  if (inverse) cnRow<true>(x, v, c.pyramid2);
+  cnRowReduction<false>(x, v, c.pyramid2);
+  forwardCyclic(x, v - 2, c);
+  forwardNega(x + q, v - 2, c);
+  forwardCyclic(x + 2 * q, v - 2, c);
+  forwardCyclic(x + 3 * q, v - 2, c);
 }
 
-// A nega-cyclic block of 2^v points at x.
+// Of a nega-cyclic block: nnRowReduction, then cyclic, nega, cyclic, nega.
+void forwardNega(double* x, uint32_t v, const PassContext& c) {
+  if (v == 4) return leaf16<true>(x, c.leaves);
+  if (v == 5) return leaf32<true>(x, c.leaves);
+  const uint64_t q = uint64_t(2) << (v - 2);
+  nnRowReduction<false>(x, v, c.pyramid2);
+  forwardCyclic(x, v - 2, c);
+  forwardNega(x + q, v - 2, c);
+  forwardCyclic(x + 2 * q, v - 2, c);
+  forwardNega(x + 3 * q, v - 2, c);
+}
+
+// The mirrors: the quarters first, the reduction after.
+void inverseCyclic(double* x, uint32_t v, const PassContext& c) {
+  if (v == 4) return leaf16Inverse<false>(x, c.leaves);
+  if (v == 5) return leaf32Inverse<false>(x, c.leaves);
+  const uint64_t q = uint64_t(2) << (v - 2);
+  inverseCyclic(x, v - 2, c);
+  inverseNega(x + q, v - 2, c);
+  inverseCyclic(x + 2 * q, v - 2, c);
+  inverseCyclic(x + 3 * q, v - 2, c);
+  cnRowReduction<true>(x, v, c.pyramid2);
+}
+
+void inverseNega(double* x, uint32_t v, const PassContext& c) {
+  if (v == 4) return leaf16Inverse<true>(x, c.leaves);
+  if (v == 5) return leaf32Inverse<true>(x, c.leaves);
+  const uint64_t q = uint64_t(2) << (v - 2);
+  inverseCyclic(x, v - 2, c);
+  inverseNega(x + q, v - 2, c);
+  inverseCyclic(x + 2 * q, v - 2, c);
+  inverseNega(x + 3 * q, v - 2, c);
+  nnRowReduction<true>(x, v, c.pyramid2);
+}
+
+template <bool inverse>
+void cyclicBlock(double* x, uint32_t v, const PassContext& c) {
+  if (inverse) {
+    inverseCyclic(x, v, c);
+  } else {
+    forwardCyclic(x, v, c);
+  }
+}
+
 template <bool inverse>
 void negaBlock(double* x, uint32_t v, const PassContext& c) {
-  if (v == 4) return inverse ? leaf16Inverse<true>(x, c.leaves) : leaf16<true>(x, c.leaves);
-  if (v == 5) return inverse ? leaf32Inverse<true>(x, c.leaves) : leaf32<true>(x, c.leaves);
-  const uint64_t q = uint64_t(2) << (v - 2);
-  if (!inverse) nnRow<false>(x, v, c.pyramid2);
-  cyclicBlock<inverse>(x, v - 2, c);
-  negaBlock<inverse>(x + q, v - 2, c);
-  cyclicBlock<inverse>(x + 2 * q, v - 2, c);
-  negaBlock<inverse>(x + 3 * q, v - 2, c);
-  if (inverse) nnRow<true>(x, v, c.pyramid2);
+  if (inverse) {
+    inverseNega(x, v, c);
+  } else {
+    forwardNega(x, v, c);
+  }
 }
 
 // One half of R * 2^v points (R = 3 or 5) split by the radix pass into R
@@ -121,11 +159,11 @@ uint32_t inverseEntry(double* buffer, uint32_t* points, SizeCode code, uint32_t 
   const double* weights = rightAngleWeights(tables, code);
   switch (stage) {
     case FftFull:
-      return lastStage<FftFull>(buffer, points, L, bits, weights);
+      return inverseFull(buffer, points, L, bits, weights);
     case FftFullSigned:
-      return lastStage<FftFullSigned>(buffer, points, L, bits, weights);
+      return inverseFullSigned(buffer, points, L, bits, weights);
     default:
-      return lastStage<FftWrapped>(buffer, points, L, bits, weights);
+      return inverseWrapped(buffer, points, L, bits, weights);
   }
 }
 

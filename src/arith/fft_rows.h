@@ -5,8 +5,8 @@
 //
 // A cyclic block of N points is a polynomial modulo x^N - 1, a nega-cyclic one
 // modulo x^N + 1. One step splits a block into four quarters of N/4 points
-// each: cnRow turns a cyclic block into quarters cyclic, nega-cyclic, cyclic,
-// cyclic; nnRow a nega-cyclic block into cyclic, nega-cyclic, cyclic,
+// each: cnRowReduction turns a cyclic block into quarters cyclic, nega-cyclic, cyclic,
+// cyclic; nnRowReduction a nega-cyclic block into cyclic, nega-cyclic, cyclic,
 // nega-cyclic. The twisted quarters are multiplied by the table's twiddles so
 // that they come out as plain cyclic (or nega-cyclic) blocks. The inverse
 // steps undo a step and leave every value multiplied by 4.
@@ -68,11 +68,11 @@
   d = vecMulNegI(vecSub(v1, v2));
 }
 
-// cnRow / nnRow over a block of 2^v points, v >= 5, in place. The cyclic
+// cnRowReduction / nnRowReduction over a block of 2^v points, v >= 5, in place. The cyclic
 // step reads level v - 1 of pyramid2 (w(j) = exp(2 pi i j / N)), the
 // nega-cyclic one level v (th(j) = exp(i pi j / N), th2(j) = th(j + N/4)).
 template <bool inverse>
-void cnRow(double* x, uint32_t v, const double* pyramid2) {
+void cnRowReduction(double* x, uint32_t v, const double* pyramid2) {
   const uint64_t n4 = uint64_t(1) << (v - 2);
   const double* level = pyramidLevel(pyramid2, 1, v - 1);
   double* pa = x;
@@ -96,7 +96,7 @@ void cnRow(double* x, uint32_t v, const double* pyramid2) {
 }
 
 template <bool inverse>
-void nnRow(double* x, uint32_t v, const double* pyramid2) {
+void nnRowReduction(double* x, uint32_t v, const double* pyramid2) {
   const uint64_t n4 = uint64_t(1) << (v - 2);
   const double* level = pyramidLevel(pyramid2, 1, v);
   double* pa = x;
@@ -301,7 +301,7 @@ void leaf16Inverse(double* x, const LeafConstants& k) {
   radix4LanesOddInverse(p[1], p[3], p[5], p[7], lanes, k.cos4, k.turn[lanes == negaLanes(true)]);
 }
 
-// A block of 32 points: the radix-4 step across it (cnRow or nnRow of v = 5),
+// A block of 32 points: the radix-4 step across it (cnRowReduction or nnRowReduction of v = 5),
 // then its four quarters side by side through the 8-point leaves. Output j
 // of quarter k lands at point 4j + k.
 template <bool nega>
