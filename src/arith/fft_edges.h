@@ -62,45 +62,37 @@ inline void rightAngleLoadFull(double* buffer, const uint32_t* points, uint64_t 
 // conj(W(i + L/4)) are the coefficients i, i + L/2 (p) and i + L/4, i + 3L/4
 // (q). Each is rounded by adding 2^52 (signed: 1.5 * 2^52) and keeping the
 // low 52 bits of the double. The four streams of coefficients (starting at
-// points 0, L/4, L/2, 3L/4) then carry side by side, one stream in each lane,
-// a chunk at a time; fftCarryFinish closes the seams and returns its result.
+// points 0, L/4, L/2, 3L/4) carry side by side, one stream in each lane, in
+// the same loop; fftCarryFinish closes the seams and returns its result.
 template <FftLastStage stage>
 uint32_t inverseLastStage(const double* buffer, uint32_t* points, uint64_t L, uint32_t bits,
                           const double* weights) {
-  constexpr uint64_t chunk = fftCarryChunkLength;
   const uint64_t q = L / 4;
   const double r = 1.0 / double(L / 2);
   const double magic = stage == FftFull ? 4503599627370496.0 : 6755399441055744.0;
-  const int64_t offset = stage == FftFull ? 0 : int64_t(1) << 51;
   const Vec4 bias = vecBroadcast(magic, magic);
   const double* upper = buffer + L / 2;
   // Lanes per step: coefficient i (stream 0), i + L/2 (stream 2), i + L/4
   // (stream 1), i + 3L/4 (stream 3).
-  alignas(64) int64_t rounded[4 * chunk];
-  alignas(64) int64_t laneCarry[4] = {0, 0, 0, 0};
-  for (uint64_t i0 = 0; i0 < q; i0 += chunk) {
-    uint64_t count = q - i0 < chunk ? q - i0 : chunk;
-    for (uint64_t j = 0; j < count; j += 4) {
-      uint64_t i = i0 + j;
-      Vec4 lo = vecLoad(buffer + 2 * i), hi = vecLoad(upper + 2 * i);
-      Vec4 p = vecCmulConj(vecScale(vecAdd(lo, hi), r), rowTwiddle(weights, q, i));
-      Vec4 s = vecCmulConj(vecScale(vecSub(lo, hi), r), rowTwiddle(weights, q, i + q));
-      Vec4 first, second;
-      vecInterleave(vecAdd(p, bias), vecAdd(s, bias), first, second);
-      vecStoreRounded(rounded + 4 * j, first, offset);
-      vecStoreRounded(rounded + 4 * j + 8, second, offset);
-    }
-    uint32_t* const streams[4] = {points + i0, points + 2 * q + i0, points + q + i0,
-                                  points + 3 * q + i0};
-    vecCarryLanes(rounded, count, laneCarry, bits, streams);
+  uint32_t* const streams[4] = {points, points + 2 * q, points + q, points + 3 * q};
+  CarryLanes lanes = carryLanesStart(bits, stage == FftFull ? 0 : int64_t(1) << 51);
+  for (uint64_t i = 0; i < q; i += 4) {
+    Vec4 lo = vecLoad(buffer + 2 * i), hi = vecLoad(upper + 2 * i);
+    Vec4 p = vecCmulConj(vecScale(vecAdd(lo, hi), r), rowTwiddle(weights, q, i));
+    Vec4 s = vecCmulConj(vecScale(vecSub(lo, hi), r), rowTwiddle(weights, q, i + q));
+    Vec4 first, second;
+    vecInterleave(vecAdd(p, bias), vecAdd(s, bias), first, second);
+    carryLanesStep(lanes, first, second, streams, i);
   }
-  FftCarryStreams streams;
-  fftCarryStart(&streams, points, L, bits, stage);
-  streams.carry[0] = laneCarry[0];
-  streams.carry[1] = laneCarry[2];
-  streams.carry[2] = laneCarry[1];
-  streams.carry[3] = laneCarry[3];
-  return fftCarryFinish(&streams);
+  int64_t laneCarry[4];
+  carryLanesEnd(lanes, laneCarry);
+  FftCarryStreams seams;
+  fftCarryStart(&seams, points, L, bits, stage);
+  seams.carry[0] = laneCarry[0];
+  seams.carry[1] = laneCarry[2];
+  seams.carry[2] = laneCarry[1];
+  seams.carry[3] = laneCarry[3];
+  return fftCarryFinish(&seams);
 }
 
 // The three forms: inverseFull (non-negative coefficients), its signed form

@@ -68,8 +68,6 @@ void fftTwiddleFill(double* out, const double* level, uint64_t octantPairs, uint
 // starting at point s L/4. The kernels round and carry each stream by itself
 // (a stream's carry is floor(v / 2^b) of the last value v, signed), then
 // fftCarryFinish closes the seams.
-constexpr uint64_t fftCarryChunkLength = 64;
-
 struct FftCarryStreams {
   uint32_t* points;
   uint64_t quarter;  // L/4

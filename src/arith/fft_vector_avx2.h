@@ -136,15 +136,6 @@ inline void vecInterleave(const Vec4& a, const Vec4& b, Vec4& lo, Vec4& hi) {
   hi = h;
 }
 
-inline void vecStoreRounded(int64_t* out, const Vec4& a, int64_t offset) {
-  const __m256i low52 = _mm256_set1_epi64x((int64_t(1) << 52) - 1);
-  const __m256i off = _mm256_set1_epi64x(offset);
-  __m256i lo = _mm256_sub_epi64(_mm256_and_si256(_mm256_castpd_si256(a.lo), low52), off);
-  __m256i hi = _mm256_sub_epi64(_mm256_and_si256(_mm256_castpd_si256(a.hi), low52), off);
-  _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), lo);
-  _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4), hi);
-}
-
 // Points of four steps, one 32-bit lane per chain in each of x0 .. x3, turned
 // into four consecutive points of each chain and stored.
 inline void storeStreams(__m128i x0, __m128i x1, __m128i x2, __m128i x3, uint32_t* const streams[4],
@@ -160,23 +151,35 @@ inline void storeStreams(__m128i x0, __m128i x1, __m128i x2, __m128i x3, uint32_
 // The four chains in the four 64-bit lanes. AVX2 has no arithmetic shift of
 // 64-bit lanes, so the chain runs on v + 2^52 (never negative) and takes
 // 2^(52-b) off each shifted carry; the low b bits are the same.
-inline void vecCarryLanes(const int64_t* values, uint64_t count, int64_t carry[4], uint32_t bits,
-                          uint32_t* const streams[4]) {
-  const __m256i mask = _mm256_set1_epi64x((int64_t(1) << bits) - 1);
-  const __m256i lift = _mm256_set1_epi64x(int64_t(1) << 52);
-  const __m256i drop = _mm256_set1_epi64x(int64_t(1) << (52 - bits));
-  const __m128i shift = _mm_cvtsi32_si128(int(bits));
-  const __m256i pick = _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6);
-  __m256i c = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(carry));
-  for (uint64_t k = 0; k < count; k += 4) {
-    __m128i x[4];
-    for (int j = 0; j < 4; j++) {
-      __m256i r = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(values + 4 * (k + j)));
-      __m256i v = _mm256_add_epi64(_mm256_add_epi64(r, lift), c);
-      x[j] = _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(_mm256_and_si256(v, mask), pick));
-      c = _mm256_sub_epi64(_mm256_srl_epi64(v, shift), drop);
-    }
-    storeStreams(x[0], x[1], x[2], x[3], streams, k);
-  }
-  _mm256_storeu_si256(reinterpret_cast<__m256i*>(carry), c);
+struct CarryLanes {
+  __m256i carry, mask, low52, lift, drop, pick;
+  __m128i shift;
+};
+
+inline CarryLanes carryLanesStart(uint32_t bits, int64_t offset) {
+  return {_mm256_setzero_si256(),
+          _mm256_set1_epi64x((int64_t(1) << bits) - 1),
+          _mm256_set1_epi64x((int64_t(1) << 52) - 1),
+          _mm256_set1_epi64x((int64_t(1) << 52) - offset),
+          _mm256_set1_epi64x(int64_t(1) << (52 - bits)),
+          _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6),
+          _mm_cvtsi32_si128(int(bits))};
+}
+
+inline __m128i carryStep(CarryLanes& s, __m256d rounded) {
+  __m256i r = _mm256_and_si256(_mm256_castpd_si256(rounded), s.low52);
+  __m256i v = _mm256_add_epi64(_mm256_add_epi64(r, s.lift), s.carry);
+  s.carry = _mm256_sub_epi64(_mm256_srl_epi64(v, s.shift), s.drop);
+  return _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(_mm256_and_si256(v, s.mask), s.pick));
+}
+
+inline void carryLanesStep(CarryLanes& s, const Vec4& first, const Vec4& second,
+                           uint32_t* const streams[4], uint64_t k) {
+  __m128i x0 = carryStep(s, first.lo), x1 = carryStep(s, first.hi);
+  __m128i x2 = carryStep(s, second.lo), x3 = carryStep(s, second.hi);
+  storeStreams(x0, x1, x2, x3, streams, k);
+}
+
+inline void carryLanesEnd(const CarryLanes& s, int64_t carry[4]) {
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(carry), s.carry);
 }

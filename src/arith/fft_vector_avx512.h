@@ -121,12 +121,6 @@ inline void vecInterleave(const Vec4& a, const Vec4& b, Vec4& lo, Vec4& hi) {
   hi.z = _mm512_permutex2var_pd(a.z, _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15), b.z);
 }
 
-inline void vecStoreRounded(int64_t* out, const Vec4& a, int64_t offset) {
-  const __m512i low52 = _mm512_set1_epi64((int64_t(1) << 52) - 1);
-  __m512i x = _mm512_and_si512(_mm512_castpd_si512(a.z), low52);
-  _mm512_storeu_si512(out, _mm512_sub_epi64(x, _mm512_set1_epi64(offset)));
-}
-
 // Points of four steps, one 32-bit lane per chain in each of x0 .. x3, turned
 // into four consecutive points of each chain and stored.
 inline void storeStreams(__m128i x0, __m128i x1, __m128i x2, __m128i x3, uint32_t* const streams[4],
@@ -141,21 +135,39 @@ inline void storeStreams(__m128i x0, __m128i x1, __m128i x2, __m128i x3, uint32_
 
 // The four chains in the four 64-bit lanes of a 256-bit register, with the
 // arithmetic shift of AVX-512 VL: each step is one add and one shift long.
-inline void vecCarryLanes(const int64_t* values, uint64_t count, int64_t carry[4], uint32_t bits,
-                          uint32_t* const streams[4]) {
-  const __m256i mask = _mm256_set1_epi64x((int64_t(1) << bits) - 1);
-  const __m128i shift = _mm_cvtsi32_si128(int(bits));
-  const __m256i pick = _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6);
-  __m256i c = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(carry));
-  for (uint64_t k = 0; k < count; k += 4) {
-    __m128i x[4];
-    for (int j = 0; j < 4; j++) {
-      __m256i v = _mm256_add_epi64(
-          _mm256_loadu_si256(reinterpret_cast<const __m256i*>(values + 4 * (k + j))), c);
-      x[j] = _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(_mm256_and_si256(v, mask), pick));
-      c = _mm256_sra_epi64(v, shift);
-    }
-    storeStreams(x[0], x[1], x[2], x[3], streams, k);
-  }
-  _mm256_storeu_si256(reinterpret_cast<__m256i*>(carry), c);
+// The values are taken from the doubles eight at a time.
+struct CarryLanes {
+  __m256i carry, mask, pick;
+  __m512i low52, offset;
+  __m128i shift;
+};
+
+inline CarryLanes carryLanesStart(uint32_t bits, int64_t offset) {
+  return {_mm256_setzero_si256(),
+          _mm256_set1_epi64x((int64_t(1) << bits) - 1),
+          _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6),
+          _mm512_set1_epi64((int64_t(1) << 52) - 1),
+          _mm512_set1_epi64(offset),
+          _mm_cvtsi32_si128(int(bits))};
+}
+
+inline __m128i carryStep(CarryLanes& s, __m256i values) {
+  __m256i v = _mm256_add_epi64(values, s.carry);
+  s.carry = _mm256_sra_epi64(v, s.shift);
+  return _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(_mm256_and_si256(v, s.mask), s.pick));
+}
+
+inline void carryLanesStep(CarryLanes& s, const Vec4& first, const Vec4& second,
+                           uint32_t* const streams[4], uint64_t k) {
+  __m512i a = _mm512_sub_epi64(_mm512_and_si512(_mm512_castpd_si512(first.z), s.low52), s.offset);
+  __m512i b = _mm512_sub_epi64(_mm512_and_si512(_mm512_castpd_si512(second.z), s.low52), s.offset);
+  __m128i x0 = carryStep(s, _mm512_castsi512_si256(a));
+  __m128i x1 = carryStep(s, _mm512_extracti64x4_epi64(a, 1));
+  __m128i x2 = carryStep(s, _mm512_castsi512_si256(b));
+  __m128i x3 = carryStep(s, _mm512_extracti64x4_epi64(b, 1));
+  storeStreams(x0, x1, x2, x3, streams, k);
+}
+
+inline void carryLanesEnd(const CarryLanes& s, int64_t carry[4]) {
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(carry), s.carry);
 }

@@ -170,39 +170,38 @@ inline void vecInterleave(const Vec4& a, const Vec4& b, Vec4& lo, Vec4& hi) {
   hi = h;
 }
 
-// The rounded values of a: the low 52 bits of each double (a rounding sum
-// 2^52 + x or 1.5 * 2^52 + x) less `offset`, as 64-bit integers out[0 .. 8).
-inline void vecStoreRounded(int64_t* out, const Vec4& a, int64_t offset) {
+// Four carry chains side by side, one per stream of the last stage. A step
+// takes four rounded values, doubles whose low 52 bits less `offset` are the
+// values v; with v + carry, the point is its value mod 2^b and the carry
+// becomes floor((v + carry) / 2^b).
+struct CarryLanes {
+  int64_t carry[4];
+  uint64_t mask;
+  uint32_t bits;
+  int64_t offset;
+};
+
+inline CarryLanes carryLanesStart(uint32_t bits, int64_t offset) {
+  return {{0, 0, 0, 0}, (uint64_t(1) << bits) - 1, bits, offset};
+}
+
+// Four steps: `first` holds steps 0 and 1, `second` steps 2 and 3, four lanes
+// each; the points go to streams[lane][k .. k + 4).
+inline void carryLanesStep(CarryLanes& s, const Vec4& first, const Vec4& second,
+                           uint32_t* const streams[4], uint64_t k) {
   const uint64_t low52 = (uint64_t(1) << 52) - 1;
-  for (int k = 0; k < 8; k++) {
-    uint64_t bits;
-    memcpy(&bits, &a.v[k], sizeof bits);
-    out[k] = int64_t(bits & low52) - offset;
+  for (int step = 0; step < 4; step++) {
+    const double* d = (step < 2 ? first.v : second.v) + 4 * (step & 1);
+    for (int lane = 0; lane < 4; lane++) {
+      uint64_t bits;
+      memcpy(&bits, d + lane, sizeof bits);
+      int64_t v = int64_t(bits & low52) - s.offset + s.carry[lane];
+      streams[lane][k + step] = uint32_t(uint64_t(v) & s.mask);
+      s.carry[lane] = v >> s.bits;
+    }
   }
 }
 
-// Four carry chains side by side over `count` steps (a multiple of 4): with
-// v = values[4k + lane] + carry[lane], point k of the lane's stream,
-// streams[lane][k], is v mod 2^b and the carry becomes floor(v / 2^b).
-inline void vecCarryLanes(const int64_t* values, uint64_t count, int64_t carry[4], uint32_t bits,
-                          uint32_t* const streams[4]) {
-  const uint64_t mask = (uint64_t(1) << bits) - 1;
-  int64_t c0 = carry[0], c1 = carry[1], c2 = carry[2], c3 = carry[3];
-  uint32_t *s0 = streams[0], *s1 = streams[1], *s2 = streams[2], *s3 = streams[3];
-  for (uint64_t k = 0; k < count; k++) {
-    int64_t v0 = values[4 * k] + c0, v1 = values[4 * k + 1] + c1;
-    int64_t v2 = values[4 * k + 2] + c2, v3 = values[4 * k + 3] + c3;
-    s0[k] = uint32_t(uint64_t(v0) & mask);
-    s1[k] = uint32_t(uint64_t(v1) & mask);
-    s2[k] = uint32_t(uint64_t(v2) & mask);
-    s3[k] = uint32_t(uint64_t(v3) & mask);
-    c0 = v0 >> bits;
-    c1 = v1 >> bits;
-    c2 = v2 >> bits;
-    c3 = v3 >> bits;
-  }
-  carry[0] = c0;
-  carry[1] = c1;
-  carry[2] = c2;
-  carry[3] = c3;
+inline void carryLanesEnd(const CarryLanes& s, int64_t carry[4]) {
+  for (int lane = 0; lane < 4; lane++) carry[lane] = s.carry[lane];
 }
