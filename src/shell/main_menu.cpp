@@ -5,6 +5,7 @@
 #include "constants/compute_settings.h"
 #include "platform/console.h"
 #include "platform/version.h"
+#include "shell/custom_menu.h"
 #include "shell/driver.h"
 #include "shell/settings_init.h"
 #include "shell/info_screens.h"
@@ -58,8 +59,7 @@ void printMenuOptions() {
 void customCompute() {
   ComputeSettings settings;
   initComputeSettings(nullptr, &settings);
-  // CUSTOM MENU: customComputeMenu(&settings) goes here; it edits the record
-  // and returns on "Start Computation!".
+  customComputeMenu(&settings);  // edits the record; returns on "Start Computation!"
   runComputation(nullptr, &settings);
   releaseComputeSettings(&settings);
 }

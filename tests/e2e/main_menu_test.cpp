@@ -1,5 +1,5 @@
 // The real program with scripted input: one option per run, the pause and
-// the exit status, and the run of option 4 with the default record.
+// the exit status, and a run of option 4 through the custom menu.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -97,16 +97,21 @@ TEST(Program, EndOfInputIsFatalAtOnce) {
   }
 }
 
-TEST(Program, CustomComputeRunsTheDefaultRecord) {
+TEST(Program, CustomComputeRunsTheRecordOfTheMenu) {
+  // Option 4 goes through the custom menu: 1000 decimal digits, then start.
   Folder folder;
-  ProgramResult r = runNumbrella(folder.path, "4\n", 300);
+  ProgramResult r = runNumbrella(folder.path, "4\n3\n1000\n0\n", 120);
   EXPECT_EQ(r.exitStatus, 0);
   expectOneMenu(r);
   const char* const inOrder[] = {
+      "Custom Compute a Constant\n",
+      "Select the # of decimal digits to compute:\n",
+      "  3     Decimal Digits:        1,000\n",
+      "  0     Start Computation!\n\n\noption: \n",
       "\n\nConstant :  Pi\n",
       "Algorithm:  Chudnovsky Formula\n\n",
-      "Decimal Digits    :   50,000,000\n",
-      "Hexadecimal Digits:   41,524,102\n\n",
+      "Decimal Digits    :   1,000\n",
+      "Hexadecimal Digits:   831\n\n",
       "Threads:  ",
       "Mode   :  Ram Only\n\n\n",
       "Allocating and Reserving Memory...      ",
@@ -130,9 +135,10 @@ TEST(Program, CustomComputeRunsTheDefaultRecord) {
   EXPECT_GE(count, 1u);
   EXPECT_LE(count, 256u);
   EXPECT_TRUE(endsWith(r.out, " hours )\n\n\n" + pauseEnd)) << r.out;
-  // The arena is the estimate of the default record plus its margin of 1 MiB.
+  // The arena is the estimate of the edited record plus its margin of 1 MiB.
   ComputeSettings settings;
   initComputeSettings(nullptr, &settings);
+  setDecimalDigits(&settings, 1000);
   estimateResources(&settings);
   EXPECT_NE(r.out.find("Allocating and Reserving Memory...      " +
                        formatBytes(settings.memoryNeeded + 1048576) + "\n"),
