@@ -1,4 +1,4 @@
-// The FFT kernel set for processors with AVX-512 F and DQ: one 512-bit
+// The FFT kernel set for processors with AVX-512 F, DQ and VL: one 512-bit
 // register holds four complex values.
 //
 // The kernels are the shared templates over this file's vector type, compiled
