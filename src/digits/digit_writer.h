@@ -83,6 +83,10 @@ struct DigitStream {
 // "Unable to open or create file.", "Re-attempting...", waits for a key and
 // tries again, for as long as it takes. `expectedBytes` caps the buffer.
 void digitStreamOpen(Heap* heap, DigitStream* stream, const char* path, uint64_t expectedBytes);
+// Gives up on a file that could not be created after `limit` attempts, with
+// the fatal "Unable to open or create file." (0, the default: never give up).
+// For runs with no operator, and for the tests.
+void digitStreamOpenAttempts(uint32_t limit);
 // Sends the buffer out in one write; a failed or short write is fatal
 // ("Error Writing File." in red and the system error).
 void digitStreamFlush(DigitStream* stream);
@@ -114,9 +118,17 @@ struct DigitSource {
 uint64_t writeDigitLayout(DigitStream* stream, const DigitSource* source, uint64_t count,
                           const char* label);
 
-// Worker bodies behind the top writers; the source number is already in
-// memory. They open the file, write, close, and return the seconds spent.
-double writeHexText(ComputeSettings* settings, const BigFloat* number, uint64_t integerDigits,
-                    uint32_t labelFlag);
-double writeDecimalText(ComputeSettings* settings, const ConversionOutput* digits,
-                        uint64_t integerDigits, uint32_t labelFlag);
+// The workers under the top writers; the number is in memory. Each opens its
+// file(s), writes the settings' digit count of the source's radix plus
+// `integerDigits`, closes, and returns the seconds spent.
+double writeDigitText(ComputeSettings* settings, const DigitSource* source, uint64_t integerDigits,
+                      uint32_t labelFlag);
+// The compressed format's worker (digitsPerFile non-zero). Fewer than 100
+// requested digits is fatal ("Too few digits to compress."). The format
+// itself is not built yet: a request for it ends the run with a message
+// before any file is written (the hexadecimal writer comes first).
+double writeDigitCompressed(ComputeSettings* settings, const DigitSource* source,
+                            uint64_t integerDigits, uint32_t labelFlag);
+// "Too few digits to compress." when requestedDigits is below 100; the
+// decimal writer checks it before it spends the conversion.
+void digitCompressedCheck(uint64_t requestedDigits);
