@@ -234,6 +234,16 @@ void seriesMergeFloats(Heap* heap, const SeriesKind* kind, SplitFloats* left, Sp
                        SplitFloats* out, uint64_t leftPrecision, uint64_t rightPrecision,
                        uint32_t wantP, uint32_t threadPower);
 
+// The float merge for Basic Swap: every operand is brought in just before
+// its product and every operand and result is pushed to disk after it, so
+// that only one product's numbers are in memory. Results are left on disk.
+void seriesMergeFloatsPaged(Heap* heap, const SeriesKind* kind, SplitFloats* left,
+                            SplitFloats* right, SplitFloats* out, uint64_t leftPrecision,
+                            uint64_t rightPrecision, uint32_t wantP, uint32_t threadPower);
+// Pages all numbers of a float record out (globalSwapPaths), or back in.
+void splitFloatsPushToDisk(SplitFloats* record);
+void splitFloatsLoad(Heap* heap, SplitFloats* record);
+
 // ---- Helpers for leaves and finishes ---------------------------------------------------------
 
 // A fresh number with `capacity` words at base (length 0, nothing stripped).
