@@ -3,6 +3,8 @@
 #include <atomic>
 
 #include "arith/multiply.h"
+#include "arith/fft.h"
+#include "arith/fft_tables.h"
 #include "arith/recursive.h"
 #include "arith/tuning.h"
 
@@ -53,17 +55,19 @@ bool multiplyWantsDiskPath(const BigInt& a, const BigInt& b) {
          lb >= hybridMultiplyThreshold && la <= 4 * lb && lb <= 4 * la;
 }
 
-// INTERIM: the FFT and hybrid workers are not in the build yet. Every method
-// runs on the recursive workers here, and only here; the transform workers
-// replace the two switch arms below when they arrive.
+// The one place that maps a method to its worker. INTERIM: the hybrid
+// transform is not in the build yet, so its sizes run on the FFT with larger
+// table rows (the FFT grows its tables for them); the hybrid workers replace
+// the two MultiplyHybrid arms when they arrive.
 uint64_t runSquareWorker(Heap* heap, const uint32_t* a, uint64_t n, uint32_t* product,
                          uint64_t chop, uint32_t threadPower, uint32_t attempt) {
   if (injectedFailure(attempt)) return injectedCode;
   switch (chooseSquareMethod(n, threadPower)) {
     case MultiplyRecursive:
-    case MultiplyFft:     // interim: fftSquare
+      return smallSquare(heap, a, n, product, chop);
+    case MultiplyFft:
     case MultiplyHybrid:  // interim: hybridSquare
-      break;
+      return fftSquare(heap, a, n, product, chop, fftTables);
   }
   return smallSquare(heap, a, n, product, chop);
 }
@@ -76,9 +80,11 @@ uint64_t runMultiplyWorker(Heap* heap, const uint32_t* a, uint64_t lengthA, cons
   const uint64_t shorter = lengthA < lengthB ? lengthA : lengthB;
   switch (chooseMultiplyMethod(shorter, threadPower)) {
     case MultiplyRecursive:
-    case MultiplyFft:     // interim: fftMultiply, both forms
-    case MultiplyHybrid:  // interim: hybridMultiply, both forms
       break;
+    case MultiplyFft:
+    case MultiplyHybrid:  // interim: hybridMultiply, both forms
+      if (equal) return fftMultiplyEqual(heap, a, b, lengthA, product, chop, fftTables);
+      return fftMultiply(heap, a, lengthA, b, lengthB, product, chop, fftTables);
   }
   if (equal) return smallMultiplyEqual(heap, a, b, lengthA, product, chop);
   return smallMultiply(heap, a, lengthA, b, lengthB, product, chop);

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
 #include <string>
 
 #include "constants/compute_settings.h"
@@ -72,7 +74,10 @@ TEST(Driver, EmptyConstantsComputeNothingAndReportZeroTime) {
               "0.000 seconds  ( 0.000 hours )");
     // The total time is real and small; both time lines end the output.
     std::string total = between(capture.text, "Total Time (including writing digits):  ", "\n");
-    EXPECT_EQ(total.find(" seconds  ( 0.000 hours )"), total.size() - 25) << total;
+    double totalSeconds = -1;
+    ASSERT_EQ(sscanf(total.c_str(), "%lf seconds  ( ", &totalSeconds), 1) << total;
+    EXPECT_GE(totalSeconds, 0.0);
+    EXPECT_LT(totalSeconds, 60.0);  // tables and arena only, on a busy machine too
     EXPECT_EQ(capture.text.substr(capture.text.size() - 2), "\n\n");
     // The arena had the estimate plus its margin, and is gone again.
     EXPECT_EQ(settings.s.memoryNeeded, 4096u + 1048576u);
