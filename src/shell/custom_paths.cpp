@@ -89,8 +89,8 @@ void menuOutputPath(ComputeSettings* settings) {
 void menuSwapDisks(ComputeSettings* settings) {
   freeSwapPaths(settings);
   printWide("Enter the # of disks you wish to use:\n\n");
-  uint64_t disks = readMenuCount("Disks (zero will use one disk at the default path): ", 0,
-                                 UINT64_MAX);
+  uint64_t disks =
+      readMenuCount("Disks (zero will use one disk at the default path): ", 0, UINT64_MAX);
   printWide(
       "Please enter the paths of each disk: (e.g. \"C:\" or \"C:/temp\" )\n"
       "Note: For maximum efficiency:\n"

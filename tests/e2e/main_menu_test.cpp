@@ -6,9 +6,9 @@
 #include <string>
 
 #include "constants/compute_settings.h"
-#include "shell/settings_init.h"
 #include "platform/console.h"
 #include "shell/estimate.h"
+#include "shell/settings_init.h"
 #include "support/run_program.h"
 
 namespace {

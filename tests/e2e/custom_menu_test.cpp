@@ -1,0 +1,177 @@
+// The custom computation menu in the real program: a tour through every
+// sub-menu with scripted input, the swap screens, an empty constant, and the
+// memory of the last settings screen against the arena the driver reserves.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "platform/console.h"
+#include "support/run_program.h"
+
+namespace {
+
+struct Folder {
+  std::string path = makeTempFolder();
+  ~Folder() { removeTree(path); }
+};
+
+// The text from the last settings screen to the prompt that ends it.
+std::string lastScreen(const std::string& out) {
+  size_t start = out.rfind("Custom Compute a Constant\n\n\n");
+  if (start == std::string::npos) return "";
+  size_t end = out.find("Start Computation!", start);
+  return out.substr(start, end == std::string::npos ? std::string::npos : end - start);
+}
+
+// The value printed after `label` up to the line end, searched from `from`.
+std::string valueAfter(const std::string& text, const std::string& label, size_t from = 0) {
+  size_t at = text.find(label, from);
+  if (at == std::string::npos) return "<missing " + label + ">";
+  at += label.size();
+  return text.substr(at, text.find('\n', at) - at);
+}
+
+// The memory that the last screen showed is what the driver reserved.
+void expectScreenMemoryReserved(const std::string& out) {
+  std::string screen = lastScreen(out);
+  ASSERT_FALSE(screen.empty()) << out;
+  std::string shown = valueAfter(screen, "        Memory Needed:       ");
+  std::string reserved = valueAfter(out, "Allocating and Reserving Memory...      ",
+                                    out.rfind("Custom Compute a Constant"));
+  EXPECT_EQ(shown, reserved) << out;
+}
+
+void expectInOrder(const std::string& out, std::initializer_list<const char*> pieces) {
+  size_t at = 0;
+  for (const char* piece : pieces) {
+    size_t found = out.find(piece, at);
+    ASSERT_NE(found, std::string::npos) << "missing or out of order: " << piece << "\n" << out;
+    at = found + strlen(piece);
+  }
+}
+
+TEST(CustomMenuProgram, TourOfEverySubMenu) {
+  Folder folder;
+  const std::string head =
+      "4\n"                             // main menu: custom computation
+      "1\n0\n1\n4\n9\n4294836225\n2\n"  // constant Sqrt(n): 1 out of range, 3 squares, 2
+      "2\n1\n"                          // its one algorithm
+      "3\n27\n1000\n"                   // 27 decimal digits refused, 1000 taken
+      "4\n2000\n"                       // 2000 hexadecimal digits
+      "5\n9\n2\n"                       // threads: 9 refused, k = 2
+      "6\n";                            // digits into the test folder
+  const std::string tail =
+      "7\n"        // too small to compress
+      "8\n2\n1\n"  // mode: only Ram Only offered
+      "9\n"        // refused in Ram Only
+      "0\n";       // start
+  std::string input = head + folder.path + "\n" + tail;
+  ProgramResult r = runNumbrella(folder.path, input, 120);
+  EXPECT_EQ(r.exitStatus, 0) << r.out;
+  EXPECT_FALSE(r.timedOut);
+  EXPECT_EQ(r.err, "");
+  EXPECT_EQ(r.out.find('\x1b'), std::string::npos);
+  EXPECT_EQ(countOccurrences(r.out, "This number is a perfect square.\n"), 3u);
+  expectInOrder(r.out, {
+                           "Compute a Constant: (in ascending order of difficulty to compute)",
+                           "Square Root of n\n\nn = n = \n",
+                           "  1     Constant:    Sqrt(2)\n",
+                           "Select an Algorithm:\n\n1     1st order Newton's Method\n",
+                           "Select the # of decimal digits to compute:\n\n"
+                           "Digits: Error: # of digits is out of range\nDigits: \n",
+                           "  3     Decimal Digits:        1,000\n",
+                           "Select the # of hexadecimal digits to compute:\n\nDigits: \n",
+                           "  3     Decimal Digits:        2,408\n"
+                           "  4     Hexadecimal Digits:    2,000\n",
+                           "Select a threading mode: \n",
+                           "k = k = \n",
+                           "  5     Threading Mode:    4 threads\n",
+                           "Enter the path to write the digits to.",
+                           "Computation is too small for compression.\n\n\n",
+                           "Select a Mode:\n\n",
+                           "option: option: \n",
+                           "  8     Computation Mode:    Ram Only\n",
+                           "  0     Start Computation!\n\n\noption: option: \n",
+                           "\n\nConstant :  Sqrt(2)\n",
+                           "Algorithm:  Newton's Method\n\n",
+                           "Decimal Digits    :   2,408\n",
+                           "Hexadecimal Digits:   2,000\n\n",
+                           "Threads:  4\n",
+                           "Mode   :  Ram Only\n\n\n",
+                           "Begin Computation:\n\n",
+                           "Total Time (including writing digits):  ",
+                       });
+  EXPECT_EQ(r.out.find("Basic Disk Swapping"), std::string::npos);
+  EXPECT_NE(lastScreen(r.out).find("  6     Write Digits To:   " + folder.path + "\n"),
+            std::string::npos);
+  expectScreenMemoryReserved(r.out);
+  for (const std::string& name : listFolder(folder.path)) {
+    EXPECT_EQ(name.find("pathcheck"), std::string::npos);  // the probe leaves nothing
+  }
+}
+
+TEST(CustomMenuProgram, SwapScreensThenBackToRamOnly) {
+  Folder folder;
+  // Basic Swap at 50,000,000 digits, two disks; then 1000 digits, too few
+  // to swap, bring Ram Only back and option 9 is refused before the start.
+  std::string input =
+      "4\n8\n2\n9\n2\n" + folder.path + "/a\n" + folder.path + "/b\n" + "3\n1000\n9\n0\n";
+  ProgramResult r = runNumbrella(folder.path, input, 120);
+  EXPECT_EQ(r.exitStatus, 0) << r.out;
+  expectInOrder(r.out, {
+                           "Option      Mode                Approx. Memory Needed\n\n",
+                           " 2      Basic Disk Swapping         ",
+                           "  8     Computation Mode:    Basic Swap\n"
+                           "  9     Swap Disks:          None Selected - Use Default Path\n",
+                           "Disks (zero will use one disk at the default path): \n"
+                           "Please enter the paths of each disk:",
+                           "Path 0: Path 1: \n",
+                           "  9     Swap Disks:          2\n\n"
+                           "        Memory Needed:       ",
+                           " per disk )\n",
+                           "  8     Computation Mode:    Ram Only\n\n        Memory Needed:",
+                           "option: option: \n",
+                           "Mode   :  Ram Only\n\n\n",
+                       });
+  expectScreenMemoryReserved(r.out);
+  // The share per disk is half the whole on the screen with two disks.
+  size_t twoDisks = r.out.find("  9     Swap Disks:          2\n");
+  std::string disk = valueAfter(r.out, "        Disk Needed:         ", twoDisks);
+  EXPECT_NE(disk.find("  ( "), std::string::npos) << disk;
+}
+
+TEST(CustomMenuProgram, EmptyConstantComputesNothing) {
+  Folder folder;
+  ProgramResult r = runNumbrella(folder.path, "4\n1\n6\n2\n3\n1000\n0\n", 60);
+  EXPECT_EQ(r.exitStatus, 0) << r.out;
+  expectInOrder(r.out, {
+                           "  1     Constant:    \n  2     Algorithm:   \n\n",
+                           "Select an Algorithm:\n\nCustom Compute a Constant",
+                           "\n\nConstant :  \nAlgorithm:  \n\n",
+                           "Begin Computation:\n\n",
+                           "Total Computation Time:                 0.000 seconds",
+                       });
+  expectScreenMemoryReserved(r.out);
+  EXPECT_TRUE(listFolder(folder.path).empty());
+}
+
+TEST(CustomMenuProgram, ScreenMemoryIsTheArenaForEachConstant) {
+  // A few constants, algorithms and thread counts at small sizes: the last
+  // screen and the driver agree on the arena every time.
+  const char* const scripts[] = {
+      "4\n1\n10\n2\n3\n5\n3\n3\n20000\n0\n",  // Euler, compute and verify, 8 threads
+      "4\n1\n9\n2\n2\n5\n0\n3\n10000\n0\n",   // Catalan by Ramanujan, one thread
+      "4\n1\n2\n4\n100000\n0\n",              // e, 100,000 hexadecimal digits
+      "4\n1\n8\n3\n50000\n5\n1\n0\n",         // Zeta(3), 2 threads
+  };
+  for (const char* script : scripts) {
+    SCOPED_TRACE(script);
+    Folder folder;
+    ProgramResult r = runNumbrella(folder.path, script, 120);
+    EXPECT_EQ(r.exitStatus, 0) << r.out;
+    expectScreenMemoryReserved(r.out);
+  }
+}
+
+}  // namespace

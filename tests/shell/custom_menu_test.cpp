@@ -1,0 +1,667 @@
+// The custom computation menu: the settings screen, every sub-menu with its
+// texts and range rules, the re-estimate after each change, and the undo of
+// a size that would need Advanced Swap.
+#include "shell/custom_menu.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "arith/size_limits.h"
+#include "memory/raidfile.h"
+#include "platform/console.h"
+#include "shell/estimate.h"
+#include "shell/settings_init.h"
+#include "support/run_program.h"
+
+namespace {
+
+// Console output captured and input scripted for the life of the object.
+struct Capture {
+  std::string text;
+  explicit Capture(const char* input) {
+    consoleCaptureTo(&text);
+    consoleInputFrom(input);
+  }
+  ~Capture() {
+    consoleCaptureTo(nullptr);
+    consoleInputFrom(nullptr);
+  }
+};
+
+// The default record (Pi, 50,000,000 digits) with a fixed thread count, so
+// that screens do not depend on the machine.
+struct Settings {
+  ComputeSettings s;
+  explicit Settings(uint32_t threadPower = 1) {
+    initComputeSettings(nullptr, &s);
+    s.threadPower = threadPower;
+    estimateResources(&s);
+  }
+  ~Settings() { releaseComputeSettings(&s); }
+};
+
+// The needs a fresh estimate gives for the record as it stands: the menus
+// must leave exactly these behind.
+void expectEstimated(const ComputeSettings& s) {
+  ComputeSettings copy = s;
+  estimateResources(&copy);
+  EXPECT_EQ(s.memoryNeeded, copy.memoryNeeded);
+  EXPECT_EQ(s.diskNeeded, copy.diskNeeded);
+  EXPECT_EQ(s.computeMode, copy.computeMode);
+  EXPECT_EQ(s.digitsPerFile, copy.digitsPerFile);
+}
+
+std::string screenOf(const ComputeSettings& s) {
+  Capture capture("");
+  printSettingsScreen(&s);
+  return capture.text;
+}
+
+TEST(SettingsScreen, DefaultRecordExactly) {
+  Settings settings(1);
+  std::string expected =
+      "Custom Compute a Constant\n\n\n"
+      "Current Settings: (select option # to change setting)\n\n"
+      "  1     Constant:    Pi\n"
+      "  2     Algorithm:   Chudnovsky Formula\n\n"
+      "  3     Decimal Digits:        50,000,000\n"
+      "  4     Hexadecimal Digits:    41,524,102\n\n"
+      "  5     Threading Mode:    2 threads\n"
+      "  6     Write Digits To:   Default Path\n"
+      "  7     Compress Output:   No - Write digits to a text file.\n\n"
+      "  8     Computation Mode:    Ram Only\n"
+      "\n        Memory Needed:       " +
+      formatBytes(settings.s.memoryNeeded + 1048576) +
+      "\n"
+      "\n  0     Start Computation!";
+  EXPECT_EQ(screenOf(settings.s), expected);
+}
+
+TEST(SettingsScreen, SwapModeDisksSplitOutputAndOneThread) {
+  Settings settings(0);
+  ComputeSettings& s = settings.s;
+  s.computeMode = computeModeBasicSwap;
+  s.digitsPerFile = 10000000;
+  s.outputPath = strdup("/tmp/digits here");
+  estimateResources(&s);
+  ASSERT_GT(s.diskNeeded, 0u);
+
+  std::string screen = screenOf(s);
+  EXPECT_NE(screen.find("  5     Threading Mode:    Multi-Threading Disabled\n"
+                        "  6     Write Digits To:   /tmp/digits here\n"
+                        "  7     Compress Output:   Yes - Compress digits and split them into "
+                        "multiple\n"
+                        "                           files with  10,000,000  digits per file.\n\n"
+                        "  8     Computation Mode:    Basic Swap\n"
+                        "  9     Swap Disks:          None Selected - Use Default Path\n\n"
+                        "        Memory Needed:       " +
+                        formatBytes(s.memoryNeeded + 1048576) +
+                        "\n"
+                        "        Disk Needed:         " +
+                        formatBytes(s.diskNeeded) + "\n\n  0     Start Computation!"),
+            std::string::npos)
+      << screen;
+
+  // One disk: no share per disk. Three: the share of each.
+  s.swapDiskCount = 1;
+  screen = screenOf(s);
+  EXPECT_NE(screen.find("  9     Swap Disks:          1\n"), std::string::npos);
+  EXPECT_NE(screen.find("Disk Needed:         " + formatBytes(s.diskNeeded) + "\n"),
+            std::string::npos);
+  s.swapDiskCount = 3;
+  screen = screenOf(s);
+  EXPECT_NE(screen.find("Disk Needed:         " + formatBytes(s.diskNeeded) + "  ( " +
+                        formatBytes(s.diskNeeded / 3) + " per disk )\n"),
+            std::string::npos)
+      << screen;
+
+  s.digitsPerFile = -1;
+  EXPECT_NE(screenOf(s).find("  7     Compress Output:   Yes - Compress digits into one .zdg "
+                             "file.\n\n"),
+            std::string::npos);
+}
+
+TEST(SettingsScreen, EulerSeriesSizeAndEmptyConstant) {
+  Settings settings;
+  ComputeSettings& s = settings.s;
+  selectConstant(nullptr, &s, constantEuler);
+  estimateResources(&s);
+  uint32_t k = s.constantParameter;
+  ASSERT_GE(k, 5u);
+  EXPECT_NE(screenOf(s).find("  1     Constant:    Euler-Mascheroni Constant\n"
+                             "  2     Algorithm:   Brent-McMillan with Refinement  ( n = 2^" +
+                             std::to_string(k + 1) + " )\n\n"),
+            std::string::npos);
+  s.algorithm = 2;
+  EXPECT_NE(screenOf(s).find("Compute and Verify  ( n = 2^" + std::to_string(k) + " , 2^" +
+                             std::to_string(k + 1) + " )\n\n"),
+            std::string::npos);
+
+  selectConstant(nullptr, &s, 6);
+  estimateResources(&s);
+  EXPECT_NE(screenOf(s).find("  1     Constant:    \n  2     Algorithm:   \n\n"),
+            std::string::npos);
+}
+
+TEST(CustomMenu, LoopOffersNineOnlyInASwapMode) {
+  Settings settings;
+  {
+    // Ram Only: 9 is refused silently, 0 starts.
+    Capture capture("9\n0\n");
+    customComputeMenu(&settings.s);
+    EXPECT_NE(capture.text.find("  0     Start Computation!\n\n\noption: option: \n"),
+              std::string::npos)
+        << capture.text;
+    EXPECT_EQ(capture.text.find("Enter the # of disks"), std::string::npos);
+    EXPECT_EQ(capture.text.find("  9     Swap Disks:"), std::string::npos);
+  }
+  {
+    // Basic Swap: 9 opens the disks menu, 10 is refused.
+    settings.s.computeMode = computeModeBasicSwap;
+    Capture capture("10\n9\n0\n0\n");
+    customComputeMenu(&settings.s);
+    EXPECT_NE(capture.text.find("option: option: \nEnter the # of disks you wish to use:"),
+              std::string::npos)
+        << capture.text;
+    EXPECT_EQ(countOccurrences(capture.text, "Custom Compute a Constant\n"), 2u);
+  }
+}
+
+TEST(CustomMenu, EveryRoundShowsTheFreshEstimate) {
+  // The loop re-estimates before each screen: a record edited behind its
+  // back is corrected before it is shown.
+  Settings settings;
+  settings.s.memoryNeeded = 1;
+  settings.s.digitsPerFile = -1;  // below the compression floor after 3
+  Capture capture("3\n100000\n0\n");
+  customComputeMenu(&settings.s);
+  expectEstimated(settings.s);
+  EXPECT_EQ(settings.s.digitsPerFile, 0);
+  size_t last = capture.text.rfind("Memory Needed:       ");
+  ASSERT_NE(last, std::string::npos);
+  EXPECT_EQ(capture.text.substr(last + 21).rfind(formatBytes(settings.s.memoryNeeded + 1048576), 0),
+            0u);
+}
+
+TEST(ConstantMenu, ListingAndEveryId) {
+  Settings settings;
+  {
+    Capture capture("11\n8\n");
+    menuConstant(&settings.s);
+    EXPECT_EQ(capture.text,
+              "Compute a Constant: (in ascending order of difficulty to compute)\n\n"
+              "  0         Sqrt(n)\n"
+              "  1         Golden Ratio                = 1.618034...\n\n"
+              "  2         e                           = 2.718281...\n"
+              "  3         Pi                          = 3.141592...\n"
+              "  4         Log(2)                      = 0.693147...\n"
+              "  5         Log(10)                     = 2.302585...\n"
+              "  8         Zeta(3) (Apery's Constant)  = 1.202056...\n\n"
+              "  9         Catalan's Constant          = 0.915965...\n"
+              " 10         Euler-Mascheroni Constant   = 0.577215...\n\n"
+              "Enter your choice:\n"
+              "option: option: \n");
+  }
+  const struct {
+    const char* input;
+    uint32_t id;
+    const char* name;
+  } cases[] = {
+      {"1\n", 1, "Golden Ratio"},
+      {"2\n", 2, "e"},
+      {"3\n", 3, "Pi"},
+      {"4\n", 4, "Log(2)"},
+      {"5\n", 5, "Log(10)"},
+      {"6\n", 6, ""},
+      {"7\n", 7, ""},
+      {"8\n", 8, "Zeta(3) - Apery's Constant"},
+      {"9\n", 9, "Catalan's Constant"},
+      {"10\n", 10, "Euler-Mascheroni Constant"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.input);
+    settings.s.algorithm = 1;
+    Capture capture(c.input);
+    menuConstant(&settings.s);
+    EXPECT_EQ(settings.s.constantId, c.id);
+    EXPECT_STREQ(settings.s.displayName, c.name);
+    EXPECT_EQ(settings.s.algorithm, 0u);
+    expectEstimated(settings.s);
+    if (c.id == 6 || c.id == 7) {
+      EXPECT_EQ(settings.s.memoryNeeded, 0u);
+    } else {
+      EXPECT_GT(settings.s.memoryNeeded, 0u);
+      EXPECT_EQ(
+          std::string(settings.s.decimalFileStem),
+          std::string(settings.s.nameShort) + " - Dec - " + settings.s.algorithmShortNames[0]);
+    }
+  }
+}
+
+TEST(ConstantMenu, SquareRootRefusesPerfectSquaresAndOne) {
+  Settings settings;
+  {
+    // 1 is out of range (asked again silently); 4, 9 and 65535^2 are squares.
+    Capture capture("0\n1\n4\n9\n4294836225\n2\n");
+    menuConstant(&settings.s);
+    EXPECT_EQ(countOccurrences(capture.text,
+                               "This number is a perfect square.\n"
+                               "Please choose something more interesting :)\n\n"),
+              3u);
+    EXPECT_NE(capture.text.find("option: \nSquare Root of n\n\nn = n = \n"
+                                "This number is a perfect square.\n"),
+              std::string::npos)
+        << capture.text;
+    EXPECT_EQ(settings.s.constantId, constantSqrtN);
+    EXPECT_EQ(settings.s.constantParameter, 2u);
+    EXPECT_STREQ(settings.s.displayName, "Sqrt(2)");
+    EXPECT_STREQ(settings.s.decimalFileStem, "Sqrt(2) - Dec - Newton");
+    expectEstimated(settings.s);
+  }
+  for (uint32_t n : {3u, 15u, 17u, 4294836224u, 4294836226u, 4294967295u}) {
+    std::string input = "0\n" + std::to_string(n) + "\n";
+    Capture capture(input.c_str());
+    menuConstant(&settings.s);
+    EXPECT_EQ(settings.s.constantParameter, n);
+    EXPECT_EQ(capture.text.find("perfect square"), std::string::npos) << n;
+  }
+  // Every square of a 16-bit root is refused (sampled); 2^32 is out of range.
+  for (uint32_t r = 2; r < 65536; r += 997) {
+    std::string input = "0\n4294967296\n" + std::to_string(r * r) + "\n7\n";
+    Capture capture(input.c_str());
+    menuConstant(&settings.s);
+    EXPECT_EQ(settings.s.constantParameter, 7u) << r;
+    EXPECT_EQ(countOccurrences(capture.text, "This number is a perfect square."), 1u) << r;
+  }
+}
+
+TEST(AlgorithmMenu, LinesRangeAndStems) {
+  Settings settings;
+  selectConstant(nullptr, &settings.s, constantLog2);
+  {
+    Capture capture("0\n4\n3\n");
+    menuAlgorithm(&settings.s);
+    EXPECT_EQ(capture.text,
+              "Select an Algorithm:\n\n"
+              "1     Log(2) =\n\n      18*ArcCoth(26) - 2*ArcCoth(4801) + 8*ArcCoth(8749)\n\n\n"
+              "2     Log(2) =\n\n      144*ArcCoth(251) + 54*ArcCoth(449) - 38*ArcCoth(4801) + "
+              "62*ArcCoth(8749)\n\n\n"
+              "3     Compute and Verify using: Log(2) =\n\n"
+              "       72*ArcCoth( 99) - 18*ArcCoth(449) + 34*ArcCoth(4801) - 10*ArcCoth(8749)\n"
+              "      144*ArcCoth(251) + 54*ArcCoth(449) - 38*ArcCoth(4801) + 62*ArcCoth(8749)\n\n"
+              "\nEnter your choice:\n"
+              "option: option: option: \n");
+    EXPECT_EQ(settings.s.algorithm, 2u);
+    EXPECT_STREQ(settings.s.decimalFileStem, "Log(2) - Dec - ");
+    expectEstimated(settings.s);
+  }
+  {
+    Capture capture("2\n");
+    menuAlgorithm(&settings.s);
+    EXPECT_EQ(settings.s.algorithm, 1u);
+    EXPECT_STREQ(settings.s.hexFileStem, "Log(2) - Hex - Machin 2");
+    expectEstimated(settings.s);
+  }
+  {
+    // Pi has two algorithms: 3 is refused.
+    selectConstant(nullptr, &settings.s, constantPi);
+    Capture capture("3\n2\n");
+    menuAlgorithm(&settings.s);
+    EXPECT_EQ(settings.s.algorithm, 1u);
+    EXPECT_NE(capture.text.find("2     Ramanujan's Formula     (~40% slower)\n"),
+              std::string::npos);
+    EXPECT_NE(capture.text.find("option: option: \n"), std::string::npos);
+  }
+  {
+    // An empty constant offers nothing and reads nothing.
+    selectConstant(nullptr, &settings.s, 7);
+    Capture capture("");
+    menuAlgorithm(&settings.s);
+    EXPECT_EQ(capture.text, "Select an Algorithm:\n\n");
+  }
+}
+
+TEST(DigitMenus, DecimalRangeRules) {
+  Settings settings;
+  ComputeSettings& s = settings.s;
+  std::string overLimit = std::to_string(s.digitLimit + 1);
+  std::string input = "27\nabc\n" + overLimit + "\n28\n";
+  Capture capture(input.c_str());
+  menuDecimalDigits(&s);
+  EXPECT_EQ(capture.text,
+            "Select the # of decimal digits to compute:\n\n"
+            "Digits: Error: # of digits is out of range\n"
+            "Digits: Digits: Error: # of digits is out of range\n"
+            "Digits: \n");
+  // 28 digits: 24 hexadecimal digits, 5 words, the smallest accepted.
+  EXPECT_EQ(s.decimalDigits, 28u);
+  EXPECT_EQ(s.hexDigits, 24u);
+  EXPECT_EQ(s.wordCount, 5u);
+  expectEstimated(s);
+}
+
+TEST(DigitMenus, DecimalLimitIsAcceptedAndKeepsTheMode) {
+  Settings settings;
+  ComputeSettings& s = settings.s;
+  s.computeMode = computeModeBasicSwap;
+  std::string input = std::to_string(s.digitLimit) + "\n";
+  Capture capture(input.c_str());
+  menuDecimalDigits(&s);
+  EXPECT_EQ(s.decimalDigits, largestRunDecimalDigits);
+  EXPECT_EQ(s.wordCount, largestRunWords);
+  EXPECT_EQ(s.computeMode, computeModeBasicSwap);
+  EXPECT_EQ(capture.text.find("Advanced Swap"), std::string::npos);
+  expectEstimated(s);
+}
+
+TEST(DigitMenus, HexadecimalRangeRules) {
+  Settings settings;
+  ComputeSettings& s = settings.s;
+  {
+    // No lower limit on this path.
+    Capture capture("0\n");
+    menuHexDigits(&s);
+    EXPECT_EQ(capture.text, "Select the # of hexadecimal digits to compute:\n\nDigits: \n");
+    EXPECT_EQ(s.hexDigits, 0u);
+    EXPECT_EQ(s.decimalDigits, 0u);
+    EXPECT_EQ(s.wordCount, 2u);
+    expectEstimated(s);
+  }
+  {
+    // The largest count within the digit limit, after three over it.
+    Capture capture("79999999999192\n18446744073709551615\n96329598611500\n79999999999191\n");
+    menuHexDigits(&s);
+    EXPECT_EQ(countOccurrences(capture.text, "Digits: Error: Digit Limit Exceeded\n"), 3u);
+    EXPECT_EQ(s.hexDigits, 79999999999191u);
+    EXPECT_EQ(s.decimalDigits, s.digitLimit);
+    EXPECT_EQ(s.wordCount, 79999999999191u / 8 + 2);
+    expectEstimated(s);
+  }
+  {
+    // A count typed in hexadecimal is kept as typed.
+    Capture capture("1048577\n");
+    menuHexDigits(&s);
+    EXPECT_EQ(s.hexDigits, 1048577u);
+    EXPECT_EQ(s.decimalDigits, 1262612u);  // floor(1048577 * log(16) / log(10))
+    EXPECT_EQ(s.wordCount, 131074u);
+  }
+}
+
+TEST(DigitMenus, AdvancedSwapIsOutOfReachOfBothMenus) {
+  // Every count the menus accept stays within 10^13 words: the largest
+  // hexadecimal count within the digit limit (the decimal count grows with
+  // it) and the decimal limit itself. So the refusal cannot be reached by
+  // typing; it is tested directly below.
+  Settings settings;
+  ComputeSettings& s = settings.s;
+  setHexDigits(&s, 79999999999191u);
+  EXPECT_LE(s.decimalDigits, s.digitLimit);
+  EXPECT_LE(s.wordCount, advancedSwapWords);
+  setHexDigits(&s, 79999999999192u);
+  EXPECT_GT(s.decimalDigits, s.digitLimit);
+  setDecimalDigits(&s, s.digitLimit);
+  EXPECT_LE(s.wordCount, advancedSwapWords);
+  // The smallest hexadecimal count past 10^13 words is far over the limit.
+  setHexDigits(&s, (advancedSwapWords - 1) * 8);
+  EXPECT_EQ(s.wordCount, advancedSwapWords + 1);
+  EXPECT_GT(s.decimalDigits, s.digitLimit);
+}
+
+TEST(DigitMenus, AdvancedSwapRefusalRestoresTheOldRecord) {
+  Settings settings;
+  ComputeSettings& s = settings.s;
+  s.computeMode = computeModeBasicSwap;
+  estimateResources(&s);
+  ComputeSettings before = s;
+
+  // Exactly 10^13 words passes; one word more is refused.
+  s.digitLimit = ~uint64_t(0) / 2;
+  setHexDigits(&s, (advancedSwapWords - 2) * 8);
+  ASSERT_EQ(s.wordCount, advancedSwapWords);
+  {
+    Capture capture("");
+    EXPECT_FALSE(refuseAdvancedSwap(&s, before.decimalDigits, before.computeMode));
+    EXPECT_EQ(capture.text, "");
+    EXPECT_EQ(s.wordCount, advancedSwapWords);
+  }
+  setDecimalDigits(&s, 200000000000000ull);
+  s.computeMode = computeModeRamOnly;
+  ASSERT_GT(s.wordCount, advancedSwapWords);
+  {
+    Capture capture("\n");
+    EXPECT_TRUE(refuseAdvancedSwap(&s, before.decimalDigits, before.computeMode));
+    EXPECT_EQ(capture.text,
+              "Computing this many digits will require Advanced Swap Mode.\n"
+              "This feature has not been implemented yet.\n\n"
+              "Press any key to continue . . . \n"
+              "\n");
+  }
+  EXPECT_EQ(s.decimalDigits, before.decimalDigits);
+  EXPECT_EQ(s.hexDigits, before.hexDigits);
+  EXPECT_EQ(s.wordCount, before.wordCount);
+  EXPECT_EQ(s.computeMode, computeModeBasicSwap);
+  EXPECT_EQ(s.memoryNeeded, before.memoryNeeded);
+  EXPECT_EQ(s.diskNeeded, before.diskNeeded);
+
+  // An old count from the hexadecimal path comes back through the decimal
+  // relations: 0 hexadecimal digits return as 1, and that count is below
+  // the decimal menu's range, so only the final estimate runs.
+  s.computeMode = computeModeRamOnly;
+  setHexDigits(&s, 0);
+  uint64_t oldDecimal = s.decimalDigits;
+  setDecimalDigits(&s, 200000000000000ull);
+  {
+    Capture capture("\n");
+    EXPECT_TRUE(refuseAdvancedSwap(&s, oldDecimal, computeModeRamOnly));
+  }
+  EXPECT_EQ(s.decimalDigits, 0u);
+  EXPECT_EQ(s.hexDigits, 1u);
+  EXPECT_EQ(s.wordCount, 2u);
+  expectEstimated(s);
+}
+
+TEST(ThreadsMenu, TextRangeAndEstimate) {
+  Settings settings(0);
+  ComputeSettings& s = settings.s;
+  uint64_t oneThread = s.memoryNeeded;
+  Capture capture("9\n3\n");
+  menuThreads(&s);
+  EXPECT_EQ(capture.text.rfind("Select a threading mode: \n\n k      Threads\n\n"
+                               " 0            1  (no multi-threading)\n",
+                               0),
+            0u);
+  EXPECT_NE(capture.text.find("Otherwise, numbrella will end up using more cores than what you "
+                              "specify.\nk = k = \n"),
+            std::string::npos)
+      << capture.text;
+  EXPECT_EQ(s.threadPower, 3u);
+  expectEstimated(s);
+  EXPECT_GT(s.memoryNeeded, oneThread);  // the thread recursion adds scratch
+
+  setThreadPower(&s, 9);  // ignored
+  EXPECT_EQ(s.threadPower, 3u);
+  setThreadPower(&s, 8);
+  EXPECT_EQ(s.threadPower, 8u);
+  expectEstimated(s);
+}
+
+TEST(OutputFormatMenu, FloorOfCompression) {
+  Settings settings;
+  ComputeSettings& s = settings.s;
+  setHexDigits(&s, 1048575);
+  s.digitsPerFile = -1;
+  {
+    Capture capture("");
+    menuOutputFormat(&s);
+    EXPECT_EQ(capture.text, "Computation is too small for compression.\n\n\n");
+    EXPECT_EQ(s.digitsPerFile, 0);  // an earlier choice is reset
+  }
+  setHexDigits(&s, 1048576);
+  {
+    Capture capture("3\n1\n");
+    menuOutputFormat(&s);
+    EXPECT_EQ(capture.text,
+              "Select an Output Format:\n\n"
+              "  0     Write to a text file. Do not compress.\n"
+              "  1     Compress digits into a single .zdg file.\n"
+              "  2     Compress digits into multiple .zdg files with a user-specified\n"
+              "        number of digits per file.\n\n"
+              "option: option: \n");
+    EXPECT_EQ(s.digitsPerFile, -1);
+  }
+  {
+    Capture capture("0\n");
+    menuOutputFormat(&s);
+    EXPECT_EQ(s.digitsPerFile, 0);
+  }
+}
+
+TEST(OutputFormatMenu, DigitsPerFileRange) {
+  Settings settings;
+  ComputeSettings& s = settings.s;  // 41,524,102 hexadecimal digits
+  {
+    Capture capture("2\n999999\n41524102\nmany\n41524101\n");
+    menuOutputFormat(&s);
+    EXPECT_EQ(countOccurrences(capture.text, "Digits per file: "), 4u);
+  }
+  EXPECT_EQ(s.digitsPerFile, 41524101);
+  expectEstimated(s);
+
+  {
+    Capture again("2\n1000000\n");
+    menuOutputFormat(&s);
+  }
+  EXPECT_EQ(s.digitsPerFile, 1000000);
+  {
+    // A new digit count does not ask again for the split size.
+    Capture digits("40000000\n");
+    menuDecimalDigits(&s);
+  }
+  EXPECT_EQ(s.digitsPerFile, 1000000);
+}
+
+TEST(PathMenus, ProbeBuildsANameOnly) {
+  std::string folder = makeTempFolder();
+  EXPECT_NE(probeWritablePath(folder.c_str()), 0);
+  EXPECT_NE(probeWritablePath((folder + "/").c_str()), 0);
+  EXPECT_NE(probeWritablePath((folder + "/no/such/folder").c_str()), 0);
+  EXPECT_NE(probeWritablePath(""), 0);
+  EXPECT_TRUE(listFolder(folder).empty());  // no probe file left or made
+  removeTree(folder);
+}
+
+TEST(PathMenus, OutputPathIsStoredAsTyped) {
+  Settings settings;
+  ComputeSettings& s = settings.s;
+  {
+    // The line end of the option before is skipped; blanks are kept.
+    Capture capture("\n/tmp/my digits \n");
+    menuOutputPath(&s);
+    EXPECT_EQ(capture.text,
+              "Enter the path to write the digits to. (e.g. \"C:\" or \"C:/temp\" )\n\n"
+              "Path: \n");
+    EXPECT_STREQ(s.outputPath, "/tmp/my digits ");
+  }
+  {
+    Capture capture("D:\\out\\\n");
+    menuOutputPath(&s);
+    EXPECT_STREQ(s.outputPath, "D:\\out\\");
+  }
+  EXPECT_NE(screenOf(s).find("  6     Write Digits To:   D:\\out\\\n"), std::string::npos);
+}
+
+TEST(PathMenus, SwapDisksListAndTheCountThatKeepsGrowing) {
+  Settings settings;
+  ComputeSettings& s = settings.s;
+  s.computeMode = computeModeBasicSwap;
+  estimateResources(&s);
+  {
+    Capture capture("x\n2\n/disk/a\n/disk/b\n");
+    menuSwapDisks(&s);
+    EXPECT_EQ(capture.text,
+              "Enter the # of disks you wish to use:\n\n"
+              "Disks (zero will use one disk at the default path): "
+              "Disks (zero will use one disk at the default path): \n"
+              "Please enter the paths of each disk: (e.g. \"C:\" or \"C:/temp\" )\n"
+              "Note: For maximum efficiency:\n"
+              "        1 - The paths MUST be on separate physical disks.\n"
+              "        2 - Each disk should be identical. (speed, size, brand...)\n"
+              "        3 - Ideally, (though not required), the disks should be empty.\n"
+              "Path 0: Path 1: \n");
+  }
+  ASSERT_NE(s.swapPaths, nullptr);
+  ASSERT_EQ(s.swapPaths->count, 2u);
+  EXPECT_STREQ(s.swapPaths->paths[0], "/disk/a");
+  EXPECT_STREQ(s.swapPaths->paths[1], "/disk/b");
+  EXPECT_EQ(s.swapDiskCount, 2u);
+  expectEstimated(s);
+  {
+    // A second visit starts a new list but adds to the count.
+    Capture capture("1\n/disk/c\n");
+    menuSwapDisks(&s);
+  }
+  ASSERT_NE(s.swapPaths, nullptr);
+  ASSERT_EQ(s.swapPaths->count, 1u);
+  EXPECT_STREQ(s.swapPaths->paths[0], "/disk/c");
+  EXPECT_EQ(s.swapDiskCount, 3u);
+  {
+    Capture capture("0\n");
+    menuSwapDisks(&s);
+    EXPECT_NE(capture.text.find("the disks should be empty.\n\n"), std::string::npos);
+  }
+  EXPECT_EQ(s.swapPaths, nullptr);
+  EXPECT_EQ(s.swapDiskCount, 3u);
+}
+
+TEST(ModeMenu, SwapOfferedFromFiveMillionWords) {
+  Settings settings;
+  ComputeSettings& s = settings.s;
+  uint64_t ram = 0, swap = 0, disk = 0;
+  {
+    // Default record: 5,190,514 words, both modes with their memory.
+    estimateConstant(s.constantId, s.algorithm, s.wordCount, s.threadPower, computeModeRamOnly,
+                     &ram, &disk);
+    estimateConstant(s.constantId, s.algorithm, s.wordCount, s.threadPower, computeModeBasicSwap,
+                     &swap, &disk);
+    Capture capture("0\n3\n2\n");
+    menuComputationMode(&s);
+    EXPECT_EQ(capture.text,
+              "Select a Mode:\n\n"
+              "Option      Mode                Approx. Memory Needed\n\n"
+              " 1      Ram Only                    " +
+                  formatBytes(ram) +
+                  "\n"
+                  " 2      Basic Disk Swapping         " +
+                  formatBytes(swap) + "\n\noption: option: option: \n");
+    EXPECT_EQ(s.computeMode, computeModeBasicSwap);
+    EXPECT_EQ(s.memoryNeeded, swap);
+    EXPECT_EQ(s.diskNeeded, disk);
+    expectEstimated(s);
+  }
+  {
+    // Just below the floor only Ram Only is offered and 2 is refused.
+    setHexDigits(&s, (swapFloorWords - 3) * 8);
+    ASSERT_EQ(s.wordCount, swapFloorWords - 1);
+    Capture capture("2\n1\n");
+    menuComputationMode(&s);
+    EXPECT_EQ(capture.text.find("Basic Disk Swapping"), std::string::npos);
+    EXPECT_NE(capture.text.find("option: option: \n"), std::string::npos);
+    EXPECT_EQ(s.computeMode, computeModeRamOnly);
+    EXPECT_EQ(s.diskNeeded, 0u);
+  }
+  {
+    // A swap mode chosen earlier falls back to Ram Only when the size drops.
+    setDecimalDigits(&s, 50000000);
+    setComputeMode(&s, computeModeBasicSwap);
+    EXPECT_GT(s.diskNeeded, 0u);
+    Capture capture("1000\n");
+    menuDecimalDigits(&s);
+    EXPECT_EQ(s.computeMode, computeModeRamOnly);
+    EXPECT_EQ(s.diskNeeded, 0u);
+  }
+}
+
+}  // namespace
