@@ -63,7 +63,7 @@ const SeriesKind* piSeriesKind(uint32_t algorithm);
 // Words of Q(0, n) and of P(0, n) (extended precision, for the plan and the
 // memory figures):
 //   size(n)  = (lnQ n + 3 lnFactorial(n)) / (32 ln 2)
-//   sizeP(n) = lnFactorial(6n) / 3 / (32 ln 2)                 (Chudnovsky)
+//   sizeP(n) = (n ln 72 + 3 lnFactorial(n)) / (32 ln 2)          (Chudnovsky)
 //            = (0.75 lnFactorial(4n) - n ln 2) / (32 ln 2)     (Ramanujan)
 long double chudnovskySizeWords(long double n);
 long double chudnovskySizePWords(long double n);

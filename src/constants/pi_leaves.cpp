@@ -204,8 +204,11 @@ bool piLeaf(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last, S
   PiTerm term;
   piTerm(algorithm, last, &term);
   splitRecordSetZero(out);
+  // P at 3 words, R at 5 and Q at 4, or 5 for Chudnovsky once k^3 passes
+  // 64 bits; the 64-bit forms' longer terms take their own lengths.
+  uint32_t qWords = algorithm == piChudnovsky && last > 2642245 ? 5 : 4;
   if (wantP) termToSplit(heap, &out->p, term.p, term.pLength, 3);
-  termToSplit(heap, &out->q, term.q, term.qLength, term.qLength <= 4 ? 4 : 5);
+  termToSplit(heap, &out->q, term.q, term.qLength, qWords);
   termToSplit(heap, &out->r[0], term.r, term.rLength, 5);
   return true;
 }
