@@ -1,0 +1,175 @@
+// Times Pi to D decimal digits, computation and conversion to decimal (no
+// file writing), against Arb's arb_const_pi with its decimal conversion
+// (arb_get_str) in the same process, on one and two threads, and checks that
+// both give the same digits.
+//
+//   pi_bench [--digits D]... [--algorithm 0|1] [--quick]
+//
+// Default sizes are 1,000,000 and 10,000,000 digits (--quick: the first
+// only). Per size and thread count it prints numbrella's series-and-finish
+// time, its conversion time, their sum, Arb's constant and conversion times,
+// their sum and the ratio of the two sums. Each figure is one run; Arb's
+// cache of the constant is emptied before each of its runs.
+#include <arb.h>
+#include <flint/flint.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "arith/fft_tables.h"
+#include "constants/compute_settings.h"
+#include "constants/pi.h"
+#include "digits/base_conversion.h"
+#include "memory/heap.h"
+#include "platform/console.h"
+#include "platform/threads.h"
+#include "shell/estimate.h"
+
+namespace {
+
+double now() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+struct Options {
+  std::vector<uint64_t> digits;
+  uint32_t algorithm = piChudnovsky;
+};
+
+Options parse(int argc, char** argv) {
+  Options options;
+  bool quick = false;
+  for (int i = 1; i < argc; i++) {
+    if (!std::strcmp(argv[i], "--quick")) {
+      quick = true;
+    } else if (!std::strcmp(argv[i], "--digits") && i + 1 < argc) {
+      options.digits.push_back(std::strtoull(argv[++i], nullptr, 10));
+    } else if (!std::strcmp(argv[i], "--algorithm") && i + 1 < argc) {
+      options.algorithm = uint32_t(std::strtoul(argv[++i], nullptr, 10)) == 1 ? piRamanujan
+                                                                               : piChudnovsky;
+    } else {
+      std::fprintf(stderr, "usage: %s [--digits D]... [--algorithm 0|1] [--quick]\n", argv[0]);
+      std::exit(2);
+    }
+  }
+  if (options.digits.empty()) {
+    options.digits = {1000000, 10000000};
+    if (quick) options.digits.resize(1);
+  }
+  return options;
+}
+
+// "3" and the fraction's digits from radix-10^9 words (top word first,
+// without its leading zeros), cut to `count` digits in all.
+std::string decimalText(const uint32_t* words, uint64_t n, uint64_t count) {
+  std::string text = std::to_string(words[n - 1]);
+  char group[16];
+  for (uint64_t i = n - 1; i-- > 0 && text.size() < count;) {
+    std::snprintf(group, sizeof group, "%09u", words[i]);
+    text += group;
+  }
+  text.resize(std::min<uint64_t>(count, text.size()));
+  return text;
+}
+
+struct Timing {
+  double compute;
+  double convert;
+  std::string digits;  // "3" and the fraction, no point
+};
+
+Timing runNumbrella(uint32_t algorithm, uint64_t decimalDigits, uint32_t threadPower) {
+  ComputeSettings settings;
+  fillDefaultComputeSettings(nullptr, &settings);
+  setDecimalDigits(&settings, decimalDigits);
+  uint64_t words = settings.wordCount;
+  releaseComputeSettings(&settings);
+
+  uint64_t memory = 0, disk = 0;
+  estimatePi(words, threadPower, algorithm, computeModeRamOnly, &memory, &disk);
+  // Room beyond the estimate: timing, not the memory contract, is measured.
+  Heap heap;
+  heapInit(nullptr, &heap, 4 * memory + (256ull << 20) + words * 4 * 64);
+  globalThreadPower = threadPower;
+  buildFftTables(words + 100);
+
+  std::string console;
+  consoleCaptureTo(&console);
+  Timing timing;
+  double start = now();
+  BigFloat pi;
+  piComputeNumber(&heap, &pi, words, threadPower, algorithm, 0);
+  timing.compute = now() - start;
+  start = now();
+  BaseConversionTable table;
+  buildBaseConversionTable(&heap, &pi, &table, threadPower);
+  ConversionOutput out;
+  convertToDecimal(&heap, &out, &pi, decimalDigits + 1, &table, 0, threadPower);
+  timing.convert = now() - start;
+  consoleCaptureTo(nullptr);
+
+  timing.digits = decimalText(out.digits.words, out.digits.length, decimalDigits + 1);
+  releaseConversionOutput(&out);
+  releaseBaseConversionTable(&table);
+  bigFloatDestroy(&pi);
+  releaseFftTables();
+  heapDestroy(&heap);
+  return timing;
+}
+
+Timing runArb(uint64_t decimalDigits, uint32_t threadPower) {
+  flint_cleanup();  // drops the cached constant
+  flint_set_num_threads(1 << threadPower);
+  slong precision = slong(double(decimalDigits) * std::log2(10.0)) + 64;
+  arb_t x;
+  arb_init(x);
+  Timing timing;
+  double start = now();
+  arb_const_pi(x, precision);
+  timing.compute = now() - start;
+  start = now();
+  char* text = arb_get_str(x, slong(decimalDigits) + 10, ARB_STR_NO_RADIUS);
+  timing.convert = now() - start;
+  timing.digits = text;
+  flint_free(text);
+  arb_clear(x);
+  // "3.14159...": drop the point.
+  timing.digits.erase(1, 1);
+  timing.digits.resize(decimalDigits + 1);
+  return timing;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options = parse(argc, argv);
+  std::printf("Pi by %s; times in seconds; ratio = numbrella / Arb\n",
+              options.algorithm == piChudnovsky ? "Chudnovsky" : "Ramanujan");
+  std::printf("%10s %7s  %9s %9s %9s  %9s %9s %9s  %6s\n", "digits", "threads", "series",
+              "convert", "total", "arb pi", "arb str", "arb tot", "ratio");
+  int failures = 0;
+  for (uint64_t digits : options.digits) {
+    for (uint32_t threadPower : {0u, 1u}) {
+      Timing ours = runNumbrella(options.algorithm, digits, threadPower);
+      Timing arb = runArb(digits, threadPower);
+      // Arb rounds its last digit; the ten before it must agree.
+      uint64_t checked = digits + 1 - 10;
+      bool same = ours.digits.compare(0, checked, arb.digits, 0, checked) == 0;
+      if (!same) failures++;
+      double total = ours.compute + ours.convert;
+      double arbTotal = arb.compute + arb.convert;
+      std::printf("%10llu %7u  %9.3f %9.3f %9.3f  %9.3f %9.3f %9.3f  %6.2f%s\n",
+                  (unsigned long long)digits, 1u << threadPower, ours.compute, ours.convert,
+                  total, arb.compute, arb.convert, arbTotal, total / arbTotal,
+                  same ? "" : "  DIGITS DIFFER");
+      std::fflush(stdout);
+    }
+  }
+  return failures == 0 ? 0 : 1;
+}
