@@ -51,8 +51,8 @@ Options parse(int argc, char** argv) {
     } else if (!std::strcmp(argv[i], "--digits") && i + 1 < argc) {
       options.digits.push_back(std::strtoull(argv[++i], nullptr, 10));
     } else if (!std::strcmp(argv[i], "--algorithm") && i + 1 < argc) {
-      options.algorithm = uint32_t(std::strtoul(argv[++i], nullptr, 10)) == 1 ? piRamanujan
-                                                                               : piChudnovsky;
+      options.algorithm =
+          uint32_t(std::strtoul(argv[++i], nullptr, 10)) == 1 ? piRamanujan : piChudnovsky;
     } else {
       std::fprintf(stderr, "usage: %s [--digits D]... [--algorithm 0|1] [--quick]\n", argv[0]);
       std::exit(2);
@@ -151,8 +151,8 @@ int main(int argc, char** argv) {
   Options options = parse(argc, argv);
   std::printf("Pi by %s; times in seconds; ratio = numbrella / Arb\n",
               options.algorithm == piChudnovsky ? "Chudnovsky" : "Ramanujan");
-  std::printf("%10s %7s  %9s %9s %9s  %9s %9s %9s  %6s\n", "digits", "threads", "series",
-              "convert", "total", "arb pi", "arb str", "arb tot", "ratio");
+  std::printf("%10s %7s  %9s %9s %9s  %9s %9s %9s  %6s\n", "digits", "threads", "series", "convert",
+              "total", "arb pi", "arb str", "arb tot", "ratio");
   int failures = 0;
   for (uint64_t digits : options.digits) {
     for (uint32_t threadPower : {0u, 1u}) {
@@ -165,8 +165,8 @@ int main(int argc, char** argv) {
       double total = ours.compute + ours.convert;
       double arbTotal = arb.compute + arb.convert;
       std::printf("%10llu %7u  %9.3f %9.3f %9.3f  %9.3f %9.3f %9.3f  %6.2f%s\n",
-                  (unsigned long long)digits, 1u << threadPower, ours.compute, ours.convert,
-                  total, arb.compute, arb.convert, arbTotal, total / arbTotal,
+                  (unsigned long long)digits, 1u << threadPower, ours.compute, ours.convert, total,
+                  arb.compute, arb.convert, arbTotal, total / arbTotal,
                   same ? "" : "  DIGITS DIFFER");
       std::fflush(stdout);
     }

@@ -73,8 +73,8 @@ long double ramanujanSizePWords(long double n);
 // The leaf: the numbers of a one-term range (first, first + 1]; longer
 // ranges are refused (the serial layer splits them). P only when wantP.
 // Q and R come at 4 or 5 words (more past the 32-bit index bound), P at 3.
-bool piLeaf(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last,
-            SplitRecord* out, uint32_t wantP);
+bool piLeaf(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last, SplitRecord* out,
+            uint32_t wantP);
 
 // ---- Compute steps and the entry ---------------------------------------------------
 

@@ -15,9 +15,9 @@
 namespace {
 
 struct PiFinishConstants {
-  uint32_t numerator;   // A
-  uint32_t firstTerm;   // B
-  uint32_t rootOf;      // n of 1 / sqrt(n)
+  uint32_t numerator;  // A
+  uint32_t firstTerm;  // B
+  uint32_t rootOf;     // n of 1 / sqrt(n)
 };
 
 PiFinishConstants finishConstants(uint32_t algorithm) {

@@ -3,7 +3,6 @@
 // product a 64-bit one) for the indices that allow it and a 64-bit form with
 // 128-bit products beyond; then the leaf that hands a term to the summation.
 #include "constants/pi.h"
-
 #include "constants/series.h"
 #include "platform/console.h"
 

@@ -25,3 +25,11 @@ uint64_t piSeriesPeak(uint32_t algorithm, uint64_t wordCount, uint32_t threadPow
   const SeriesShape& shape = algorithm == piChudnovsky ? chudnovskySeries : ramanujanSeries;
   return seriesPeak(shape, wordCount, threadPower);
 }
+
+uint64_t piSeriesDisk(uint32_t algorithm, uint64_t wordCount) {
+  const SeriesShape& shape = algorithm == piChudnovsky ? chudnovskySeries : ramanujanSeries;
+  uint64_t terms = uint64_t(shape.termsPerWord * (long double)wordCount) + 1;
+  uint64_t p = seriesTopPrecision(shape, wordCount);
+  uint64_t numbers = uint64_t((long double)p * (2.0L + shape.ratioPQ((long double)terms)));
+  return 8 * wordCount + 8 * p + 4 * numbers;
+}

@@ -2,6 +2,8 @@
 // true sizes of the products, whole computations against MPFR's digits in
 // both radixes (threads, modes, the console lines), and the memory estimate
 // against the arena's measured peak.
+#include "constants/pi.h"
+
 #include <gmp.h>
 #include <gtest/gtest.h>
 #include <mpfr.h>
@@ -18,7 +20,6 @@
 
 #include "arith/fft_tables.h"
 #include "constants/compute_settings.h"
-#include "constants/pi.h"
 #include "constants/series.h"
 #include "memory/heap.h"
 #include "memory/raidfile.h"
@@ -80,8 +81,8 @@ void oracleTerm(uint32_t algorithm, uint64_t k, mpz_t p, mpz_t q, mpz_t r) {
     }
     toMpz(got.z, part.words, part.length);
     if (mpz_cmp(got.z, part.want) != 0) {
-      return ::testing::AssertionFailure() << part.name << "(" << k << ") differs, algorithm "
-                                           << algorithm;
+      return ::testing::AssertionFailure()
+             << part.name << "(" << k << ") differs, algorithm " << algorithm;
     }
   }
   return ::testing::AssertionSuccess();
@@ -92,8 +93,8 @@ TEST(PiTerms, BothFormsAgreeWithGmpAcrossTheirRanges) {
   std::vector<uint64_t> small;
   for (uint64_t k = 1; k <= 64; k++) small.push_back(k);
   // Where c k^3 stops fitting 64 bits, and the 32-bit bounds of both series.
-  for (uint64_t k : {2642244ull, 2642245ull, 2642246ull, 715827880ull, 715827881ull,
-                     715827882ull, 1073741823ull, 1073741824ull}) {
+  for (uint64_t k : {2642244ull, 2642245ull, 2642246ull, 715827880ull, 715827881ull, 715827882ull,
+                     1073741823ull, 1073741824ull}) {
     small.push_back(k);
   }
   for (int i = 0; i < 400; i++) small.push_back(random.logUniform(1, 715827882));
@@ -237,8 +238,8 @@ std::string mpfrPiText(uint64_t digits, int base) {
 uint64_t piMemoryNeeded(uint32_t algorithm, uint64_t words, uint32_t threadPower) {
   uint64_t memory = 0, disk = 0;
   estimatePi(words, threadPower, algorithm, computeModeRamOnly, &memory, &disk);
-  uint64_t rule = std::max(piSeriesPeak(algorithm, words, threadPower),
-                           estimateConversion(words, threadPower));
+  uint64_t rule =
+      std::max(piSeriesPeak(algorithm, words, threadPower), estimateConversion(words, threadPower));
   return std::max(memory, rule);
 }
 
@@ -364,8 +365,8 @@ void expectMillionRuns(uint64_t digits, const char* lastTen) {
       PiRun run(algorithm, digits, threads, computeModeRamOnly,
                 roomyArena(algorithm, digits, threads));
       if (hex.empty()) hex = mpfrPiText(run.settings.hexDigits, 16);
-      SCOPED_TRACE(::testing::Message() << "algorithm " << algorithm << " threads "
-                                        << (1u << threads));
+      SCOPED_TRACE(::testing::Message()
+                   << "algorithm " << algorithm << " threads " << (1u << threads));
       expectDigits(run, decimal, hex);
       if (lastTen != nullptr) {
         std::string dec = run.decimal();
@@ -381,7 +382,9 @@ TEST(PiCompute, TwoToTheTwentiethDigitsEndWithTheKnownTen) {
   expectMillionRuns(1048576, "1637429204");
 }
 
-TEST(PiCompute, OddMillionDigits) { expectMillionRuns(1000003, nullptr); }
+TEST(PiCompute, OddMillionDigits) {
+  expectMillionRuns(1000003, nullptr);
+}
 
 TEST(PiMemory, EstimateCoversThePeakAndStaysClose) {
   // One thread, sizes up to the hybrid range: the arena's measured peak
@@ -400,16 +403,6 @@ TEST(PiMemory, EstimateCoversThePeakAndStaysClose) {
     }
   }
   RecordProperty("worstRatio", std::to_string(worst));
-}
-
-TEST(PiCompute, TwoThreadsWriteTheFilesOfOne) {
-  for (uint32_t algorithm : {piChudnovsky, piRamanujan}) {
-    PiRun one(algorithm, 54321, 0, computeModeRamOnly);
-    PiRun two(algorithm, 54321, 1, computeModeRamOnly);
-    EXPECT_TRUE(one.decimal() == two.decimal()) << algorithm;
-    EXPECT_TRUE(one.hex() == two.hex()) << algorithm;
-    EXPECT_EQ(one.decimal().size(), 54323u);
-  }
 }
 
 TEST(PiCompute, ConsoleLinesOfTheFinish) {
