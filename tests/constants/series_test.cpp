@@ -1,0 +1,595 @@
+// The binary splitting machinery on a series of its own: P(k) = k,
+// Q(k) = 3k + 1, R(k) = k + 5, with and without alternating signs. Its
+// numbers of any range are known exactly from GMP, so the integer layers are
+// checked word for word; the whole summation (plans of several blocks,
+// truncated float blocks) is checked against the exact sum and against
+// itself across thread counts, failed thread creation and Basic Swap.
+#include <gmp.h>
+#include <gtest/gtest.h>
+#include <mpfr.h>
+
+#include <cmath>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "arith/fft_tables.h"
+#include "constants/series.h"
+#include "memory/heap.h"
+#include "memory/raidfile.h"
+#include "platform/console.h"
+#include "platform/threads.h"
+#include "support/gmp_bridge.h"
+
+namespace {
+
+using testbridge::Number;
+
+// ---- The test series -----------------------------------------------------------
+
+struct TestTerms {
+  bool alternating;
+};
+
+// Exact numbers of (a, b] by the recurrence on the last term:
+// R(a,b) = R(a,b-1) Q(b) +/- P(a,b-1) R(b), minus when b - 1 - a is odd in
+// an alternating series; R is the magnitude (the first term dominates).
+// Long ranges are cut in two and joined by the same rule, for speed.
+void exactRange(bool alternating, uint64_t a, uint64_t b, mpz_t p, mpz_t q, mpz_t r) {
+  if (b - a > 64) {
+    const uint64_t m = a + (b - a) / 2;
+    Number p2, q2, r2;
+    exactRange(alternating, a, m, p, q, r);
+    exactRange(alternating, m, b, p2.z, q2.z, r2.z);
+    mpz_mul(r, r, q2.z);
+    mpz_mul(r2.z, r2.z, p);
+    if (alternating && ((m - a) & 1)) {
+      mpz_sub(r, r, r2.z);
+    } else {
+      mpz_add(r, r, r2.z);
+    }
+    mpz_mul(p, p, p2.z);
+    mpz_mul(q, q, q2.z);
+    return;
+  }
+  mpz_set_ui(p, 1);
+  mpz_set_ui(q, 1);
+  mpz_set_ui(r, 0);
+  Number t;
+  for (uint64_t k = a + 1; k <= b; k++) {
+    mpz_mul_ui(r, r, 3 * k + 1);
+    mpz_mul_ui(t.z, p, k + 5);
+    if (alternating && ((k - 1 - a) & 1)) {
+      mpz_sub(r, r, t.z);
+    } else {
+      mpz_add(r, r, t.z);
+    }
+    mpz_mul_ui(p, p, k);
+    mpz_mul_ui(q, q, 3 * k + 1);
+  }
+}
+
+// A number of the record from a GMP value.
+void numberFromMpz(Heap* heap, SplitNumber* number, const mpz_t value) {
+  const uint64_t words = (mpz_sizeinbase(value, 2) + 31) / 32;
+  uint32_t* array = splitNumberAllocate(heap, number, words + 1);
+  size_t count = 0;
+  mpz_export(array, &count, -1, 4, 0, 0, value);
+  splitNumberFinish(number, count);
+}
+
+// The leaf takes up to three terms, through GMP.
+bool testLeaf(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last, SplitRecord* out,
+              uint32_t wantP) {
+  if (last - first > kind->leafTerms) return false;
+  const TestTerms* terms = static_cast<const TestTerms*>(kind->context);
+  Number p, q, r;
+  exactRange(terms->alternating, first, last, p.z, q.z, r.z);
+  splitRecordSetZero(out);
+  if (wantP) numberFromMpz(heap, &out->p, p.z);
+  numberFromMpz(heap, &out->q, q.z);
+  numberFromMpz(heap, &out->r[0], r.z);
+  return true;
+}
+
+// Q(0, n) = prod (3k + 1), about 3^n n! by size.
+long double testSizeWords(long double n) {
+  return (n * 1.0986122886681098L + lnFactorial(n)) * wordsPerNaturalLog;
+}
+long double testSizePWords(long double n) { return lnFactorial(n) * wordsPerNaturalLog; }
+
+const TestTerms plainTerms = {false};
+const TestTerms alternatingTerms = {true};
+
+// Each term gains log2(3) bits in the limit: 32 / log2(3) terms a word.
+constexpr long double testTermsPerWord = 20.189752114286097L;
+
+SeriesKind makeKind(bool alternating) {
+  SeriesKind kind = {};
+  kind.numerators = 1;
+  kind.hasP = 1;
+  kind.alternatingMask = alternating ? 1 : 0;
+  kind.leafTerms = 3;
+  kind.floatLeafTerms = 8;
+  kind.singleBlock = 0;
+  kind.firstIndex = 0;
+  kind.termsPerWord = testTermsPerWord;
+  kind.sizeWords = testSizeWords;
+  kind.sizePWords = testSizePWords;
+  kind.leaf = testLeaf;
+  kind.context = alternating ? &alternatingTerms : &plainTerms;
+  return kind;
+}
+
+const SeriesKind plainKind = makeKind(false);
+const SeriesKind alternatingKind = makeKind(true);
+
+// ---- Helpers ------------------------------------------------------------------------
+
+struct Arena {
+  Heap heap;
+  explicit Arena(uint64_t bytes) { heapInit(nullptr, &heap, bytes); }
+  ~Arena() {
+    EXPECT_EQ(heap.activeBlocks, 0u) << "blocks left in the arena";
+    heapDestroy(&heap);
+  }
+};
+
+// The value of an integer-form number.
+void mpzFromNumber(mpz_t z, const SplitNumber& n) {
+  testbridge::toMpz(z, n.words, n.length);
+  mpz_mul_2exp(z, z, 32 * n.stripped);
+}
+
+::testing::AssertionResult numberIs(const SplitNumber& n, const mpz_t want, const char* name) {
+  if (n.length != 0 && n.words[n.length - 1] == 0) {
+    return ::testing::AssertionFailure() << name << " has a zero top word";
+  }
+  if (n.length != 0 && n.words[0] == 0) {
+    return ::testing::AssertionFailure() << name << " has a zero low word left";
+  }
+  for (const uint32_t* w = n.base; w < n.words; w++) {
+    if (*w != 0) return ::testing::AssertionFailure() << name << " has words below it";
+  }
+  Number got;
+  mpzFromNumber(got.z, n);
+  if (mpz_cmp(got.z, want) != 0) return ::testing::AssertionFailure() << name << " differs";
+  return ::testing::AssertionSuccess();
+}
+
+::testing::AssertionResult recordIs(const SeriesKind& kind, const SplitRecord& record, uint64_t a,
+                                    uint64_t b, bool withP) {
+  Number p, q, r;
+  exactRange(kind.alternatingMask != 0, a, b, p.z, q.z, r.z);
+  auto result = numberIs(record.q, q.z, "Q");
+  if (result) result = numberIs(record.r[0], r.z, "R");
+  if (result && withP) result = numberIs(record.p, p.z, "P");
+  if (result && !withP && record.p.base != nullptr) {
+    result = ::testing::AssertionFailure() << "P built without being asked for";
+  }
+  if (!result) result << " over (" << a << ", " << b << "]";
+  return result;
+}
+
+// x as an MPFR number (exact).
+void mpfrFromFloat(mpfr_t out, const BigFloat& x) {
+  Number m;
+  testbridge::toMpz(m.z, x.mantissa.words, x.mantissa.length);
+  mpfr_set_prec(out, mpfr_prec_t(32 * x.mantissa.length + 64));
+  mpfr_set_z(out, m.z, MPFR_RNDN);
+  mpfr_mul_2si(out, out, long(32 * x.exponent), MPFR_RNDN);
+  if (!x.positive) mpfr_neg(out, out, MPFR_RNDN);
+}
+
+bool sameFloat(const BigFloat& x, const BigFloat& y) {
+  if (x.positive != y.positive || x.exponent != y.exponent) return false;
+  if (x.mantissa.length != y.mantissa.length) return false;
+  for (uint64_t i = 0; i < x.mantissa.length; i++) {
+    if (x.mantissa.words[i] != y.mantissa.words[i]) return false;
+  }
+  return true;
+}
+
+// log2 of |R/Q - exact sum over (0, N]| relative to the sum.
+double relativeErrorBits(const SeriesKind& kind, SplitFloats* sum, uint64_t terms) {
+  Number p, q, r;
+  exactRange(kind.alternatingMask != 0, 0, terms, p.z, q.z, r.z);
+  const mpfr_prec_t bits = mpfr_prec_t(mpz_sizeinbase(q.z, 2) + 256);
+  mpfr_t exact, got, qq;
+  mpfr_inits2(bits, exact, got, qq, (mpfr_ptr)0);
+  mpfr_set_z(exact, r.z, MPFR_RNDN);
+  mpfr_div_z(exact, exact, q.z, MPFR_RNDN);
+  // The range starts at index 1: odd, so an alternating R is negative.
+  if (kind.alternatingMask) mpfr_neg(exact, exact, MPFR_RNDN);
+  mpfrFromFloat(got, sum->r[0]);
+  mpfrFromFloat(qq, sum->q);
+  mpfr_prec_round(got, bits, MPFR_RNDN);
+  mpfr_div(got, got, qq, MPFR_RNDN);
+  mpfr_sub(got, got, exact, MPFR_RNDN);
+  mpfr_div(got, got, exact, MPFR_RNDN);
+  double result = mpfr_zero_p(got) ? -1e9 : double(mpfr_get_exp(got));
+  mpfr_clears(exact, got, qq, (mpfr_ptr)0);
+  return result;
+}
+
+std::string makeFolder(const char* stem) {
+  std::string pattern = std::string("/tmp/") + stem + "_XXXXXX";
+  if (mkdtemp(pattern.data()) == nullptr) return std::string();
+  return pattern;
+}
+
+}  // namespace
+
+// ---- Sizes, term counts, split points ------------------------------------------------
+
+TEST(SeriesSizes, StirlingFollowsTheFactorialsInWords) {
+  EXPECT_NEAR(double(lnFactorial(1.0L)), 2.5 * (std::log(2.0) - 1.0) + 1.4189385332046727, 1e-15);
+  for (uint64_t n : {10ull, 100ull, 1000ull, 123457ull}) {
+    Number f;
+    mpz_fac_ui(f.z, n + 1);
+    mpfr_t x;
+    mpfr_init2(x, 128);
+    mpfr_set_z(x, f.z, MPFR_RNDN);
+    mpfr_log2(x, x, MPFR_RNDN);
+    const double words = mpfr_get_d(x, MPFR_RNDN) / 32.0;
+    mpfr_clear(x);
+    // The formula is Stirling's for (n + 1)!: a bound of n! from above.
+    EXPECT_NEAR(double(lnFactorialWords((long double)n)), words, 0.001) << n;
+  }
+}
+
+TEST(SeriesTerms, FixedRateAndSearchedCounts) {
+  EXPECT_EQ(termsForWords(1000, &plainKind), uint64_t(1000 * testTermsPerWord) + 1);
+  EXPECT_EQ(termsForWords(0, &plainKind), 1u);
+  // Without a rate: the least N whose size reaches the words.
+  SeriesKind searched = plainKind;
+  searched.termsPerWord = 0.0L;
+  for (uint64_t words : {0ull, 1ull, 2ull, 7ull, 100ull, 1000ull, 65536ull, 1000003ull}) {
+    const uint64_t n = termsForWords(words, &searched);
+    EXPECT_GE(searched.sizeWords((long double)n), (long double)words) << words;
+    if (n > 1) { EXPECT_LT(searched.sizeWords((long double)(n - 1)), (long double)words) << words; }
+  }
+  EXPECT_EQ(termsForWords(0, &searched), 1u);
+}
+
+TEST(SeriesSplit, MidpointBelowAHundredTermsAndHalfTheSizeAbove) {
+  EXPECT_EQ(splitPoint(&plainKind, 10, 109), 59u);
+  EXPECT_EQ(splitPoint(&plainKind, 0, 2), 1u);
+  EXPECT_EQ(splitPoint(&plainKind, 7, 8 + 98), 56u);
+  testbridge::Random random = testbridge::testRandom();
+  for (int i = 0; i < 300; i++) {
+    const uint64_t a = random.logUniform(1, 1ull << 40) - 1;
+    const uint64_t b = a + random.logUniform(100, 1ull << 30);
+    const uint64_t m = splitPoint(&plainKind, a, b);
+    ASSERT_GT(m, a);
+    ASSERT_LT(m, b);
+    const long double target = (testSizeWords(a) + testSizeWords(b)) * 0.5L;
+    // The upper bound of the bisection: the first m whose size reaches the
+    // target.
+    EXPECT_GE(testSizeWords(m), target) << a << " " << b;
+    EXPECT_LT(testSizeWords(m - 1), target) << a << " " << b;
+  }
+}
+
+TEST(SeriesSplit, TopLevelsFollowTheProductSizes) {
+  EXPECT_EQ(seriesTopLevels(1000, 0), 1u);
+  // x = (W + 100) / 2 + 10 below 26114: one level.
+  EXPECT_EQ(seriesTopLevels(52107, 3), 1u);
+  // From there x is halved threads + 1 times: two levels once that is small.
+  EXPECT_EQ(seriesTopLevels(52108, 0), 2u);
+  EXPECT_EQ(seriesTopLevels(104000, 0), 2u);
+  EXPECT_EQ(seriesTopLevels(110000, 0), 1u);
+  EXPECT_EQ(seriesTopLevels(110000, 1), 2u);
+  EXPECT_EQ(seriesTopLevels(5000000, 2), 1u);
+  EXPECT_EQ(seriesTopLevels(5000000, 7), 2u);
+}
+
+// ---- Plans ------------------------------------------------------------------------------
+
+TEST(SeriesPlans, BlocksCoverTheTermsWithFallingPrecision) {
+  for (uint32_t mode : {0u, 1u, 2u}) {
+    for (uint64_t words : {50ull, 4000ull, 300000ull}) {
+      SeriesPlan plan;
+      seriesPlanInit(&plan, 1);  // grows by doubling
+      const uint64_t terms = buildSeriesPlan(&plan, &plainKind, 1ull << 40, words, 1, mode);
+      ASSERT_EQ(terms, termsForWords(words, &plainKind));
+      ASSERT_GE(plan.count, 2u);
+      uint64_t start = 0;
+      for (uint64_t i = 0; i < plan.count; i++) {
+        const SeriesBlock& block = plan.blocks[i];
+        EXPECT_EQ(block.first, start) << i;
+        EXPECT_GT(block.last, block.first) << i;
+        const long double left = (long double)words - (long double)block.first / testTermsPerWord;
+        EXPECT_EQ(block.precision, uint64_t(std::max(left, 0.0L))) << i;
+        EXPECT_EQ(block.reserved, 0u);
+        // A big budget never asks for swap.
+        EXPECT_EQ(block.swapLevels, 0u);
+        EXPECT_EQ(block.swapFlag, 0u);
+        if (i > 0) {
+          EXPECT_LE(block.precision, plan.blocks[i - 1].precision);
+          EXPECT_GE(block.shift, plan.blocks[i - 1].shift);
+        }
+        if (block.shift != 0 || mode == 0) { EXPECT_EQ(block.topLevels, 0u); }
+        if (i == 0 && mode != 0) { EXPECT_EQ(block.topLevels, seriesTopLevels(words, 1)); }
+        start = block.last;
+      }
+      EXPECT_EQ(start, terms);
+      // The first block ends where its Q outgrows the precision left.
+      const SeriesBlock& first = plan.blocks[0];
+      const long double w = 1.0L / testTermsPerWord;
+      EXPECT_LE((long double)words - w * first.last, testSizeWords(first.last));
+      EXPECT_GT((long double)words - w * (first.last - 1), testSizeWords(first.last - 1));
+      // Far enough down, the blocks are truncated.
+      if (words >= 4000) { EXPECT_GT(plan.blocks[plan.count - 1].shift, 0u) << words; }
+      seriesPlanRelease(&plan);
+    }
+  }
+}
+
+TEST(SeriesPlans, SwapFieldsHalveTheNeedToTheBudget) {
+  SeriesPlan plan;
+  seriesPlanInit(&plan, 4);
+  const uint64_t words = 300000;
+  buildSeriesPlan(&plan, &plainKind, 1000000, words, 1, 2);
+  const SeriesBlock& first = plan.blocks[0];
+  const uint64_t full = seriesBlockNeed(&plainKind, first.first, first.last, first.precision, 1);
+  // The numbers alone: 4 bytes a word of 2 Q + P, and 32 bytes a word of
+  // precision.
+  const long double numbers = 2 * testSizeWords(first.last) + testSizePWords(first.last);
+  ASSERT_GT(full, uint64_t(4 * numbers) + 32 * first.precision);
+  uint32_t halvings = 0;
+  for (uint64_t n = full; n > 1000000; n >>= 1) halvings++;
+  EXPECT_EQ(first.swapLevels, halvings);
+  EXPECT_EQ(first.swapFlag, 2 * (full >> halvings) > 1000000 ? 1u : 0u);
+  seriesPlanRelease(&plan);
+  // A single-block series has one block over (firstIndex, N].
+  SeriesKind single = plainKind;
+  single.singleBlock = 1;
+  single.firstIndex = 1;
+  seriesPlanInit(&plan, 4);
+  const uint64_t terms = buildSeriesPlan(&plan, &single, 0, 5000, 0, 1);
+  ASSERT_EQ(plan.count, 1u);
+  EXPECT_EQ(plan.blocks[0].first, 1u);
+  EXPECT_EQ(plan.blocks[0].last, terms);
+  EXPECT_EQ(plan.blocks[0].precision, 5000u);
+  EXPECT_EQ(plan.blocks[0].topLevels, 1u);
+  seriesPlanRelease(&plan);
+}
+
+// ---- Integer layers ------------------------------------------------------------------------
+
+TEST(SeriesLayers, SerialAndThreadedRangesAreExact) {
+  buildFftTables(20000);
+  testbridge::Random random = testbridge::testRandom();
+  Arena arena(64ull << 20);
+  std::vector<std::pair<uint64_t, uint64_t>> ranges = {
+      {0, 1}, {0, 2}, {0, 3}, {0, 4}, {5, 37}, {0, 99}, {0, 100}, {17, 1017}, {0, 3000}};
+  for (int i = 0; i < 12; i++) {
+    const uint64_t a = random.logUniform(1, 1ull << 36) - 1;
+    ranges.push_back({a, a + random.logUniform(1, 2500)});
+  }
+  for (const SeriesKind* kind : {&plainKind, &alternatingKind}) {
+    for (auto [a, b] : ranges) {
+      for (uint32_t wantP : {0u, seriesWantP}) {
+        SplitRecord record;
+        seriesSerialLayer(&arena.heap, kind, a, b, &record, wantP);
+        ASSERT_TRUE(recordIs(*kind, record, a, b, wantP != 0));
+        splitRecordRelease(&record);
+        seriesThreadLayer(&arena.heap, kind, a, b, &record, 2, wantP);
+        ASSERT_TRUE(recordIs(*kind, record, a, b, wantP != 0)) << " threaded";
+        splitRecordRelease(&record);
+      }
+    }
+  }
+  releaseFftTables();
+}
+
+TEST(SeriesLayers, ShortRangesNeverStartAThread) {
+  // A failing thread creation prints a warning: none may appear under 1000
+  // terms, whatever the exponent; at 1000 terms the first split warns.
+  Arena arena(16ull << 20);
+  std::string console;
+  consoleCaptureTo(&console);
+  threadFailNextSpawnsForTesting(1);
+  SplitRecord record;
+  seriesThreadLayer(&arena.heap, &alternatingKind, 0, 999, &record, 8, 0);
+  splitRecordRelease(&record);
+  EXPECT_EQ(console, "");
+  seriesThreadLayer(&arena.heap, &alternatingKind, 0, 1000, &record, 8, 0);
+  EXPECT_TRUE(recordIs(alternatingKind, record, 0, 1000, false));
+  splitRecordRelease(&record);
+  consoleCaptureTo(nullptr);
+  threadFailNextSpawnsForTesting(0);
+  EXPECT_NE(console.find("Warning: Unable to create thread."), std::string::npos);
+}
+
+TEST(SeriesLayers, MergesAlignStrippedWordsAndBorrowThroughTheTop) {
+  // Ranges whose products end in many zero words, against ones that end in
+  // none; and an alternating merge whose subtraction borrows up the words.
+  Arena arena(1ull << 20);
+  SplitRecord left, right, out;
+  SeriesKind kind = alternatingKind;
+  kind.hasP = 0;  // R = R1 Q2 -/+ R2
+  auto make = [&](SplitRecord* r, uint64_t q, uint64_t qStrip, uint64_t rv, uint64_t rStrip) {
+    splitRecordSetZero(r);
+    splitNumberFromU64(&arena.heap, &r->q, q);
+    r->q.stripped += qStrip;
+    splitNumberFromU64(&arena.heap, &r->r[0], rv);
+    r->r[0].stripped += rStrip;
+  };
+  // R1 Q2 = 2^64 * 2^(32*3), R2 = 1: the odd distance subtracts.
+  make(&left, 7, 0, 1, 1);
+  make(&right, 1, 2, 1, 0);
+  seriesMergeIntegers(&arena.heap, &kind, &left, &right, &out, 0, 1, 0, 0);
+  Number want, q;
+  mpz_set_ui(want.z, 1);
+  mpz_mul_2exp(want.z, want.z, 96);
+  mpz_sub_ui(want.z, want.z, 1);
+  EXPECT_TRUE(numberIs(out.r[0], want.z, "R"));
+  mpz_set_ui(q.z, 7);
+  mpz_mul_2exp(q.z, q.z, 64);
+  EXPECT_TRUE(numberIs(out.q, q.z, "Q"));
+  splitRecordRelease(&out);
+  // Even distance adds: 2^96 + 1.
+  make(&left, 7, 0, 1, 1);
+  make(&right, 1, 2, 1, 0);
+  seriesMergeIntegers(&arena.heap, &kind, &left, &right, &out, 0, 2, 0, 0);
+  mpz_add_ui(want.z, want.z, 2);
+  EXPECT_TRUE(numberIs(out.r[0], want.z, "R"));
+  splitRecordRelease(&out);
+}
+
+// ---- Whole summations ------------------------------------------------------------------------
+
+TEST(SeriesSums, ThreadedSerialAndFallbackSumsAreTheSameBits) {
+  buildFftTables(40000);
+  const uint32_t savedPower = globalThreadPower;
+  for (const SeriesKind* kind : {&plainKind, &alternatingKind}) {
+    for (uint64_t words : {4ull, 300ull, 2500ull}) {
+      Arena arena(48ull << 20);
+      SplitFloats serial;
+      globalThreadPower = 0;
+      const uint64_t terms = sumSeries(&arena.heap, kind, &serial, words, 0, 1, 0);
+      // The sum is good to the words asked for (two words of slack for the
+      // truncated blocks).
+      EXPECT_LT(relativeErrorBits(*kind, &serial, terms), -32.0 * double(words - 2)) << words;
+      for (uint32_t threads : {1u, 3u}) {
+        globalThreadPower = threads;
+        SplitFloats threaded;
+        sumSeries(&arena.heap, kind, &threaded, words, threads, 1, 0);
+        EXPECT_TRUE(sameFloat(serial.q, threaded.q)) << words << " threads " << threads;
+        EXPECT_TRUE(sameFloat(serial.r[0], threaded.r[0])) << words << " threads " << threads;
+        splitFloatsRelease(&threaded);
+      }
+      // Every thread creation failing: the halves run on the caller.
+      std::string console;
+      consoleCaptureTo(&console);
+      threadFailNextSpawnsForTesting(1000);
+      SplitFloats fallback;
+      sumSeries(&arena.heap, kind, &fallback, words, 2, 1, 0);
+      threadFailNextSpawnsForTesting(0);
+      consoleCaptureTo(nullptr);
+      EXPECT_TRUE(sameFloat(serial.q, fallback.q));
+      EXPECT_TRUE(sameFloat(serial.r[0], fallback.r[0]));
+      // 2500 words make blocks long enough for the thread layer to split.
+      if (words == 2500) { EXPECT_NE(console.find("Unable to create thread"), std::string::npos); }
+      splitFloatsRelease(&fallback);
+      splitFloatsRelease(&serial);
+    }
+  }
+  globalThreadPower = savedPower;
+  releaseFftTables();
+}
+
+TEST(SeriesSums, AZeroPrecisionBlockStillMerges) {
+  // Two blocks by hand: the second starts where no precision is left, its
+  // terms count for nothing beyond the words asked for, and it is summed
+  // and merged at 3 words.
+  buildFftTables(10000);
+  Arena arena(64ull << 20);
+  const uint64_t words = 200;
+  const uint64_t terms = termsForWords(words, &alternatingKind);
+  const uint64_t split = terms - 40;
+  ASSERT_LE((long double)words - (long double)split / testTermsPerWord, 2.0L);
+  SeriesPlan plan;
+  seriesPlanInit(&plan, 2);
+  SeriesBlock first = {words, 0, split, 1, 0, 0, 0, 0};
+  SeriesBlock second = {0, split, terms, 0, 0, 0, 0, 3};
+  seriesPlanAppend(&plan, first);
+  seriesPlanAppend(&plan, second);
+  SplitFloats sum;
+  sumSeriesPlan(&arena.heap, &alternatingKind, &plan, terms, words, 0, 0, &sum);
+  EXPECT_LT(relativeErrorBits(alternatingKind, &sum, terms), -32.0 * double(words - 2));
+  EXPECT_TRUE(bigFloatIsZero(sum.p));
+  splitFloatsRelease(&sum);
+  seriesPlanRelease(&plan);
+  releaseFftTables();
+}
+
+TEST(SeriesSums, ProgressLinesOnlyForLongSums) {
+  buildFftTables(10000);
+  Arena arena(64ull << 20);
+  std::string console;
+  consoleCaptureTo(&console);
+  SplitFloats sum;
+  // Under 100 terms: the serial recursion alone, no progress line.
+  sumSeries(&arena.heap, &plainKind, &sum, 3, 0, 1, 1);
+  splitFloatsRelease(&sum);
+  EXPECT_EQ(console, "Summing Series:  61 terms\n");
+  console.clear();
+  sumSeries(&arena.heap, &plainKind, &sum, 2000, 0, 1, 1);
+  splitFloatsRelease(&sum);
+  consoleCaptureTo(nullptr);
+  EXPECT_EQ(console.rfind("Summing Series:  40,380 terms\n", 0), 0u) << console.substr(0, 80);
+  // Blocks before the last one show the terms done, then the path.
+  EXPECT_NE(console.find("\rSumming...  "), std::string::npos);
+  EXPECT_NE(console.find("%0"), std::string::npos);
+  releaseFftTables();
+}
+
+TEST(SeriesSums, BasicSwapPagesTheTopAndGivesTheSameBits) {
+  buildFftTables(20000);
+  std::string folders[2] = {makeFolder("series_swap"), makeFolder("series_swap")};
+  char* paths[2] = {folders[0].data(), folders[1].data()};
+  PathList list = {2, paths};
+  globalSwapPaths = &list;
+  Arena arena(128ull << 20);
+  for (const SeriesKind* kind : {&plainKind, &alternatingKind}) {
+    SplitFloats ram, swapped;
+    sumSeries(&arena.heap, kind, &ram, 1500, 1, 1, 0);
+    sumSeries(&arena.heap, kind, &swapped, 1500, 1, 2, 0);
+    splitFloatsLoad(&arena.heap, &swapped);
+    EXPECT_TRUE(sameFloat(ram.q, swapped.q));
+    EXPECT_TRUE(sameFloat(ram.r[0], swapped.r[0]));
+    splitFloatsRelease(&swapped);
+    splitFloatsRelease(&ram);
+  }
+  globalSwapPaths = nullptr;
+  for (const std::string& folder : folders) {
+    EXPECT_TRUE(std::filesystem::is_empty(folder)) << "swap files left in " << folder;
+    std::filesystem::remove_all(folder);
+  }
+  releaseFftTables();
+}
+
+TEST(SeriesNumbers, FloatsKeepTheWordsAndTheSignOfTheFirstTerm) {
+  Arena arena(1ull << 20);
+  SplitRecord record;
+  splitRecordSetZero(&record);
+  splitNumberFromU64(&arena.heap, &record.q, 0x500000000ull);  // low word zero: stripped
+  EXPECT_EQ(record.q.stripped, 1u);
+  EXPECT_EQ(record.q.length, 1u);
+  splitNumberFromU64(&arena.heap, &record.r[0], 9);
+  record.r[0].stripped = 4;
+  uint32_t* base = record.q.base;
+  SplitFloats floats;
+  // First term index 1 + 1 = 2: even, positive.
+  splitRecordToFloats(&alternatingKind, &record, &floats, 1, seriesWhole);
+  EXPECT_EQ(floats.q.mantissa.words, base);  // no word moved
+  EXPECT_EQ(floats.q.exponent + int64_t(floats.q.mantissa.length), 2);
+  EXPECT_EQ(floats.r[0].positive, 1u);
+  EXPECT_EQ(floats.r[0].exponent, 4);
+  EXPECT_TRUE(bigFloatIsZero(floats.p));
+  splitFloatsRelease(&floats);
+  // First term index 1: odd, negative.
+  splitRecordSetZero(&record);
+  splitNumberFromU64(&arena.heap, &record.q, 3);
+  splitNumberFromU64(&arena.heap, &record.r[0], 2);
+  splitRecordToFloats(&alternatingKind, &record, &floats, 0, seriesWhole);
+  EXPECT_EQ(floats.r[0].positive, 0u);
+  splitFloatsRelease(&floats);
+  // Truncation keeps the top p + 3 words.
+  BigFloat x;
+  bigFloatFromU64(&arena.heap, &x, 0);
+  x.mantissa.words = heapAllocateWords(&arena.heap, 10);
+  x.mantissa.capacity = 10;
+  for (uint32_t i = 0; i < 10; i++) x.mantissa.words[i] = i + 1;
+  x.mantissa.length = 10;
+  x.exponent = -3;
+  seriesTruncateFloat(&x, 2);
+  EXPECT_EQ(x.mantissa.length, 5u);
+  EXPECT_EQ(x.exponent, 2);
+  EXPECT_EQ(x.mantissa.words[0], 6u);
+  EXPECT_EQ(x.mantissa.words[4], 10u);
+  bigFloatDestroy(&x);
+}
