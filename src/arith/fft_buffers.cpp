@@ -75,6 +75,11 @@ const FftLookupTables* fftTablesServing(const FftLookupTables* tables, SizeCode 
   if (current != nullptr && code <= current->builtCode) return current;
   FftLookupTables* fresh = static_cast<FftLookupTables*>(calloc(1, sizeof(FftLookupTables)));
   if (fresh == nullptr || growFftTables(fresh, code) != 0) fatalMemory();
+  // Codes only grow, so a few dozen retired tables at most; they stay
+  // reachable here for the life of the process.
+  static FftLookupTables* retired[128];
+  static uint32_t retiredCount = 0;
+  if (current != nullptr && retiredCount < 128) retired[retiredCount++] = current;
   own.store(fresh, std::memory_order_release);
   return fresh;
 }

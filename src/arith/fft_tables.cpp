@@ -115,12 +115,16 @@ void buildFftTables(uint64_t words) {
   if (growFftTables(fftTables, fftTablesCodeFor(words)) != 0) fatalMemory();
 }
 
+void releaseFftTablesRecord(FftLookupTables* tables) {
+  if (tables == nullptr) return;
+  pyramidFree(tables->pyramid2);
+  pyramidFree(tables->pyramid3);
+  pyramidFree(tables->pyramid5);
+  pyramidFree(tables->pyramid7);
+  free(tables);
+}
+
 void releaseFftTables() {
-  if (fftTables == nullptr) return;
-  pyramidFree(fftTables->pyramid2);
-  pyramidFree(fftTables->pyramid3);
-  pyramidFree(fftTables->pyramid5);
-  pyramidFree(fftTables->pyramid7);
-  free(fftTables);
+  releaseFftTablesRecord(fftTables);
   fftTables = nullptr;
 }

@@ -59,3 +59,7 @@ uint64_t growFftTables(FftLookupTables* tables, SizeCode code);
 
 // Frees the pyramids and the record, and clears fftTables.
 void releaseFftTables();
+
+// Frees the pyramids of a record made with calloc and grown by
+// growFftTables, and the record itself. Null is ignored.
+void releaseFftTablesRecord(FftLookupTables* tables);

@@ -35,9 +35,13 @@ void heapMerge(Heap* heap) {
   uint64_t peak0 = static_cast<uint64_t>(pair[0].peakUsed - pair[0].base);
   uint64_t peak1 = static_cast<uint64_t>(pair[1].peakUsed - pair[1].base);
   uint64_t peak = peak0 > peak1 ? peak0 : peak1;
+  // Adoption raises peakUsed to where the children's surviving blocks lie;
+  // what counts instead is both halves at the size of the larger one.
+  uint8_t* savedPeak = heap->peakUsed;
   heapDestroy(&pair[0]);
   heapDestroy(&pair[1]);
   uintptr_t estimate = reinterpret_cast<uintptr_t>(heap->usedAtSplit) + 2 * peak;
+  heap->peakUsed = savedPeak;
   if (estimate > reinterpret_cast<uintptr_t>(heap->peakUsed)) {
     heap->peakUsed = reinterpret_cast<uint8_t*>(estimate);
   }

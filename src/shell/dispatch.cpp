@@ -4,6 +4,7 @@
 #include "shell/dispatch.h"
 
 #include "constants/compute_settings.h"
+#include "constants/pi.h"
 
 double computeConstant(ComputeSettings* settings) {
   switch (settings->constantId) {
@@ -20,7 +21,7 @@ double computeConstant(ComputeSettings* settings) {
     case constantE:
       return 0.0;  // entry of e is added here
     case constantPi:
-      return 0.0;  // entry of Pi is added here
+      return computePi(settings);
     case constantLog2:
     case constantLog10:
       return 0.0;  // entries of Log(2) and Log(10) are added here

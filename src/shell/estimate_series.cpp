@@ -6,6 +6,7 @@
 
 #include "shell/estimate.h"
 #include "shell/estimate_internal.h"
+#include "shell/estimate_pi.h"
 
 // 4 ln(n!) by Stirling: 4 * ((n + 1.5)(ln(n + 1) - 1) + 0.5 ln(2 pi) + 0.5).
 static long double lupasF(long double n) {
@@ -73,6 +74,10 @@ static void seriesNeeds(uint32_t constantId, uint32_t algorithm, uint64_t wordCo
   *disk = 0;
   if (constantId == constantCatalan && algorithm == 0) {
     *memory = seriesPeak(lupasSeries, wordCount, threadPower);
+  }
+  if (constantId == constantPi) {
+    *memory = piSeriesPeak(algorithm, wordCount, threadPower);
+    *disk = piSeriesDisk(algorithm, wordCount);
   }
 }
 

@@ -281,6 +281,7 @@ TEST(FftProducts, TablesTooSmallForTheProductAreGrownApart) {
     EXPECT_TRUE(testbridge::equalsMpz(out.data(), 2 * n, expected.z)) << n;
   }
   EXPECT_EQ(small->builtCode, 40u);
+  releaseFftTablesRecord(small);
 }
 
 TEST(FftProducts, AShortHeapGivesBackItsBlocksAndTheMissingBytes) {
