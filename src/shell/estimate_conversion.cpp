@@ -2,6 +2,10 @@
 // memory of a run in Basic Swap.
 #include <algorithm>
 
+#include "arith/fft_sizes.h"
+#include "arith/hybrid_params.h"
+#include "arith/recursive.h"
+#include "arith/tuning.h"
 #include "shell/estimate.h"
 #include "shell/estimate_internal.h"
 
@@ -57,30 +61,151 @@ uint64_t estimateConversionDisk(uint64_t wordCount) {
   return (2 * (wordCount + w) + conversionTableWords(top, levels)) * 4;
 }
 
-// The last Newton step of the inverse square root to W = L + 2 words and the
-// small product after it: x at h + 3 words, s = x^2 and e = 1 - s at P + 3
-// words side by side, the product's scratch for an (h + 3)-word operand, and
-// room for the record overheads.
-static uint64_t newtonRootPeak(uint64_t wordCount, uint32_t threadPower) {
-  uint64_t w = wordCount + 2;
-  uint64_t p = w + 3;
-  uint64_t h = w / 2 + 1;
-  uint64_t numbers = 4 * ((h + 3) + 3 * (p + 3) + 64);
-  return numbers + estimateProduct(h + 3, threadPower, 0, 0);
+// ---- Sqrt(n) and the Golden Ratio -------------------------------------------------
+// These follow the run's allocations phase by phase, in heap blocks: the last
+// Newton step of the inverse root, the building of the conversion table, the
+// normalisation of the base conversion (the number times a power of 10^9 of
+// its own length: the largest product of the run) and its top division.
+// Products above the recursive range run on the direct FFT at every size
+// (the hybrid and disk workers are not in the build): a square takes a
+// transform buffer and its points, 12 bytes a point of the row's length, a
+// product two buffers and the points, 20 bytes a point.
+
+// Bytes of a heap block of `words` words: payload, header, guards, entry.
+static uint64_t rootBlock(uint64_t words) { return 4 * words + 64; }
+
+// Transform length of the FFT row of a product of `productBits` bits; 0 past
+// the FFT's largest row.
+static uint64_t rootFftLength(uint64_t productBits) {
+  SizeCode code;
+  uint32_t bitsPerPoint;
+  if (fftParamsFor(productBits / 2, &code, &bitsPerPoint) != 0) return 0;
+  return sizeCodeLength(code);
+}
+
+// The hybrid transform's figure for a product of `productWords` words (the
+// run's limits keep it within the transform's range).
+static uint64_t rootHybridWork(uint64_t productWords) {
+  return productScratchAt(std::min(productWords / 2 + 1, hybridProductWordsLimit / 2), 0);
+}
+
+// Bytes a product of na by nb words takes besides its operands and result.
+// Past the FFT's rows only the hybrid transform can take it: its figure.
+static uint64_t rootProductWork(uint64_t na, uint64_t nb, bool square) {
+  if (square) {
+    if (na < fftSquareThreshold) return rootBlock(2 * na) + rootBlock(recursionScratchWords(na, true));
+    uint64_t length = rootFftLength(64 * na);
+    if (length == 0) return rootHybridWork(2 * na);
+    return 12 * length + 2 * 128;
+  }
+  if (std::min(na, nb) < fftMultiplyThreshold) {
+    return rootBlock(na + nb) + rootBlock(unbalancedScratchWords(na, nb));
+  }
+  uint64_t length = rootFftLength(32 * (na + nb));
+  if (length == 0) return rootHybridWork(na + nb);
+  return 20 * length + 3 * 128;
+}
+
+// The last step of the inverse root to w words, h = w / 2 + 1. The steps
+// below leave x at the end of two blocks of its size. Then s = x^2 and
+// s = s * n (w + 6 words each) and e = 1 - s (w + 6 at most) come above it,
+// s and its first form leaving holes that the product e * x (h + 3 words)
+// may take; its transform comes above e.
+static uint64_t rootNewtonPeak(uint64_t w) {
+  const uint64_t h = w / 2 + 1;
+  const uint64_t x = 2 * rootBlock(h + 9);
+  const uint64_t square = x + rootBlock(w + 8) + rootProductWork(h + 6, h + 6, true);
+  const uint64_t product =
+      x + 3 * rootBlock(w + 9) + rootBlock(h + 5) + rootProductWork(h + 6, w + 6 - h, false);
+  return std::max(square, product);
+}
+
+// Mantissa words of 10^(9 n) (its factor 2^(9 n) is carried in the exponent,
+// so 9 n log2(5) bits remain) and of its inverse, to the power's position + 4
+// words and 3 guard words.
+static uint64_t rootPowerWords(uint64_t n) { return uint64_t(double(n) * 0.6530552) + 2; }
+static uint64_t rootInverseWords(uint64_t n) { return uint64_t(double(n) * radixWordsInverse) + 9; }
+
+// The conversion of a number of `length` words to `words` words of
+// precision, beside its table: all levels in Ram Only; in Basic Swap only
+// the level in use, the others being on disk.
+static uint64_t rootConversionPeak(uint64_t length, uint64_t words, bool swapped) {
+  // The table's shape as the conversion sizes it (without its level limit).
+  uint64_t c = uint64_t(double(length) * radixWords) + 2;
+  uint32_t levels = 0;
+  for (; c >= 16; levels++) c = (c + 1) >> 1;
+  const uint64_t number = rootBlock(length + 2);
+  // The table: building the top level beside the levels below it (its power,
+  // then the reciprocal's last step, x * r at the inverse's length).
+  uint64_t table = 0;
+  uint64_t building = 0;
+  for (uint32_t i = 0; i < levels; i++) {
+    const uint64_t n = c << i;
+    const uint64_t power = rootPowerWords(n), inverse = rootInverseWords(n);
+    const uint64_t r = inverse / 2 + 8;
+    uint64_t step = (swapped ? 0 : table) + rootBlock(power + 2) + rootBlock(r) +
+                    rootBlock(inverse + 3) + rootProductWork(power, r, false);
+    if (i > 0) {
+      const uint64_t below = rootPowerWords(n / 2);
+      step = std::max(step, (swapped ? 0 : table) + rootBlock(power + 2) +
+                                rootProductWork(below, below, true));
+    }
+    building = std::max(building, number + step);
+    table += rootBlock(power + 2) + rootBlock(inverse + 3);
+  }
+  const uint64_t kept = swapped ? 0 : table;
+  // The normalisation: 10^(9 m), m = (length - 1) * 1.07..., by squares to
+  // words + 13 words at most (the exact power is shorter for a number of
+  // position 1), then its product with the number, kept to words + 3 words,
+  // above the table. The squares and steps by 10^9 before it leave holes of
+  // up to twice the power's size under it.
+  const uint64_t m = uint64_t(double(length - 1) * radixWords);
+  const uint64_t power = std::min(words + 13, rootPowerWords(m));
+  const uint64_t half = std::min(words + 13, rootPowerWords(m / 2 + 1));
+  const uint64_t squaring = kept + number + rootBlock(half + 2) + rootBlock(power + 2) +
+                            rootProductWork(half, half, true);
+  const uint64_t product = kept + number + 3 * rootBlock(power + 2) + rootBlock(words + 5) +
+                           rootProductWork(length, power, false);
+  // The top division: the integer Y (in the number's place) and the output
+  // beside q = Y * inverse, kept to the precision p of the top power, which
+  // leaves p + 3 words of Y in the product.
+  uint64_t division = 0;
+  if (levels > 0) {
+    const uint64_t n = c << (levels - 1);
+    const uint64_t inverse = rootInverseWords(n);
+    const uint64_t p = uint64_t(double(n) * radixWordsInverse) + 6;
+    const uint64_t output = uint64_t(double(words + 5) * radixWords) + 2;
+    const uint64_t levelInUse =
+        swapped ? rootBlock(rootPowerWords(n) + 2) + rootBlock(inverse + 3) : table;
+    division = levelInUse + number + rootBlock(output) + rootBlock(p + 5) +
+               rootProductWork(std::min(words + 5, p + 3), inverse, false);
+  }
+  return std::max({building, squaring, product, division});
+}
+
+// Room for the small blocks of a run: one-word numbers, the records of the
+// split heaps, the conversion's child heaps and their tables.
+static constexpr uint64_t rootSmallBlocks = 1024;
+
+static uint64_t rootPeak(uint64_t wordCount, bool swapped) {
+  const uint64_t w = wordCount + 2;
+  // The conversion asks for the digits of the word count and the integer
+  // digits: at most wordCount + 4 words, and one more for the secondary cuts.
+  const uint64_t words = wordCount + 5;
+  return std::max(rootNewtonPeak(w), rootConversionPeak(w + 4, words, swapped)) + rootSmallBlocks;
 }
 
 uint64_t estimateRoot(uint64_t wordCount, uint32_t threadPower) {
-  return std::max(newtonRootPeak(wordCount, threadPower),
-                  estimateConversion(wordCount, threadPower));
+  (void)threadPower;  // every product of the run is a direct FFT, on one thread
+  return rootPeak(wordCount, false);
 }
 
-// In Basic Swap only the operands of the product at hand sit in memory: the
-// largest is an L-word product taken by the disk path in its normal form (the
-// transforms, the element and butterfly scratch, and a result buffer). Below
-// the two levels that swap, the Newton steps run in RAM at a quarter of the
-// precision.
+// In Basic Swap only the operands of the product at hand are meant to sit in
+// memory, the largest products being taken by the disk path. Until the disk
+// workers are in the build those products run in memory, and the run's peak
+// is that of Ram Only without the conversion table's other levels, which
+// stay on disk.
 uint64_t estimateRootSwap(uint64_t wordCount, uint32_t threadPower) {
-  uint64_t s = wordCount + 100;
-  uint64_t diskProduct = productScratchAt(s, threadPower) + 8 * s + 1024;
-  return std::max(diskProduct, estimateRoot(wordCount / 4 + 16, threadPower));
+  (void)threadPower;
+  return rootPeak(wordCount, true);
 }
