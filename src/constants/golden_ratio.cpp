@@ -33,5 +33,9 @@ void goldenRatioCompute(Heap* heap, BigFloat* out, uint64_t words, uint32_t thre
   if (name != nullptr) rootTimeLines(start, name);
 }
 
-double computeGoldenRatio(ComputeSettings* settings) { return rootEntry(settings, 0); }
-double computeGoldenRatioSwapped(ComputeSettings* settings) { return rootEntry(settings, 1); }
+double computeGoldenRatio(ComputeSettings* settings) {
+  return rootEntry(settings, 0);
+}
+double computeGoldenRatioSwapped(ComputeSettings* settings) {
+  return rootEntry(settings, 1);
+}

@@ -45,5 +45,9 @@ uint32_t rootIntegerWord(const BigFloat* value) {
   return value->mantissa.words[value->mantissa.length - 1];
 }
 
-double computeSqrtN(ComputeSettings* settings) { return rootEntry(settings, 0); }
-double computeSqrtNSwapped(ComputeSettings* settings) { return rootEntry(settings, 1); }
+double computeSqrtN(ComputeSettings* settings) {
+  return rootEntry(settings, 0);
+}
+double computeSqrtNSwapped(ComputeSettings* settings) {
+  return rootEntry(settings, 1);
+}

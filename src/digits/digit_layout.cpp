@@ -106,7 +106,8 @@ uint64_t writeDigitLayout(DigitStream* stream, const DigitSource* source, uint64
       uint32_t start = 0;
       if (position > 1) {
         char head[48];
-        snprintf(head, sizeof head, "%s^%lld * 0.", source->radix == 16 ? "4294967296" : "1000000000",
+        snprintf(head, sizeof head, "%s^%lld * 0.",
+                 source->radix == 16 ? "4294967296" : "1000000000",
                  static_cast<long long>(position));
         digitStreamPutText(stream, head);
         // A decimal top word starts like a fraction: its top digit's zero goes.

@@ -43,7 +43,9 @@ int createRetrying(const char* path) {
 
 }  // namespace
 
-void digitStreamOpenAttempts(uint32_t limit) { openAttemptLimit = limit; }
+void digitStreamOpenAttempts(uint32_t limit) {
+  openAttemptLimit = limit;
+}
 
 void digitStreamOpen(Heap* heap, DigitStream* stream, const char* path, uint64_t expectedBytes) {
   stream->fd = createRetrying(path);

@@ -67,8 +67,7 @@ TEST(DigitFileNames, FromTheRunsRecord) {
   for (const char* path : {"/tmp/out", "/tmp/out/", "C:\\out\\"}) {
     settings.s.outputPath = strdup(path);
     std::string name = settings.name(10, 0);
-    std::string expected = std::string(path) +
-                           (path[strlen(path) - 1] == 't' ? "/" : "") +
+    std::string expected = std::string(path) + (path[strlen(path) - 1] == 't' ? "/" : "") +
                            "Pi - Dec - Chudnovsky.txt";
     EXPECT_EQ(name, expected);
     free(settings.s.outputPath);
@@ -103,8 +102,8 @@ TEST(DigitFileNames, LongPathsGrowTheName) {
 }
 
 TEST(IntegerDigits, OfTheTopWord) {
-  const std::pair<uint32_t, uint64_t> hex[] = {
-      {0, 0}, {1, 1}, {15, 1}, {16, 2}, {0xffff, 4}, {0x10000, 5}, {0xffffffffu, 8}};
+  const std::pair<uint32_t, uint64_t> hex[] = {{0, 0},      {1, 1},       {15, 1},         {16, 2},
+                                               {0xffff, 4}, {0x10000, 5}, {0xffffffffu, 8}};
   for (auto [word, digits] : hex) EXPECT_EQ(hexIntegerDigits(word), digits) << word;
   const std::pair<uint32_t, uint64_t> decimal[] = {
       {0, 0}, {1, 1}, {9, 1}, {10, 2}, {65535, 5}, {999999999, 9}, {4294967295u, 10}};

@@ -76,8 +76,8 @@ inline ValueDigits wordDigits(const uint32_t* words, uint64_t n, int64_t scale, 
 
 // The first `digits` digits, truncated, in radix 10 or 16 of the binary
 // value words[0 .. n) * 2^(32 exponent), by MPFR from the exact value.
-inline ValueDigits binaryValueDigits(const uint32_t* words, uint64_t n, int64_t exponent,
-                                     int radix, uint64_t digits) {
+inline ValueDigits binaryValueDigits(const uint32_t* words, uint64_t n, int64_t exponent, int radix,
+                                     uint64_t digits) {
   mpz_t z;
   mpz_init(z);
   testbridge::toMpz(z, words, n);
@@ -121,8 +121,8 @@ inline std::string expectedLayout(const ValueDigits& value, uint64_t count, int 
   const long k = (point + perWord - 1) / perWord;
   long pad = k * perWord - point;
   if (radix == 10 && pad > 0) pad -= 1;  // the top digit's zero goes
-  return std::string(radix == 16 ? "4294967296^" : "1000000000^") + std::to_string(k) +
-         " * 0." + std::string(size_t(pad), '0') + fitted(value.digits, count);
+  return std::string(radix == 16 ? "4294967296^" : "1000000000^") + std::to_string(k) + " * 0." +
+         std::string(size_t(pad), '0') + fitted(value.digits, count);
 }
 
 }  // namespace writer_test
