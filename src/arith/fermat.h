@@ -1,0 +1,88 @@
+// The Fermat number transform: a length-2^k transform over the ring of
+// integers modulo 2^n + 1, n = 32W, whose roots of unity are powers of two,
+// so that it multiplies nothing: it adds, subtracts and shifts elements.
+//
+// An element is W + 1 words, little-endian; the top word is an overflow word.
+// Every routine here leaves its results reduced: the overflow word is 0,
+// except for the single value 2^n (that is -1), which has the overflow word 1
+// and all other words 0. Inputs must be reduced the same way.
+//
+// Twiddles travel as exponents e in half bits: the factor is 2^(e/2), and e
+// lives modulo 4n = 128W. An odd e needs sqrt(2) = 2^(3n/4) - 2^(n/4).
+#pragma once
+
+#include <cstdint>
+
+#include "platform/threads.h"
+
+// ---- Element arithmetic (fermat_element.cpp) --------------------------------
+// x[0 .. W) holds a value v below 2^n and `top` a small signed count of
+// 2^n: x = reduce(v + top * 2^n) = reduce(v - top), x[W] set. |top| <= 3.
+void fermatFold(uint32_t* x, uint64_t W, int64_t top);
+// out = a + b and out = a - b modulo 2^n + 1. out may alias a or b.
+void fermatAdd(uint32_t* out, const uint32_t* a, const uint32_t* b, uint64_t W);
+void fermatSub(uint32_t* out, const uint32_t* a, const uint32_t* b, uint64_t W);
+// x = -x in place.
+void fermatNegate(uint32_t* x, uint64_t W);
+// out = x * 2^bits, bits < 2n (a shift past n turns the sign). out must not
+// overlap x.
+void fermatShift(uint32_t* out, const uint32_t* x, uint64_t W, uint64_t bits);
+// out = x * 2^(e/2), e taken modulo 128W: even e is a shift, odd e goes
+// through sqrt(2) as the difference of two shifts. out must not overlap x;
+// scratch: 2W + 2 words (odd e only), overlapping neither.
+void fermatShiftHalf(uint32_t* out, const uint32_t* x, uint64_t W, uint64_t e, uint32_t* scratch);
+
+// ---- Butterflies (fermat_butterfly.cpp) --------------------------------------
+// Words of butterfly scratch per thread.
+inline uint64_t fermatButterflyScratchWords(uint64_t W) { return 4 * (W + 1); }
+// Decimation in frequency: a = a + b, b = (a - b) * 2^(e/2).
+void butterflyForward(uint32_t* a, uint32_t* b, uint64_t W, uint64_t e, uint32_t* scratch);
+// Its inverse up to a factor 2: t = b * 2^(-e/2), a = a + t, b = a - t.
+void butterflyInverse(uint32_t* a, uint32_t* b, uint64_t W, uint64_t e, uint32_t* scratch);
+
+// ---- Transforms (fermat_transform.cpp) ---------------------------------------
+// Forward transform of 2^levels elements at `stride` words apart, root of
+// order 2^levels given by its exponent e (half bits): natural order in,
+// bit-reversed order out. Butterfly scratch fermatButterflyScratchWords(W)
+// per thread, 2^threadPower threads' worth at `scratch`.
+void radixPass(uint32_t* elements, uint64_t W, uint64_t stride, uint32_t levels, uint64_t e,
+               uint32_t* scratch, uint32_t threadPower);
+// The inverse: bit-reversed order in, natural order out, input times 2^levels.
+// e is the forward root's exponent; the inverse negates it.
+void radixPassInverse(uint32_t* elements, uint64_t W, uint64_t stride, uint32_t levels, uint64_t e,
+                      uint32_t* scratch, uint32_t threadPower);
+
+// Element i of the transform (2^k elements, `stride` words apart) takes the
+// words [i * c, i * c + c) of source[0 .. n), zero-filled to W + 1 words;
+// then the forward transform of root exponent (32W) >> (k - 2) = 128W / 2^k.
+// Fatal "Architectural Limit Exceeded" when stride << k overflows.
+void hybridForward(const uint32_t* source, uint64_t n, uint64_t c, uint32_t* transform, uint64_t W,
+                   uint64_t stride, uint32_t k, uint32_t* scratch, uint32_t threadPower);
+
+// The inverse transform, then the output stage: each element is divided by
+// 2^k, checked (its two top words must be 0), joined with the tail of the
+// element before, and its words in [start, end) of the product are written
+// to destination[0 .. end - start). Elements wholly below `start` are
+// neither divided nor checked. Returns 0, or non-zero on a failed check.
+uint32_t hybridInverse(uint32_t* destination, uint64_t end, uint64_t start, uint64_t c,
+                       uint32_t* transform, uint64_t W, uint64_t stride, uint32_t k,
+                       uint32_t* scratch, uint32_t threadPower);
+
+// The address-space check of a transform: fatal unless stride << k is exact.
+void hybridCheckStride(uint64_t stride, uint32_t k);
+
+// ---- Fork and join -----------------------------------------------------------
+// Runs `upper` on a new thread and `lower` on this one, then joins. When no
+// thread can be had, threadSpawn has already run `upper` on this thread.
+template <typename Upper>
+uint64_t fermatForkTrampoline(void* context) {
+  (*static_cast<Upper*>(context))();
+  return 0;
+}
+template <typename Upper, typename Lower>
+void fermatFork(Upper& upper, Lower&& lower) {
+  ThreadHandle handle;
+  threadSpawn(&handle, fermatForkTrampoline<Upper>, &upper);
+  lower();
+  threadJoin(&handle);
+}

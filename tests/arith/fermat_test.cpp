@@ -1,0 +1,227 @@
+// The Fermat ring's element arithmetic and transforms against GMP: sums,
+// differences, negations and shifts modulo 2^(32W) + 1 (odd half-bit
+// exponents through sqrt(2) included), the forward transform against a
+// direct transform, and forward then inverse against the input times 2^k.
+#include <gmp.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "../support/gmp_bridge.h"
+#include "arith/fermat.h"
+
+namespace {
+
+using testbridge::Number;
+using testbridge::Random;
+
+// The ring of one element size: modulus 2^n + 1 and sqrt(2).
+struct Ring {
+  uint64_t W;
+  Number modulus, root2;
+  explicit Ring(uint64_t words) : W(words) {
+    const uint64_t n = 32 * W;
+    mpz_setbit(modulus.z, n);
+    mpz_add_ui(modulus.z, modulus.z, 1);
+    Number quarter;
+    mpz_setbit(root2.z, 3 * n / 4);
+    mpz_setbit(quarter.z, n / 4);
+    mpz_sub(root2.z, root2.z, quarter.z);
+  }
+  // z = 2^(e/2) = sqrt(2)^e modulo 2^n + 1.
+  void twiddle(mpz_t z, uint64_t e) const { mpz_powm_ui(z, root2.z, e, modulus.z); }
+};
+
+void elementValue(mpz_t z, const uint32_t* x, uint64_t W) { testbridge::toMpz(z, x, W + 1); }
+
+// The reduced form of a residue: W words and an overflow word that is 1
+// only for 2^n.
+std::vector<uint32_t> reducedElement(const mpz_t value, const Ring& ring) {
+  Number r;
+  mpz_mod(r.z, value, ring.modulus.z);
+  return testbridge::fromMpz(r.z, ring.W + 1);
+}
+
+::testing::AssertionResult isResidue(const uint32_t* x, const mpz_t expected, const Ring& ring) {
+  std::vector<uint32_t> want = reducedElement(expected, ring);
+  for (uint64_t i = 0; i <= ring.W; i++) {
+    if (x[i] != want[i])
+      return ::testing::AssertionFailure() << "word " << i << " of " << ring.W + 1 << ": " << x[i]
+                                           << " instead of " << want[i];
+  }
+  return ::testing::AssertionSuccess();
+}
+
+// A reduced element: mostly random, now and then 0, -1, 1 or 2^n - 1.
+std::vector<uint32_t> randomElement(Random& random, uint64_t W) {
+  std::vector<uint32_t> x(W + 1, 0);
+  switch (random.below(8)) {
+    case 0:
+      break;
+    case 1:
+      x[W] = 1;
+      break;
+    case 2:
+      x[0] = 1;
+      break;
+    case 3:
+      for (uint64_t i = 0; i < W; i++) x[i] = ~0u;
+      break;
+    default:
+      testbridge::fill(random, testbridge::randomKind(random), x.data(), W);
+  }
+  return x;
+}
+
+uint32_t bitReverse(uint32_t value, uint32_t bits) {
+  uint32_t out = 0;
+  for (uint32_t i = 0; i < bits; i++) out |= ((value >> i) & 1) << (bits - 1 - i);
+  return out;
+}
+
+TEST(FermatElement, SumsDifferencesNegationsAndShiftsMatchGmp) {
+  Random random = testbridge::testRandom();
+  for (uint64_t W : {1u, 2u, 3u, 8u, 13u, 24u, 41u}) {
+    const Ring ring(W);
+    const uint64_t n = 32 * W;
+    std::vector<uint32_t> out(W + 1), scratch(2 * W + 2);
+    for (int trial = 0; trial < 150; trial++) {
+      std::vector<uint32_t> a = randomElement(random, W), b = randomElement(random, W);
+      Number va, vb, want;
+      elementValue(va.z, a.data(), W);
+      elementValue(vb.z, b.data(), W);
+
+      fermatAdd(out.data(), a.data(), b.data(), W);
+      mpz_add(want.z, va.z, vb.z);
+      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "sum, W " << W;
+
+      fermatSub(out.data(), a.data(), b.data(), W);
+      mpz_sub(want.z, va.z, vb.z);
+      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "difference, W " << W;
+
+      out = a;
+      fermatNegate(out.data(), W);
+      mpz_neg(want.z, va.z);
+      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "negation, W " << W;
+
+      // Shifts: whole words, bit counts, and the edges 0, n - 1, n, 2n - 1.
+      const uint64_t edges[] = {0, n - 1, n, 2 * n - 1, 32 * random.below(2 * W)};
+      const uint64_t bits = trial < 5 ? edges[trial] : random.below(2 * n);
+      fermatShift(out.data(), a.data(), W, bits);
+      mpz_mul_2exp(want.z, va.z, bits);
+      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "shift " << bits << ", W " << W;
+
+      const uint64_t e = random.below(8 * n);
+      fermatShiftHalf(out.data(), a.data(), W, e, scratch.data());
+      Number factor;
+      ring.twiddle(factor.z, e);
+      mpz_mul(want.z, va.z, factor.z);
+      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "half-bit exponent " << e << ", W " << W;
+    }
+  }
+}
+
+TEST(FermatElement, ButterfliesOnMinusOneAndZeroExponent) {
+  Random random = testbridge::testRandom();
+  for (uint64_t W : {2u, 9u, 16u}) {
+    const Ring ring(W);
+    std::vector<uint32_t> scratch(fermatButterflyScratchWords(W));
+    for (uint64_t e : {uint64_t(0), uint64_t(1), uint64_t(32 * W), uint64_t(5), 128 * W - 3}) {
+      std::vector<uint32_t> a(W + 1, 0), b = randomElement(random, W);
+      a[W] = 1;  // -1
+      Number va, vb, factor, sum, diff;
+      elementValue(va.z, a.data(), W);
+      elementValue(vb.z, b.data(), W);
+      ring.twiddle(factor.z, e);
+      butterflyForward(a.data(), b.data(), W, e, scratch.data());
+      mpz_add(sum.z, va.z, vb.z);
+      mpz_sub(diff.z, va.z, vb.z);
+      mpz_mul(diff.z, diff.z, factor.z);
+      ASSERT_TRUE(isResidue(a.data(), sum.z, ring)) << "W " << W << " e " << e;
+      ASSERT_TRUE(isResidue(b.data(), diff.z, ring)) << "W " << W << " e " << e;
+      // The inverse butterfly gives both inputs back, times 2.
+      butterflyInverse(a.data(), b.data(), W, e, scratch.data());
+      mpz_mul_2exp(va.z, va.z, 1);
+      mpz_mul_2exp(vb.z, vb.z, 1);
+      ASSERT_TRUE(isResidue(a.data(), va.z, ring));
+      ASSERT_TRUE(isResidue(b.data(), vb.z, ring));
+    }
+  }
+}
+
+// Forward transform of 2^k elements of W words against the direct sum
+// X_j = sum_i x_i w^(ij), w = 2^(e/2) with e = 128W / 2^k, found at the
+// bit-reversed position j.
+void checkAgainstDirectTransform(uint64_t W, uint32_t k) {
+  Random random = testbridge::testRandom(W * 64 + k);
+  const Ring ring(W);
+  const uint64_t count = uint64_t(1) << k, stride = W + 1, e = (128 * W) >> k;
+  std::vector<uint32_t> data(count * stride), original;
+  for (uint64_t i = 0; i < count; i++) {
+    std::vector<uint32_t> x = randomElement(random, W);
+    std::copy(x.begin(), x.end(), data.begin() + i * stride);
+  }
+  original = data;
+  std::vector<uint32_t> scratch(fermatButterflyScratchWords(W));
+  radixPass(data.data(), W, stride, k, e, scratch.data(), 0);
+  Number sum, term, factor, value;
+  for (uint64_t j = 0; j < count; j++) {
+    mpz_set_ui(sum.z, 0);
+    for (uint64_t i = 0; i < count; i++) {
+      elementValue(value.z, original.data() + i * stride, W);
+      ring.twiddle(factor.z, (e * ((i * j) % count)) % (128 * W));
+      mpz_mul(term.z, value.z, factor.z);
+      mpz_add(sum.z, sum.z, term.z);
+    }
+    const uint64_t at = bitReverse(uint32_t(j), k);
+    ASSERT_TRUE(isResidue(data.data() + at * stride, sum.z, ring))
+        << "W " << W << " k " << k << " output " << j;
+  }
+}
+
+TEST(FermatTransform, ForwardIsTheDirectTransform) {
+  checkAgainstDirectTransform(4, 4);   // e = 32: whole words only
+  checkAgainstDirectTransform(3, 5);   // e = 12: bit shifts
+  checkAgainstDirectTransform(1, 7);   // e = 1: every odd index through sqrt(2)
+  checkAgainstDirectTransform(10, 8);  // e = 5, W not a multiple of 8
+}
+
+// Forward then inverse: every element comes back times 2^k.
+void checkRoundTrip(uint64_t W, uint32_t k, uint32_t threadPower) {
+  Random random = testbridge::testRandom(W * 64 + k + 1000 * threadPower);
+  const Ring ring(W);
+  const uint64_t count = uint64_t(1) << k, stride = W + 1, e = (128 * W) >> k;
+  std::vector<uint32_t> data(count * stride);
+  for (uint64_t i = 0; i < count; i++) {
+    std::vector<uint32_t> x = randomElement(random, W);
+    std::copy(x.begin(), x.end(), data.begin() + i * stride);
+  }
+  const std::vector<uint32_t> original = data;
+  std::vector<uint32_t> scratch(fermatButterflyScratchWords(W) << threadPower);
+  radixPass(data.data(), W, stride, k, e, scratch.data(), threadPower);
+  radixPassInverse(data.data(), W, stride, k, e, scratch.data(), threadPower);
+  Number value;
+  for (uint64_t i = 0; i < count; i++) {
+    elementValue(value.z, original.data() + i * stride, W);
+    mpz_mul_2exp(value.z, value.z, k);
+    ASSERT_TRUE(isResidue(data.data() + i * stride, value.z, ring))
+        << "W " << W << " k " << k << " threads 2^" << threadPower << " element " << i;
+  }
+}
+
+TEST(FermatTransform, ForwardThenInverseGivesInputTimesTwoToTheK) {
+  checkRoundTrip(8, 3, 0);     // k = 3, W a multiple of 8
+  checkRoundTrip(7, 3, 0);     // k = 3, odd root exponent 112 / ... (e = 112)
+  checkRoundTrip(5, 7, 0);     // odd m: e = 5
+  checkRoundTrip(12, 6, 0);    // W not a multiple of 8
+  checkRoundTrip(16, 11, 0);   // e = 1
+  checkRoundTrip(100, 9, 1);   // large enough to fork
+  checkRoundTrip(250, 11, 1);  // forks the sub-transforms too
+}
+
+TEST(FermatTransformDeathTest, StrideOverflowIsFatal) {
+  EXPECT_DEATH(hybridCheckStride(uint64_t(1) << 40, 30), "");
+}
+
+}  // namespace
