@@ -4,7 +4,9 @@
 #include "shell/dispatch.h"
 
 #include "constants/compute_settings.h"
+#include "constants/e.h"
 #include "constants/pi.h"
+#include "constants/roots.h"
 
 double computeConstant(ComputeSettings* settings) {
   switch (settings->constantId) {
@@ -13,13 +15,17 @@ double computeConstant(ComputeSettings* settings) {
       // The two roots have one algorithm and an entry per mode: Ram Only and
       // Basic Swap. Any other combination computes nothing.
       if (settings->algorithm != 0) return 0.0;
-      if (settings->computeMode != computeModeRamOnly &&
-          settings->computeMode != computeModeBasicSwap) {
-        return 0.0;
+      if (settings->computeMode == computeModeRamOnly) {
+        return settings->constantId == constantSqrtN ? computeSqrtN(settings)
+                                                     : computeGoldenRatio(settings);
       }
-      return 0.0;  // entries of Sqrt(n) and the Golden Ratio are added here
+      if (settings->computeMode == computeModeBasicSwap) {
+        return settings->constantId == constantSqrtN ? computeSqrtNSwapped(settings)
+                                                     : computeGoldenRatioSwapped(settings);
+      }
+      return 0.0;
     case constantE:
-      return 0.0;  // entry of e is added here
+      return computeE(settings);
     case constantPi:
       return computePi(settings);
     case constantLog2:

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstring>
 
 #include <string>
 
@@ -12,6 +13,8 @@
 #include "shell/settings_init.h"
 #include "platform/console.h"
 #include "platform/threads.h"
+#include "shell/estimate.h"
+#include "support/run_program.h"
 
 namespace {
 
@@ -37,25 +40,38 @@ std::string between(const std::string& text, const std::string& from, const std:
   return text.substr(start, end - start);
 }
 
-TEST(Driver, HeaderOfTheDefaultPiRecord) {
+TEST(Driver, HeaderAndFilesOfASmallPiRun) {
   Settings settings;
+  std::string folder = makeTempFolder();
+  settings.s.outputPath = strdup(folder.c_str());
+  setDecimalDigits(&settings.s, 1000);
   settings.s.threadPower = 3;
-  settings.s.memoryNeeded = 0;
+  estimateResources(&settings.s);
+  const uint64_t estimate = settings.s.memoryNeeded;
   Capture capture;
   double seconds = runComputation(nullptr, &settings.s);
-  EXPECT_EQ(seconds, 0.0);  // nothing is computed yet
+  EXPECT_GE(seconds, 0.0);
   const std::string expected =
       "\n\nConstant :  Pi\n"
       "Algorithm:  Chudnovsky Formula\n\n"
-      "Decimal Digits    :   50,000,000\n"
-      "Hexadecimal Digits:   41,524,102\n\n"
+      "Decimal Digits    :   1,000\n"
+      "Hexadecimal Digits:   831\n\n"
       "Threads:  8\n"
       "Mode   :  Ram Only\n\n\n"
-      "Allocating and Reserving Memory...      1.00 MB\n"
+      "Allocating and Reserving Memory...      " +
+      formatBytes(estimate + 1048576) +
+      "\n"
       "Constructing FFT lookup tables...       \n\n\n"
       "Begin Computation:\n\n";
   EXPECT_EQ(capture.text.substr(0, expected.size()), expected);
   EXPECT_EQ(globalThreadPower, 3u);
+  EXPECT_EQ(settings.s.heap, nullptr);
+  std::string decimal = readWholeFile(folder + "/Pi - Dec - Chudnovsky.txt");
+  EXPECT_EQ(decimal.size(), 1002u);
+  EXPECT_EQ(decimal.substr(0, 12), "3.1415926535");
+  EXPECT_EQ(decimal.substr(decimal.size() - 10), "2164201989");  // digits 991 to 1000
+  EXPECT_EQ(readWholeFile(folder + "/Pi - Hex - Chudnovsky.txt").substr(0, 10), "3.243f6a88");
+  removeTree(folder);
 }
 
 TEST(Driver, EmptyConstantsComputeNothingAndReportZeroTime) {
@@ -109,6 +125,7 @@ TEST(Driver, EulerHeaderShowsTheSeriesSize) {
 
 TEST(Driver, RecordRunsAgainAfterRelease) {
   Settings settings;
+  selectConstant(nullptr, &settings.s, 6);  // the frame only: nothing computed
   settings.s.computeMode = computeModeBasicSwap;
   settings.s.threadPower = 0;
   settings.s.memoryNeeded = 3u << 20;
