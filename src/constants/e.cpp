@@ -58,9 +58,11 @@ void trim1(BigFloat* x) {
   bigFloatCompact2(x, &zero);
 }
 
-// x = 1 / x to p words by the form of the mode.
+// x = 1 / x to p words by the form of the mode. The "Iterating:" line
+// starts a progress path of its own.
 void invert(Heap* heap, BigFloat* x, uint64_t p, uint32_t threadPower, uint32_t mode,
             uint32_t show) {
+  if (show) progressReset();
   if (swapMode(mode)) {
     bigFloatInvertSwapped(heap, x, p, threadPower, show);
   } else {

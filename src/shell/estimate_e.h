@@ -10,3 +10,8 @@
 // verify it also covers the base conversion of the first value while the
 // second one waits in memory.
 uint64_t eSeriesPeak(uint32_t algorithm, uint64_t wordCount, uint32_t threadPower);
+
+// disk(series) in bytes for Basic Swap: the top merge's halves and results
+// on disk at once (two numbers of W words for each of Q and the numerators),
+// and two numbers more for the finish's reciprocal.
+uint64_t eSeriesDisk(uint32_t algorithm, uint64_t wordCount);
