@@ -35,6 +35,7 @@ uint64_t hybridRun(Heap* heap, const uint32_t* a, uint64_t na, const uint32_t* b
 
   ElementPlan plan;
   elementPlanFor(&plan, tables, W);
+  if (plan.method == 1) plan.tables = fftTablesServing(tables, plan.code);
   const uint64_t transformWords = roundUp16(stride * count);
   const uint64_t butterflyWords = roundUp16(fermatButterflyScratchWords(W));
   const uint64_t elementWords = hybridElementScratchWords(plan, square);

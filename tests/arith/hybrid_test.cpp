@@ -1,0 +1,347 @@
+// Hybrid transform products against GMP: element squares and products
+// modulo 2^(32W) + 1 (recursive and FFT forms, the -1 cases), squares and
+// products of many sizes and kinds with chops, unbalanced shapes and
+// threads, chosen parameters (k = 3, odd m, W not a multiple of 8), the
+// check on the top words through the fault switch, and memory shortage.
+#include <gmp.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "../support/gmp_bridge.h"
+#include "arith/fermat.h"
+#include "arith/fft_tables.h"
+#include "arith/hybrid.h"
+#include "arith/hybrid_params.h"
+#include "arith/multiply.h"
+#include "memory/heap.h"
+#include "platform/console.h"
+#include "platform/threads.h"
+
+namespace {
+
+using testbridge::Kind;
+using testbridge::Number;
+using testbridge::Random;
+
+// Tables that serve the element FFTs of every product below 8.5M words.
+const FftLookupTables* tables() {
+  static FftLookupTables* built = [] {
+    auto* t = static_cast<FftLookupTables*>(calloc(1, sizeof(FftLookupTables)));
+    if (t == nullptr || growFftTables(t, hybridElementCodeBound(8500000)) != 0) abort();
+    return t;
+  }();
+  return built;
+}
+
+// (a * b) >> (32 chop) as words, and the operands shortened as the
+// products do it for a chop beyond an operand.
+std::vector<uint32_t> truncatedProduct(const uint32_t* a, uint64_t na, const uint32_t* b,
+                                       uint64_t nb, uint64_t chop) {
+  Number x, y;
+  testbridge::toMpz(x.z, a, na);
+  testbridge::toMpz(y.z, b, nb);
+  mpz_mul(x.z, x.z, y.z);
+  mpz_tdiv_q_2exp(x.z, x.z, 32 * chop);
+  return testbridge::fromMpz(x.z, na + nb - chop);
+}
+
+// A chopped product may drop the carry of elements wholly below the chop:
+// it is the truncated product or one less. Unchopped it is exact.
+::testing::AssertionResult closeEnough(const std::vector<uint32_t>& want, const uint32_t* got,
+                                       bool exact) {
+  Number w, g;
+  testbridge::toMpz(w.z, want.data(), want.size());
+  testbridge::toMpz(g.z, got, want.size());
+  mpz_sub(w.z, w.z, g.z);
+  if (mpz_sgn(w.z) == 0 || (!exact && mpz_cmp_ui(w.z, 1) == 0))
+    return ::testing::AssertionSuccess();
+  return testbridge::equalsMpz(got, want.size(), g.z) << " (difference " << mpz_get_si(w.z)
+                                                      << ")";
+}
+
+// Runs a square (b null) or product through the public entries and
+// compares. The chop follows the products' rule for operand cuts.
+void checkProduct(const std::vector<uint32_t>& a, const std::vector<uint32_t>* b, uint64_t chop,
+                  uint32_t threadPower, const std::string& what) {
+  const uint64_t na = a.size(), nb = b == nullptr ? na : b->size();
+  testbridge::GuardedWords out(na + nb - chop);
+  uint64_t code;
+  std::vector<uint32_t> want;
+  if (b == nullptr) {
+    code = hybridSquare(nullptr, a.data(), na, out.data(), chop, tables(), threadPower);
+    const uint64_t drop = chop > na ? chop - na : 0;
+    want = truncatedProduct(a.data() + drop, na - drop, a.data() + drop, na - drop, chop - 2 * drop);
+  } else {
+    code = hybridMultiply(nullptr, a.data(), na, b->data(), nb, out.data(), chop, tables(),
+                          threadPower);
+    const uint64_t dropA = chop > nb ? chop - nb : 0, dropB = chop > na ? chop - na : 0;
+    want = truncatedProduct(a.data() + dropA, na - dropA, b->data() + dropB, nb - dropB,
+                            chop - dropA - dropB);
+  }
+  ASSERT_EQ(code, 0u) << what;
+  ASSERT_TRUE(out.intact()) << what;
+  ASSERT_TRUE(closeEnough(want, out.data(), chop == 0)) << what;
+}
+
+std::string describe(const char* form, uint64_t na, uint64_t nb, uint64_t chop, Kind kind,
+                     uint32_t threadPower) {
+  return std::string(form) + " " + std::to_string(na) + " x " + std::to_string(nb) + " chop " +
+         std::to_string(chop) + " " + testbridge::kindName(kind) + " threads 2^" +
+         std::to_string(threadPower);
+}
+
+// ---- Elements ---------------------------------------------------------------
+
+void checkElements(uint64_t W, Random& random) {
+  ElementPlan plan;
+  elementPlanFor(&plan, tables(), W);
+  std::vector<uint32_t> storage(hybridElementScratchWords(plan, false) + 16);
+  uint32_t* scratch = reinterpret_cast<uint32_t*>(
+      (reinterpret_cast<uintptr_t>(storage.data()) + 63) & ~uintptr_t(63));
+  Number modulus;
+  mpz_setbit(modulus.z, 32 * W);
+  mpz_add_ui(modulus.z, modulus.z, 1);
+  for (int trial = 0; trial < 12; trial++) {
+    std::vector<uint32_t> a(W + 1, 0), b(W + 1, 0);
+    // -1 in either or both, all ones, random.
+    if (trial % 4 == 1) a[W] = 1;
+    else testbridge::fill(random, trial == 2 ? Kind::AllOnes : testbridge::randomKind(random),
+                          a.data(), W);
+    if (trial % 4 == 1 || trial % 4 == 2) b[W] = trial % 8 < 4 ? 1 : 0;
+    if (b[W] == 0) testbridge::fill(random, trial == 3 ? Kind::AllOnes : Kind::Uniform, b.data(), W);
+    Number va, vb, want;
+    testbridge::toMpz(va.z, a.data(), W + 1);
+    testbridge::toMpz(vb.z, b.data(), W + 1);
+
+    std::vector<uint32_t> x = a;
+    hybridElementSquare(x.data(), plan, scratch);
+    mpz_mul(want.z, va.z, va.z);
+    mpz_mod(want.z, want.z, modulus.z);
+    ASSERT_TRUE(testbridge::equalsMpz(x.data(), W + 1, want.z)) << "square, W " << W;
+
+    x = a;
+    hybridElementProduct(x.data(), b.data(), plan, scratch);
+    mpz_mul(want.z, va.z, vb.z);
+    mpz_mod(want.z, want.z, modulus.z);
+    ASSERT_TRUE(testbridge::equalsMpz(x.data(), W + 1, want.z)) << "product, W " << W;
+  }
+}
+
+TEST(HybridElements, SquaresAndProductsModuloTheRingMatchGmp) {
+  Random random = testbridge::testRandom();
+  for (uint64_t W : {1u, 5u, 16u, 22u, 23u}) checkElements(W, random);  // recursive methods
+  // FFT elements: the rows of the element size table, sampled up to 3000 words.
+  uint32_t fftSizes = 0;
+  for (uint32_t row = 0; row < elementSizeRowCount; row += 1 + uint32_t(random.below(6))) {
+    const uint64_t W = ElementSizeTable[row].capacity / 32;
+    if (W < elementFftWords) continue;
+    if (W > 3000 || ElementSizeTable[row].code > tables()->builtCode) break;
+    checkElements(W, random);
+    fftSizes++;
+  }
+  EXPECT_GE(fftSizes, 5u);
+}
+
+TEST(HybridElements, NegaCyclicMinusOneGivesTheOverflowWord) {
+  // (2^(n/2))^2 = 2^n = -1: the FFT's wrapped result says -1.
+  for (uint64_t W : {8u, 28u, 64u}) {
+    ElementPlan plan;
+    elementPlanFor(&plan, tables(), W);
+    std::vector<uint32_t> storage(hybridElementScratchWords(plan, false) + 16);
+    uint32_t* scratch = reinterpret_cast<uint32_t*>(
+        (reinterpret_cast<uintptr_t>(storage.data()) + 63) & ~uintptr_t(63));
+    std::vector<uint32_t> x(W + 1, 0), y(W + 1, 0);
+    x[W / 2] = 1;
+    y[W / 2] = 1;
+    hybridElementProduct(x.data(), y.data(), plan, scratch);
+    EXPECT_EQ(x[W], 1u) << "W " << W;
+    for (uint64_t i = 0; i < W; i++) ASSERT_EQ(x[i], 0u) << "W " << W;
+    y[W] = 0;
+    hybridElementSquare(y.data(), plan, scratch);
+    EXPECT_EQ(y[W], 1u) << "W " << W;
+    hybridElementSquare(y.data(), plan, scratch);  // (-1)^2 = 1
+    EXPECT_EQ(y[0], 1u);
+    EXPECT_EQ(y[W], 0u);
+  }
+}
+
+// ---- Whole products -----------------------------------------------------------
+
+TEST(HybridProducts, SquaresOfManySizesMatchGmp) {
+  Random random = testbridge::testRandom();
+  for (int trial = 0; trial < 8; trial++) {
+    const uint64_t n = random.logUniform(6000, 150000);
+    const Kind kind = trial == 0 ? Kind::AllOnes : testbridge::randomKind(random);
+    const std::vector<uint32_t> a = testbridge::operand(random, kind, n);
+    const uint32_t threadPower = trial % 2;
+    const uint64_t chop = trial < 3 ? 0 : random.below(trial % 3 == 0 ? 2 * n - 1 : n);
+    checkProduct(a, nullptr, chop, threadPower, describe("square", n, n, chop, kind, threadPower));
+  }
+}
+
+TEST(HybridProducts, BalancedAndUnbalancedProductsMatchGmp) {
+  Random random = testbridge::testRandom();
+  struct Shape {
+    uint64_t na, nb;
+  };
+  const Shape shapes[] = {{12000, 12000}, {13057, 13000}, {40000, 12500},  {12100, 50000},
+                          {30000, 3000},  {100000, 9000}, {64000, 64000}, {150000, 20000}};
+  for (int trial = 0; trial < 8; trial++) {
+    const Shape shape = shapes[trial];
+    const Kind kind = trial == 1 ? Kind::AllOnes : testbridge::randomKind(random);
+    const std::vector<uint32_t> a = testbridge::operand(random, kind, shape.na);
+    const std::vector<uint32_t> b = testbridge::operand(random, kind, shape.nb);
+    const uint32_t threadPower = trial % 2;
+    const uint64_t total = shape.na + shape.nb;
+    const uint64_t chop = trial < 4 ? 0 : random.below(total - 1);
+    checkProduct(a, &b, chop, threadPower,
+                 describe("product", shape.na, shape.nb, chop, kind, threadPower));
+  }
+}
+
+TEST(HybridProducts, FourMillionWordProductOnTwoThreads) {
+  Random random = testbridge::testRandom();
+  const std::vector<uint32_t> a = testbridge::operand(random, Kind::Uniform, 2000000);
+  const std::vector<uint32_t> b = testbridge::operand(random, Kind::Uniform, 2000000);
+  checkProduct(a, &b, 0, 1, "product 2000000 x 2000000");
+}
+
+// Chosen parameters: k = 3 with W a multiple of 8 (FFT elements), odd m with
+// W not a multiple of 8 (recursive and FFT elements).
+TEST(HybridProducts, ChosenParametersGiveExactProducts) {
+  Random random = testbridge::testRandom();
+  struct Params {
+    uint32_t k, m;
+  };
+  for (Params p : {Params{3, 512}, Params{3, 640}, Params{8, 11}, Params{9, 7}, Params{10, 7},
+                   Params{7, 23}}) {
+    const uint64_t capacity = hybridCapacity(p.k, p.m);
+    for (int full = 0; full < 2; full++) {
+      // P = capacity exactly, then a random shorter product.
+      const uint64_t na = full == 0 ? capacity / 2 : 1 + random.below(capacity / 2);
+      const uint64_t nb = full == 0 ? capacity - na : 1 + random.below(capacity - na);
+      const Kind kind = full == 0 ? Kind::AllOnes : Kind::Uniform;
+      const std::vector<uint32_t> a = testbridge::operand(random, kind, na);
+      const std::vector<uint32_t> b = testbridge::operand(random, kind, nb);
+      std::vector<uint32_t> out(na + nb);
+      for (uint32_t threadPower : {0u, 3u}) {
+        ASSERT_EQ(hybridProductWith(nullptr, a.data(), na, b.data(), nb, out.data(), 0, p.k, p.m,
+                                    tables(), threadPower),
+                  0u);
+        const std::vector<uint32_t> want = testbridge::gmpProduct(a.data(), na, b.data(), nb);
+        ASSERT_EQ(out, want) << "k " << p.k << " m " << p.m << " " << na << " x " << nb;
+      }
+      std::vector<uint32_t> square(2 * na);
+      ASSERT_EQ(hybridProductWith(nullptr, a.data(), na, nullptr, 0, square.data(), 0, p.k, p.m,
+                                  tables(), 1),
+                0u);
+      ASSERT_EQ(square, testbridge::gmpProduct(a.data(), na, a.data(), na))
+          << "square k " << p.k << " m " << p.m;
+    }
+  }
+}
+
+TEST(HybridProducts, EightElementsRunOnOneThread) {
+  // With k = 3 no thread is asked for: a refused spawn would print a warning.
+  Random random = testbridge::testRandom();
+  const std::vector<uint32_t> a = testbridge::operand(random, Kind::Uniform, 60);
+  std::vector<uint32_t> out(120);
+  std::string console;
+  consoleCaptureTo(&console);
+  threadFailNextSpawnsForTesting(1);
+  const uint64_t code =
+      hybridProductWith(nullptr, a.data(), 60, nullptr, 0, out.data(), 0, 3, 512, tables(), 8);
+  threadFailNextSpawnsForTesting(0);
+  consoleCaptureTo(nullptr);
+  EXPECT_EQ(code, 0u);
+  EXPECT_EQ(console.find("Warning"), std::string::npos);
+  EXPECT_EQ(out, testbridge::gmpProduct(a.data(), 60, a.data(), 60));
+}
+
+TEST(HybridProducts, RefusedThreadWarnsAndStillMultiplies) {
+  Random random = testbridge::testRandom();
+  const std::vector<uint32_t> a = testbridge::operand(random, Kind::Uniform, 30000);
+  std::vector<uint32_t> out(60000);
+  std::string console;
+  consoleCaptureTo(&console);
+  threadFailNextSpawnsForTesting(1);
+  const uint64_t code = hybridSquare(nullptr, a.data(), 30000, out.data(), 0, tables(), 1);
+  threadFailNextSpawnsForTesting(0);
+  consoleCaptureTo(nullptr);
+  EXPECT_EQ(code, 0u);
+  EXPECT_NE(console.find("Warning: Unable to create thread."), std::string::npos);
+  EXPECT_EQ(out, testbridge::gmpProduct(a.data(), 30000, a.data(), 30000));
+}
+
+// ---- The check -----------------------------------------------------------------
+
+TEST(HybridCheck, CorruptionAfterTheForwardPassIsCaughtAndTheRetryIsRight) {
+  Random random = testbridge::testRandom();
+  const uint64_t n = 20000;
+  const std::vector<uint32_t> a = testbridge::operand(random, Kind::Uniform, n);
+  const std::vector<uint32_t> b = testbridge::operand(random, Kind::Uniform, n);
+  std::vector<uint32_t> out(2 * n);
+  for (uint32_t threadPower : {0u, 1u}) {
+    hybridFaultForTesting = {1, random.next(), random.next()};
+    EXPECT_EQ(hybridMultiply(nullptr, a.data(), n, b.data(), n, out.data(), 0, tables(),
+                             threadPower),
+              multiplyDetectedError);
+    EXPECT_EQ(hybridFaultForTesting.stage, 0u);
+    // The retry runs on the same, untouched operands.
+    EXPECT_EQ(hybridMultiply(nullptr, a.data(), n, b.data(), n, out.data(), 0, tables(),
+                             threadPower),
+              0u);
+    EXPECT_EQ(out, testbridge::gmpProduct(a.data(), n, b.data(), n));
+    hybridFaultForTesting = {1, random.next(), random.next()};
+    EXPECT_EQ(hybridSquare(nullptr, a.data(), n, out.data(), 0, tables(), threadPower),
+              multiplyDetectedError);
+  }
+}
+
+TEST(HybridCheck, CorruptionBelowTheChopGoesUnreported) {
+  Random random = testbridge::testRandom();
+  const uint64_t n = 20000, chop = 15000;  // below n: the operand stays whole
+  uint32_t k, m;
+  ASSERT_EQ(hybridSquareParams(2 * n, &k, &m), 0u);
+  const uint64_t W = (uint64_t(m) << k) / 128, c = (uint64_t(m) << k) / 256 - 1;
+  const std::vector<uint32_t> a = testbridge::operand(random, Kind::Uniform, n);
+  std::vector<uint32_t> clean(2 * n - chop), faulty(2 * n - chop);
+  ASSERT_EQ(hybridSquare(nullptr, a.data(), n, clean.data(), chop, tables(), 0), 0u);
+  // An element whose words all lie below the chop, after the inverse.
+  const uint64_t below = (chop - W) / c - 1;
+  hybridFaultForTesting = {2, below, 3};
+  ASSERT_EQ(hybridSquare(nullptr, a.data(), n, faulty.data(), chop, tables(), 0), 0u);
+  EXPECT_EQ(faulty, clean);
+  // The same corruption in a wanted element is caught.
+  // (A flipped low bit divided by 2^k is -2^(n - k): the top words fill.)
+  hybridFaultForTesting = {2, chop / c + 2, 0};
+
+  EXPECT_EQ(hybridSquare(nullptr, a.data(), n, faulty.data(), chop, tables(), 0),
+            multiplyDetectedError);
+}
+
+// ---- Limits and memory -----------------------------------------------------------
+
+TEST(HybridLimits, ShortHeapReturnsTheMissingBytes) {
+  Random random = testbridge::testRandom();
+  const std::vector<uint32_t> a = testbridge::operand(random, Kind::Uniform, 20000);
+  std::vector<uint32_t> out(40000);
+  Heap heap;
+  heapInit(nullptr, &heap, 1 << 16);
+  const uint64_t code = hybridSquare(&heap, a.data(), 20000, out.data(), 0, tables(), 0);
+  heapDestroy(&heap);
+  EXPECT_NE(code, 0u);
+  EXPECT_NE(code, multiplyDetectedError);
+}
+
+TEST(HybridLimitsDeathTest, ProductBeyondTheLimitIsFatal) {
+  const uint32_t word = 1;
+  EXPECT_EXIT(hybridSquare(nullptr, &word, hybridProductWordsLimit / 2 + 1, nullptr, 0, tables(), 0),
+              ::testing::ExitedWithCode(1), "");
+}
+
+}  // namespace
