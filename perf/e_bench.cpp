@@ -58,7 +58,8 @@ Options parse(int argc, char** argv) {
     } else if (!std::strcmp(argv[i], "--threads") && i + 1 < argc) {
       options.threadPower = std::min<uint32_t>(8, uint32_t(std::strtoul(argv[++i], nullptr, 10)));
     } else {
-      std::fprintf(stderr, "usage: %s [--digits D]... [--algorithm 0|1|2] [--threads K] [--quick]\n",
+      std::fprintf(stderr,
+                   "usage: %s [--digits D]... [--algorithm 0|1|2] [--threads K] [--quick]\n",
                    argv[0]);
       std::exit(2);
     }
@@ -197,8 +198,8 @@ int main(int argc, char** argv) {
   std::printf("e by algorithm %u, %u thread(s) for numbrella and Arb, 1 for MPFR; seconds\n",
               options.algorithm, 1u << options.threadPower);
   std::printf("%12s | %8s %8s %8s | %8s %8s %8s | %8s %8s %8s | %7s %7s\n", "digits", "numb.",
-              "conv.", "total", "mpfr", "get_str", "total", "arb", "get_str", "total",
-              "mpfr/n", "arb/n");
+              "conv.", "total", "mpfr", "get_str", "total", "arb", "get_str", "total", "mpfr/n",
+              "arb/n");
   int status = 0;
   for (uint64_t digits : options.digits) {
     const Timing ours = runNumbrella(options.algorithm, digits, options.threadPower);
@@ -207,10 +208,10 @@ int main(int argc, char** argv) {
     const double total = ours.compute + ours.convert;
     const double mpfrTotal = mpfr.compute + mpfr.convert;
     const double arbTotal = arb.compute + arb.convert;
-    std::printf("%12llu | %8.3f %8.3f %8.3f | %8.3f %8.3f %8.3f | %8.3f %8.3f %8.3f | %7.2f %7.2f\n",
-                (unsigned long long)digits, ours.compute, ours.convert, total, mpfr.compute,
-                mpfr.convert, mpfrTotal, arb.compute, arb.convert, arbTotal, mpfrTotal / total,
-                arbTotal / total);
+    std::printf(
+        "%12llu | %8.3f %8.3f %8.3f | %8.3f %8.3f %8.3f | %8.3f %8.3f %8.3f | %7.2f %7.2f\n",
+        (unsigned long long)digits, ours.compute, ours.convert, total, mpfr.compute, mpfr.convert,
+        mpfrTotal, arb.compute, arb.convert, arbTotal, mpfrTotal / total, arbTotal / total);
     const long vsMpfr = firstDifference(ours.digits, mpfr.digits);
     const long vsArb = firstDifference(ours.digits, arb.digits);
     if (vsMpfr >= 0 || vsArb >= 0) {

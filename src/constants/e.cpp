@@ -13,37 +13,32 @@
 
 namespace {
 
-// The three kinds: e has no P, one block starting at index 1, and N found by
-// search on n! (no fixed rate).
-const SeriesKind plusKind = {
-    1,                  // numerators: P of exp(1)
-    0,                  // hasP
-    0,                  // alternatingMask
-    eLeafTerms,         // leafTerms
-    seriesSerialTerms,  // floatLeafTerms
-    1,                  // singleBlock
-    1,                  // firstIndex: the terms j = 0 and 1 are left out
-    0.0L,               // termsPerWord: N by search
-    eSizeWords,         // sizeWords
-    eSizeWords,         // sizePWords (unused)
-    eLeafPlus,
-    nullptr,
-    nullptr,
-    nullptr,
-};
+// The three kinds: e has no P, one block starting at index 1 (the terms
+// j = 0 and 1 are left out), and N found by search on n! (no fixed rate).
+constexpr SeriesKind eKind(uint32_t numerators, uint32_t alternatingMask, SeriesLeaf leaf) {
+  SeriesKind kind = {};
+  kind.numerators = numerators;
+  kind.hasP = 0;
+  kind.alternatingMask = alternatingMask;
+  kind.leafTerms = eLeafTerms;
+  kind.floatLeafTerms = seriesSerialTerms;
+  kind.singleBlock = 1;
+  kind.firstIndex = 1;
+  kind.termsPerWord = 0.0L;
+  kind.sizeWords = eSizeWords;
+  kind.sizePWords = eSizeWords;  // unused without P
+  kind.leaf = leaf;
+  return kind;
+}
 
-const SeriesKind minusKind = {
-    1, 0, 1, eLeafTerms, seriesSerialTerms, 1, 1, 0.0L, eSizeWords, eSizeWords,
-    eLeafMinus, nullptr, nullptr, nullptr,
-};
-
+const SeriesKind plusKind = eKind(1, 0, eLeafPlus);
+const SeriesKind minusKind = eKind(1, 1, eLeafMinus);
 // r[0] for exp(1), r[1] (alternating) for exp(-1), one shared Q.
-const SeriesKind bothKind = {
-    2, 0, 2, eLeafTerms, seriesSerialTerms, 1, 1, 0.0L, eSizeWords, eSizeWords,
-    eLeafBoth, nullptr, nullptr, nullptr,
-};
+const SeriesKind bothKind = eKind(2, 2, eLeafBoth);
 
-bool swapMode(uint32_t mode) { return mode == computeModeBasicSwap; }
+bool swapMode(uint32_t mode) {
+  return mode == computeModeBasicSwap;
+}
 
 void destroy(BigFloat* x) {
   bigFloatDestroy(x);
@@ -51,7 +46,9 @@ void destroy(BigFloat* x) {
 }
 
 // Closes the gaps below the arrays of the numbers left, highest first.
-void trim2(BigFloat* x, BigFloat* y) { bigFloatCompact2(x, y); }
+void trim2(BigFloat* x, BigFloat* y) {
+  bigFloatCompact2(x, y);
+}
 void trim1(BigFloat* x) {
   BigFloat zero;
   bigFloatSetZero(&zero);
@@ -119,7 +116,9 @@ void printTimeLine(uint64_t start) {
 
 }  // namespace
 
-long double eSizeWords(long double n) { return lnFactorialWords(n); }
+long double eSizeWords(long double n) {
+  return lnFactorialWords(n);
+}
 
 const SeriesKind* eSeriesKind(uint32_t algorithm) {
   if (algorithm == eExpMinusOne) return &minusKind;

@@ -41,12 +41,12 @@ long double eSizeWords(long double n);
 // over arrays of last - first words. Other ranges are refused (split by the
 // serial layer). P is the machinery's r[0] (and r[1] for exp(-1) in the
 // verifying form).
-bool eLeafPlus(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last,
-               SplitRecord* out, uint32_t wantP);
-bool eLeafMinus(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last,
-                SplitRecord* out, uint32_t wantP);
-bool eLeafBoth(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last,
-               SplitRecord* out, uint32_t wantP);
+bool eLeafPlus(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last, SplitRecord* out,
+               uint32_t wantP);
+bool eLeafMinus(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last, SplitRecord* out,
+                uint32_t wantP);
+bool eLeafBoth(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last, SplitRecord* out,
+               uint32_t wantP);
 
 // ---- Compute steps ---------------------------------------------------------------
 // `wordCount` is the caller's precision; 2 guard words are added. `mode` is

@@ -50,8 +50,8 @@ inline uint32_t multiplySubtractOneStep(uint32_t* p, uint64_t length, uint32_t k
 
 // The shared iterative leaf. `plus` and `minus` point at the numerators of
 // exp(1) and exp(-1) (either may be null).
-void iterativeLeaf(Heap* heap, uint64_t first, uint64_t last, SplitNumber* plus,
-                   SplitNumber* minus, SplitNumber* q) {
+void iterativeLeaf(Heap* heap, uint64_t first, uint64_t last, SplitNumber* plus, SplitNumber* minus,
+                   SplitNumber* q) {
   const uint64_t words = last - first;
   uint32_t* pp = plus ? splitNumberAllocate(heap, plus, words) : nullptr;
   uint32_t* pm = minus ? splitNumberAllocate(heap, minus, words) : nullptr;
@@ -110,17 +110,17 @@ bool leafFor(Heap* heap, uint64_t first, uint64_t last, SplitRecord* out, bool w
 
 }  // namespace
 
-bool eLeafPlus(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last,
-               SplitRecord* out, uint32_t wantP) {
+bool eLeafPlus(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last, SplitRecord* out,
+               uint32_t wantP) {
   return leafFor(heap, first, last, out, true, false);
 }
 
-bool eLeafMinus(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last,
-                SplitRecord* out, uint32_t wantP) {
+bool eLeafMinus(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last, SplitRecord* out,
+                uint32_t wantP) {
   return leafFor(heap, first, last, out, false, true);
 }
 
-bool eLeafBoth(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last,
-               SplitRecord* out, uint32_t wantP) {
+bool eLeafBoth(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last, SplitRecord* out,
+               uint32_t wantP) {
   return leafFor(heap, first, last, out, true, true);
 }

@@ -46,11 +46,11 @@ long double lnFactorialWords(long double n);
 // can become a BigFloat on `base` without moving a word. A zero number has
 // length 0. `base` is the allocation (released with heapRelease).
 struct SplitNumber {
-  uint64_t stripped;   // low zero words removed
-  uint64_t length;     // words from `words` up, the top one non-zero
-  uint32_t* words;     // first non-zero word
-  uint32_t* base;      // the allocation, or null
-  uint64_t capacity;   // words allocated at `base`
+  uint64_t stripped;  // low zero words removed
+  uint64_t length;    // words from `words` up, the top one non-zero
+  uint32_t* words;    // first non-zero word
+  uint32_t* base;     // the allocation, or null
+  uint64_t capacity;  // words allocated at `base`
 };
 
 // Numerators that share one Q: 1 for most series, 2 for the verifying form
@@ -175,8 +175,8 @@ uint64_t buildSeriesPlan(SeriesPlan* plan, const SeriesKind* kind, uint64_t memo
 // Memory need in bytes of a block from `first` to `last` at `precision`
 // words, before the shift: the numbers, 32 bytes a precision word and the
 // larger product workspace.
-uint64_t seriesBlockNeed(const SeriesKind* kind, uint64_t first, uint64_t last,
-                         uint64_t precision, uint32_t threads);
+uint64_t seriesBlockNeed(const SeriesKind* kind, uint64_t first, uint64_t last, uint64_t precision,
+                         uint32_t threads);
 
 // ---- Summation -----------------------------------------------------------------------
 

@@ -14,7 +14,9 @@ uint32_t seriesReservedBlocks(const SeriesKind* kind) {
   return 1 + kind->numerators + (kind->hasP ? 1 : 0);
 }
 
-uint32_t seriesMergeThreads(uint32_t threads) { return std::min(threads, globalThreadPower); }
+uint32_t seriesMergeThreads(uint32_t threads) {
+  return std::min(threads, globalThreadPower);
+}
 
 void seriesPrintProgress(uint32_t flags) {
   if (flags & seriesShowProgress) progressPrint("Summing...  ", "");
@@ -73,7 +75,8 @@ void seriesThreadLayer(Heap* heap, const SeriesKind* kind, uint64_t first, uint6
   // Below the progress layer nothing prints.
   const uint32_t below = flags & ~seriesShowProgress;
   SplitRecord left, right;
-  SeriesThreadJob leftJob = {leftHeap, kind, first, middle, &left, threads - 1, below | seriesWantP};
+  SeriesThreadJob leftJob = {leftHeap,           kind, first, middle, &left, threads - 1,
+                             below | seriesWantP};
   SeriesThreadJob rightJob = {rightHeap, kind, middle, last, &right, threads - 1, below};
   ThreadHandle handle;
   threadSpawn(&handle, seriesThreadRoutine, &leftJob);

@@ -80,8 +80,8 @@ void seriesThreadLayerFloat(Heap* heap, const SeriesKind* kind, uint64_t first, 
   }
   const uint32_t below = flags & ~seriesShowProgress;
   SplitFloats left, right;
-  SeriesFloatJob leftJob = {leftHeap, kind,        first, middle,
-                            &left,    block,       threads - 1, below | seriesWantP};
+  SeriesFloatJob leftJob = {leftHeap, kind,  first,       middle,
+                            &left,    block, threads - 1, below | seriesWantP};
   SeriesFloatJob rightJob = {rightHeap, kind, middle, last, &right, block, threads - 1, below};
   ThreadHandle handle;
   threadSpawn(&handle, seriesFloatRoutine, &leftJob);
@@ -119,8 +119,7 @@ void seriesProgressLayerFloat(Heap* heap, const SeriesKind* kind, uint64_t first
   const uint64_t p = mergePrecision(block);
   const uint32_t mergeThreads = seriesMergeThreads(threads);
   if (paged) {
-    seriesMergeFloatsPaged(heap, kind, &left, &right, out, p, p, flags & seriesWantP,
-                           mergeThreads);
+    seriesMergeFloatsPaged(heap, kind, &left, &right, out, p, p, flags & seriesWantP, mergeThreads);
   } else {
     seriesMergeFloats(heap, kind, &left, &right, out, p, p, flags & seriesWantP, mergeThreads);
   }

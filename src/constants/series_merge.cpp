@@ -247,15 +247,15 @@ void seriesMergeFloats(Heap* heap, const SeriesKind* kind, SplitFloats* left, Sp
                       threadPower);
     return;
   }
-  mergeFloatsWith(heap, kind, left, right, out, leftPrecision, rightPrecision, wantP,
-                  threadPower, false);
+  mergeFloatsWith(heap, kind, left, right, out, leftPrecision, rightPrecision, wantP, threadPower,
+                  false);
 }
 
 void seriesMergeFloatsPaged(Heap* heap, const SeriesKind* kind, SplitFloats* left,
                             SplitFloats* right, SplitFloats* out, uint64_t leftPrecision,
                             uint64_t rightPrecision, uint32_t wantP, uint32_t threadPower) {
-  mergeFloatsWith(heap, kind, left, right, out, leftPrecision, rightPrecision, wantP,
-                  threadPower, true);
+  mergeFloatsWith(heap, kind, left, right, out, leftPrecision, rightPrecision, wantP, threadPower,
+                  true);
 }
 
 void splitFloatsPushToDisk(SplitFloats* record) {

@@ -14,7 +14,9 @@ long double lnFactorial(long double n) {
   return (n + 1.5L) * (logl(n + 1.0L) - 1.0L) + stirlingConstant;
 }
 
-long double lnFactorialWords(long double n) { return lnFactorial(n) * wordsPerNaturalLog; }
+long double lnFactorialWords(long double n) {
+  return lnFactorial(n) * wordsPerNaturalLog;
+}
 
 uint64_t termsForWords(uint64_t words, const SeriesKind* kind) {
   if (kind->termsPerWord > 0.0L) {
@@ -101,8 +103,8 @@ static uint64_t productWorkspace(uint64_t words, uint32_t threads) {
   return hybridPeakBytes(2 * words, threads);
 }
 
-uint64_t seriesBlockNeed(const SeriesKind* kind, uint64_t first, uint64_t last,
-                         uint64_t precision, uint32_t threads) {
+uint64_t seriesBlockNeed(const SeriesKind* kind, uint64_t first, uint64_t last, uint64_t precision,
+                         uint32_t threads) {
   auto recordWords = [kind](uint64_t n) {
     const long double x = (long double)n;
     return 2.0L * kind->sizeWords(x) + (kind->hasP ? kind->sizePWords(x) : 0.0L);

@@ -90,8 +90,8 @@ void sumSeriesPlan(Heap* heap, const SeriesKind* kind, const SeriesPlan* plan, u
                              rightPrecision, wantP, mergeThreads);
     } else {
       splitFloatsLoad(heap, &accumulator);
-      seriesMergeFloats(heap, kind, &summed, &accumulator, &merged, leftPrecision,
-                        rightPrecision, wantP, mergeThreads);
+      seriesMergeFloats(heap, kind, &summed, &accumulator, &merged, leftPrecision, rightPrecision,
+                        wantP, mergeThreads);
     }
     accumulator = merged;
   }

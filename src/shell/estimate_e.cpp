@@ -21,7 +21,8 @@ uint64_t eSeriesPeak(uint32_t algorithm, uint64_t wordCount, uint32_t threadPowe
   // own size, and on threads the scratch of the thread recursion's levels.
   const uint64_t half = (words >> 1) + 10;
   uint64_t halfScratch = productScratchAt(half + 2, threadPower);
-  if (threadPower > 0) halfScratch = std::max(halfScratch, estimateProduct(half, threadPower, 1, 1));
+  if (threadPower > 0)
+    halfScratch = std::max(halfScratch, estimateProduct(half, threadPower, 1, 1));
   const uint64_t merges = 4 * (2 + numerators) * (words + 8) + halfScratch;
   // The last product is taken at its own size, without the estimator's
   // margin of 100 words: a reciprocal of W + 6 words (Newton keeps up to

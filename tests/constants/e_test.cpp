@@ -2,6 +2,8 @@
 // whole runs of the entry against MPFR's digits in both radixes (all three
 // algorithms, one and two threads, Ram Only and Basic Swap), and the memory
 // estimate against the arena's measured peak.
+#include "constants/e.h"
+
 #include <gmp.h>
 #include <gtest/gtest.h>
 #include <mpfr.h>
@@ -18,7 +20,6 @@
 
 #include "arith/fft_tables.h"
 #include "constants/compute_settings.h"
-#include "constants/e.h"
 #include "constants/series.h"
 #include "digits/digit_writer.h"
 #include "memory/heap.h"
@@ -245,8 +246,14 @@ TEST(ESums, RangesOfAllSizesAndPastTheWordBound) {
   Heap heap;
   heapInit(nullptr, &heap, 32 << 20);
   const std::vector<std::pair<uint64_t, uint64_t>> ranges = {
-      {1, 2},       {1, 11},     {1, 33},      {1, 100},        {1, 5000},
-      {777, 1999},  {0xfffffff0ull, 0xfffffff0ull + 40}, {0xffffffffull * 3, 0xffffffffull * 3 + 77}};
+      {1, 2},
+      {1, 11},
+      {1, 33},
+      {1, 100},
+      {1, 5000},
+      {777, 1999},
+      {0xfffffff0ull, 0xfffffff0ull + 40},
+      {0xffffffffull * 3, 0xffffffffull * 3 + 77}};
   for (uint32_t algorithm : {eExpOne, eExpMinusOne, eComputeVerify}) {
     for (auto [a, b] : ranges) {
       SplitRecord record;

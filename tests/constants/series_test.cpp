@@ -4,6 +4,8 @@
 // checked word for word; the whole summation (plans of several blocks,
 // truncated float blocks) is checked against the exact sum and against
 // itself across thread counts, failed thread creation and Basic Swap.
+#include "constants/series.h"
+
 #include <gmp.h>
 #include <gtest/gtest.h>
 #include <mpfr.h>
@@ -14,7 +16,6 @@
 #include <vector>
 
 #include "arith/fft_tables.h"
-#include "constants/series.h"
 #include "memory/heap.h"
 #include "memory/raidfile.h"
 #include "platform/console.h"
@@ -96,7 +97,9 @@ bool testLeaf(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last,
 long double testSizeWords(long double n) {
   return (n * 1.0986122886681098L + lnFactorial(n)) * wordsPerNaturalLog;
 }
-long double testSizePWords(long double n) { return lnFactorial(n) * wordsPerNaturalLog; }
+long double testSizePWords(long double n) {
+  return lnFactorial(n) * wordsPerNaturalLog;
+}
 
 const TestTerms plainTerms = {false};
 const TestTerms alternatingTerms = {true};
@@ -247,7 +250,9 @@ TEST(SeriesTerms, FixedRateAndSearchedCounts) {
   for (uint64_t words : {0ull, 1ull, 2ull, 7ull, 100ull, 1000ull, 65536ull, 1000003ull}) {
     const uint64_t n = termsForWords(words, &searched);
     EXPECT_GE(searched.sizeWords((long double)n), (long double)words) << words;
-    if (n > 1) { EXPECT_LT(searched.sizeWords((long double)(n - 1)), (long double)words) << words; }
+    if (n > 1) {
+      EXPECT_LT(searched.sizeWords((long double)(n - 1)), (long double)words) << words;
+    }
   }
   EXPECT_EQ(termsForWords(0, &searched), 1u);
 }
@@ -309,8 +314,12 @@ TEST(SeriesPlans, BlocksCoverTheTermsWithFallingPrecision) {
           EXPECT_LE(block.precision, plan.blocks[i - 1].precision);
           EXPECT_GE(block.shift, plan.blocks[i - 1].shift);
         }
-        if (block.shift != 0 || mode == 0) { EXPECT_EQ(block.topLevels, 0u); }
-        if (i == 0 && mode != 0) { EXPECT_EQ(block.topLevels, seriesTopLevels(words, 1)); }
+        if (block.shift != 0 || mode == 0) {
+          EXPECT_EQ(block.topLevels, 0u);
+        }
+        if (i == 0 && mode != 0) {
+          EXPECT_EQ(block.topLevels, seriesTopLevels(words, 1));
+        }
         start = block.last;
       }
       EXPECT_EQ(start, terms);
@@ -320,7 +329,9 @@ TEST(SeriesPlans, BlocksCoverTheTermsWithFallingPrecision) {
       EXPECT_LE((long double)words - w * first.last, testSizeWords(first.last));
       EXPECT_GT((long double)words - w * (first.last - 1), testSizeWords(first.last - 1));
       // Far enough down, the blocks are truncated.
-      if (words >= 4000) { EXPECT_GT(plan.blocks[plan.count - 1].shift, 0u) << words; }
+      if (words >= 4000) {
+        EXPECT_GT(plan.blocks[plan.count - 1].shift, 0u) << words;
+      }
       seriesPlanRelease(&plan);
     }
   }
@@ -472,7 +483,9 @@ TEST(SeriesSums, ThreadedSerialAndFallbackSumsAreTheSameBits) {
       EXPECT_TRUE(sameFloat(serial.q, fallback.q));
       EXPECT_TRUE(sameFloat(serial.r[0], fallback.r[0]));
       // 2500 words make blocks long enough for the thread layer to split.
-      if (words == 2500) { EXPECT_NE(console.find("Unable to create thread"), std::string::npos); }
+      if (words == 2500) {
+        EXPECT_NE(console.find("Unable to create thread"), std::string::npos);
+      }
       splitFloatsRelease(&fallback);
       splitFloatsRelease(&serial);
     }
