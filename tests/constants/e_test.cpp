@@ -439,6 +439,21 @@ TEST(EMemory, EstimateCoversTheComputationAndStaysClose) {
   RecordProperty("HighestRatio", std::to_string(worst));
 }
 
+TEST(EMemory, WholeRunsOnOneThreadStayUnderTheDriversFigure) {
+  // The entry with its writers and base conversion, in the driver's arena:
+  // memoryNeeded (the larger of the series figure and the conversion's)
+  // against the arena's high-water mark.
+  for (uint32_t algorithm : {eExpOne, eExpMinusOne, eComputeVerify}) {
+    for (uint64_t digits : {12345ull, 30001ull, 60000ull, 100001ull}) {
+      ERun run(algorithm, digits, 0, computeModeRamOnly);
+      run.run();
+      const double ratio = double(run.settings.memoryNeeded) / double(run.peakBytes());
+      EXPECT_GE(ratio, 1.0) << "algorithm " << algorithm << " digits " << digits;
+      EXPECT_LE(ratio, 1.25) << "algorithm " << algorithm << " digits " << digits;
+    }
+  }
+}
+
 TEST(EMemory, ThreadedComputationsFitTheEstimateAlone) {
   // With threads the arena's high-water mark is set by where the halves'
   // heaps lie, not by use; what must hold is that the computation fits: here
