@@ -185,7 +185,8 @@ uint64_t seriesBlockNeed(const SeriesKind* kind, uint64_t first, uint64_t last, 
 // `threads` is the thread exponent of the run (0 for one thread); the
 // recursion gets threads + 1 when it is non-zero. `mode` is the compute mode
 // (1 Ram Only, 2 Basic Swap). Results: out->q and out->r[0 .. numerators),
-// fresh records; out->p is left the zero. Returns N.
+// fresh records (in Basic Swap they may be left on disk); out->p is left the
+// zero. Returns N.
 uint64_t sumSeries(Heap* heap, const SeriesKind* kind, SplitFloats* out, uint64_t words,
                    uint32_t threads, uint32_t mode, uint32_t show);
 
