@@ -6,6 +6,7 @@
 
 #include "shell/estimate.h"
 #include "shell/estimate_internal.h"
+#include "shell/estimate_e.h"
 #include "shell/estimate_pi.h"
 
 // 4 ln(n!) by Stirling: 4 * ((n + 1.5)(ln(n + 1) - 1) + 0.5 ln(2 pi) + 0.5).
@@ -74,6 +75,10 @@ static void seriesNeeds(uint32_t constantId, uint32_t algorithm, uint64_t wordCo
   *disk = 0;
   if (constantId == constantCatalan && algorithm == 0) {
     *memory = seriesPeak(lupasSeries, wordCount, threadPower);
+  }
+  if (constantId == constantE) {
+    *memory = eSeriesPeak(algorithm, wordCount, threadPower);
+    *disk = eSeriesDisk(algorithm, wordCount);
   }
   if (constantId == constantPi) {
     *memory = piSeriesPeak(algorithm, wordCount, threadPower);
