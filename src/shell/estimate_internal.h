@@ -11,9 +11,12 @@
 
 // Product scratch for an operand length s that already holds the margin of
 // 100 words: below 15 words 2s, below 58 the Karatsuba levels, from 13057 the
-// larger of the hybrid peak at 2s and the FFT at its largest size, otherwise
-// the FFT row of s.
+// larger of the hybrid peak at 2s and, while the front ends still send that
+// range to the FFT, the FFT row of s; otherwise the FFT row of s.
 uint64_t productScratchAt(uint64_t s, uint32_t threadPower);
+// The Karatsuba levels' figure at s, 16s + 4t bytes, t the sum of the even
+// lengths of the levels down to basecaseLimit.
+uint64_t karatsubaScratchBytes(uint64_t s);
 
 // The peak of a binary-splitting series: the three numbers at the top of the
 // splitting tree with the scratch of their products, or the finish. A series

@@ -2,6 +2,7 @@
 // recursion's levels on top.
 #include <algorithm>
 
+#include "arith/fft_sizes.h"
 #include "arith/product_bytes.h"
 #include "platform/console.h"
 #include "shell/estimate.h"
@@ -14,10 +15,11 @@ void estimateSizeExceeded() {
   pauseExit(1);
 }
 
-// The Karatsuba levels for an operand length s from basecaseLimit to below
-// transformStart: 16s + 4t bytes. (Three-way levels start at karatsubaLimit,
-// far above the lengths that reach this sum.)
-static uint64_t recursiveScratchBytes(uint64_t s) {
+// The Karatsuba levels for an operand length s from basecaseLimit on: 16s +
+// 4t bytes. Lengths below transformStart reach it, and the conversion's
+// normalisation a little above that while its shorter operand is below it.
+// (Three-way levels start at karatsubaLimit, far above all of these.)
+uint64_t karatsubaScratchBytes(uint64_t s) {
   static_assert(transformStart <= karatsubaLimit, "only two-way levels below transformStart");
   uint64_t t = 0;
   uint64_t x = s;
@@ -29,14 +31,25 @@ static uint64_t recursiveScratchBytes(uint64_t s) {
   return 16 * s + 4 * t;
 }
 
+// The FFT's share of a product in the hybrid range. INTERIM, until the front
+// ends send these sizes to the hybrid transform: for now they run on the FFT
+// with larger rows, so the FFT's own figure at s is what they need, as far
+// as the FFT's table reaches (past its last row no product runs at all).
+// When the hybrid workers take over, this becomes the FFT at its largest
+// plain size, fftProductBytes(hybridStart - 1), and nothing else changes.
+static uint64_t hybridRangeFftBytes(uint64_t s) {
+  if (fftSizeRowFor(64 * s) >= fftSizeRowCount) return fftProductBytes(hybridStart - 1);
+  return fftProductBytes(s);
+}
+
 uint64_t productScratchAt(uint64_t s, uint32_t threadPower) {
   if (s < transformStart) {
     if (s < basecaseLimit) return 2 * s;
-    return recursiveScratchBytes(s);
+    return karatsubaScratchBytes(s);
   }
   if (s >= hybridStart) {
     if (2 * s > hybridProductWordsLimit) estimateSizeExceeded();
-    return std::max(hybridPeakBytes(2 * s, threadPower), fftProductBytes(hybridStart - 1));
+    return std::max(hybridPeakBytes(2 * s, threadPower), hybridRangeFftBytes(s));
   }
   return fftProductBytes(s);
 }

@@ -1,0 +1,275 @@
+// The product and conversion estimates against the heap's measured peak.
+// Every measurement runs in a root heap of its own: the operands (or the
+// number) go in first, then the work, and the peak is peakUsed - base.
+//
+// A product's figure covers its result array and the worker's blocks, all
+// that lies above its operands; the estimate must cover every form of a
+// product of n-word operands (square, multiply, the chopped forms of the
+// BigFloat wrappers, an unbalanced product) and stay within 25% of the
+// largest. A conversion's figure is the whole run: the number, the table
+// with its build, the normalisation, the deconstruction and the output, for
+// a number shaped like a constant's result (L + 5 words, the point above its
+// top word or one word lower).
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "arith/bigfloat.h"
+#include "arith/multiply.h"
+#include "constants/compute_settings.h"
+#include "digits/base_conversion.h"
+#include "memory/heap.h"
+#include "platform/console.h"
+#include "shell/estimate.h"
+#include "support/gmp_bridge.h"
+
+using testbridge::Random;
+using testbridge::testRandom;
+
+namespace {
+
+// A root heap for one measurement; the work must leave it empty.
+struct Arena {
+  Heap heap;
+  explicit Arena(uint64_t bytes) { heapInit(nullptr, &heap, bytes); }
+  ~Arena() {
+    EXPECT_EQ(heap.activeBlocks, 0u) << "blocks left in the arena";
+    heapDestroy(&heap);
+  }
+  uint64_t peak() const { return uint64_t(heap.peakUsed - heap.base); }
+};
+
+// x = n random words (top word non-zero) at word exponent `exponent`, in an
+// array of n + 2 words as the products leave them.
+void makeNumber(Heap* heap, Random& random, BigFloat* x, uint64_t n, int64_t exponent) {
+  bigFloatSetZero(x);
+  x->mantissa.words = heapAllocateWords(heap, n + 2);
+  for (uint64_t i = 0; i < n; i++) x->mantissa.words[i] = random.word();
+  x->mantissa.words[n - 1] |= 1;
+  x->mantissa.length = n;
+  x->mantissa.capacity = n + 2;
+  x->exponent = exponent;
+}
+
+// ---- Products ------------------------------------------------------------------
+
+enum ProductForm {
+  FormSquare,
+  FormMultiply,
+  FormChoppedSquare,
+  FormChoppedMultiply,
+  FormUnbalanced
+};
+constexpr ProductForm productForms[] = {FormSquare, FormMultiply, FormChoppedSquare,
+                                        FormChoppedMultiply, FormUnbalanced};
+const char* formName(ProductForm form) {
+  static const char* names[] = {"square", "multiply", "chopped square", "chopped multiply",
+                                "unbalanced"};
+  return names[form];
+}
+
+// Bytes of one product of n-word operands in `form` above its operands: the
+// chopped forms keep p + 3 = n words as the constants do; the unbalanced
+// form takes an n / 3 + 1 word second operand (the FFT's pieces).
+uint64_t productPeak(Random& random, uint64_t n, uint32_t threadPower, ProductForm form) {
+  Arena arena(4 * estimateProduct(n, threadPower, 0, 0) + 64 * n + (1 << 20));
+  Heap* heap = &arena.heap;
+  BigFloat a, b;
+  makeNumber(heap, random, &a, n, 0);
+  makeNumber(heap, random, &b, form == FormUnbalanced ? n / 3 + 1 : n, 0);
+  const uint64_t operands = arena.peak();
+  BigFloat out;
+  bigFloatSetZero(&out);
+  switch (form) {
+    case FormSquare:
+      bigIntSquare(heap, &a.mantissa, &out.mantissa, 0, 0, threadPower);
+      break;
+    case FormMultiply:
+    case FormUnbalanced:
+      bigIntMultiply(heap, &a.mantissa, &b.mantissa, &out.mantissa, 0, 0, threadPower);
+      break;
+    case FormChoppedSquare:
+      bigFloatSquareInto(heap, &a, &out, n - 3, threadPower);
+      break;
+    case FormChoppedMultiply:
+      bigFloatMultiplyInto(heap, &a, &b, &out, n - 3, threadPower);
+      break;
+  }
+  const uint64_t peak = arena.peak() - operands;
+  bigFloatDestroy(&out);
+  bigFloatDestroy(&b);
+  bigFloatDestroy(&a);
+  return peak;
+}
+
+// The largest form at n, each form checked against the estimate at
+// `threadPower` on the way.
+uint64_t largestProductPeak(Random& random, uint64_t n, uint32_t threadPower) {
+  const uint64_t estimate = estimateProduct(n, threadPower, 0, 0);
+  uint64_t largest = 0;
+  for (ProductForm form : productForms) {
+    const uint64_t peak = productPeak(random, n, threadPower, form);
+    EXPECT_GE(estimate, peak) << formName(form) << " of " << n << " words, threadPower "
+                              << threadPower;
+    largest = std::max(largest, peak);
+  }
+  return largest;
+}
+
+// The worst ratio of a sweep and where it was.
+struct WorstRatio {
+  double ratio = 0;
+  uint64_t size = 0;
+  void take(double r, uint64_t at) {
+    if (r > ratio) {
+      ratio = r;
+      size = at;
+    }
+  }
+};
+
+// The sizes named by the method edges (recursive to FFT at 54/58, FFT to
+// the hybrid range at 12000 with threads and 13057) and powers of ten.
+const std::vector<uint64_t> productSizes = {10,   53,    54,    57,    58,    100,   500,   1000,
+                                            5000, 11999, 12000, 13056, 13057, 20000, 50000, 100000};
+
+// Products run on one thread whatever threadPower says (the FFT, and the
+// hybrid range on the FFT for now), so the product's own figure,
+// productScratch, is what the thread count must not change; estimateProduct
+// adds the thread recursion's levels on top, which the next test measures.
+TEST(EstimatePeak, ProductScratchCoversEveryFormWithinAQuarter) {
+  Random random = testRandom();
+  std::vector<uint64_t> sizes = productSizes;
+  for (int i = 0; i < 8; i++) sizes.push_back(random.logUniform(10, 100000));
+  WorstRatio plain, large, atMargin;
+  for (uint64_t n : sizes) {
+    for (uint32_t threadPower : {0u, 1u, 2u}) {
+      // Threads change nothing below the hybrid range: sample them above it.
+      if (threadPower != 0 && n < 11999) continue;
+      const uint64_t estimate = productScratch(n, threadPower);
+      const uint64_t peak = largestProductPeak(random, n, threadPower);
+      EXPECT_GE(estimate, peak) << n << " words, threadPower " << threadPower;
+      plain.take(double(estimate) / double(peak), n);
+      if (n >= 500) large.take(double(estimate) / double(peak), n);
+      // The estimate is taken at n + 100 words, which at small n, or where a
+      // transform row ends within 100 words above n, is a larger product:
+      // the bound of a quarter holds against the product at that length.
+      const uint64_t peakAtMargin = largestProductPeak(random, n + 100, threadPower);
+      EXPECT_LE(double(estimate), 1.25 * double(peakAtMargin)) << n << " words at +100";
+      atMargin.take(double(estimate) / double(peakAtMargin), n);
+    }
+  }
+  std::printf(
+      "productScratch / peak: worst %.3f at %llu words, %.3f at %llu from 500 words; "
+      "against the peak at +100 words %.3f at %llu\n",
+      plain.ratio, (unsigned long long)plain.size, large.ratio, (unsigned long long)large.size,
+      atMargin.ratio, (unsigned long long)atMargin.size);
+}
+
+// The thread recursion that estimateProduct's levels stand for: a product
+// of n-word operands, then the heap split and each half doing the same at
+// (n >> 1) + 10 words, `levels` deep, the two halves one after the other
+// (the merge counts both at the larger one's peak whatever the order).
+void recursionProducts(Random& random, Heap* heap, uint64_t n, uint32_t levels) {
+  BigFloat a, b;
+  makeNumber(heap, random, &a, n, 0);
+  makeNumber(heap, random, &b, n, 0);
+  BigInt out;
+  bigIntMultiply(heap, &a.mantissa, &b.mantissa, &out, 0, 0, 0);
+  bigIntDestroy(&out);
+  bigFloatDestroy(&b);
+  bigFloatDestroy(&a);
+  if (levels == 0) return;
+  heapSplit(heap, 0);
+  recursionProducts(random, &heap->children[0], (n >> 1) + 10, levels - 1);
+  recursionProducts(random, &heap->children[1], (n >> 1) + 10, levels - 1);
+  heapMerge(heap);
+}
+
+TEST(EstimatePeak, ThreadLevelsCoverTheSplitRecursion) {
+  Random random = testRandom();
+  WorstRatio worst;
+  for (uint64_t n : {uint64_t(1000), uint64_t(5000), uint64_t(20000)}) {
+    for (uint32_t threadPower : {1u, 2u}) {
+      const uint64_t estimate = estimateProduct(n, threadPower, 0, 0);
+      Arena arena(4 * estimate + (1 << 20));
+      recursionProducts(random, &arena.heap, n, threadPower);
+      // The top product's operands are not the estimate's; the halves'
+      // copies of theirs are part of what the recursion costs.
+      const uint64_t operands = 2 * heapBlockBytes(4 * (n + 2), 8);
+      const uint64_t peak = arena.peak() - operands;
+      EXPECT_GE(estimate, peak) << n << " words, threadPower " << threadPower;
+      worst.take(double(estimate) / double(peak), n);
+    }
+  }
+  std::printf("estimateProduct with thread levels / split recursion: worst %.3f at %llu words\n",
+              worst.ratio, (unsigned long long)worst.size);
+}
+
+// ---- Conversions -------------------------------------------------------------------
+
+// The most decimal digits whose run has `words` words, and the one digit
+// left of the point that the writers add.
+uint64_t conversionDigits(uint64_t words) {
+  uint64_t digits = uint64_t(double(8 * (words - 2) + 7) / hexDigitsPerDecimal);
+  while ((uint64_t(double(digits) * hexDigitsPerDecimal) + 1) / 8 + 2 > words) digits--;
+  return digits + 1;
+}
+
+// Peak of a whole conversion of an L-word constant: a number of L + 5 words
+// (p + 3 at p = L + 2) whose top word lies `position` words above the point,
+// the table, the secondary conversion (one word more than the primary).
+uint64_t conversionPeak(Random& random, uint64_t words, uint32_t threadPower, int64_t position) {
+  Arena arena(4 * estimateConversion(words, threadPower) + (1 << 20));
+  Heap* heap = &arena.heap;
+  BigFloat x;
+  makeNumber(heap, random, &x, words + 5, position - int64_t(words + 5));
+  std::string console;
+  consoleCaptureTo(&console);
+  BaseConversionTable table;
+  buildBaseConversionTable(heap, &x, &table, threadPower);
+  ConversionOutput out;
+  convertToDecimal(heap, &out, &x, conversionDigits(words), &table, 1, threadPower);
+  consoleCaptureTo(nullptr);
+  releaseConversionOutput(&out);
+  releaseBaseConversionTable(&table);
+  return arena.peak();
+}
+
+// Both shapes are measured and the estimate must cover the larger; the upper
+// bound is taken against it from 100 words, below which the fixed 1 KiB for
+// block headers dominates (the ratio stays under 2.5 there).
+TEST(EstimatePeak, ConversionCoversTheWholeRunWithinAQuarter) {
+  Random random = testRandom();
+  std::vector<uint64_t> sizes = {10, 57, 58, 100, 1000, 5000, 13056, 13057, 20000, 50000, 100000};
+  for (int i = 0; i < 12; i++) sizes.push_back(random.logUniform(10, 100000));
+  WorstRatio worst, small;
+  for (uint64_t words : sizes) {
+    for (uint32_t threadPower : {0u, 1u, 2u}) {
+      const uint64_t estimate = estimateConversion(words, threadPower);
+      uint64_t peak = 0;
+      for (int64_t position : {0, 1}) {
+        const uint64_t shape = conversionPeak(random, words, threadPower, position);
+        EXPECT_GE(estimate, shape)
+            << words << " words, threadPower " << threadPower << ", position " << position;
+        peak = std::max(peak, shape);
+      }
+      const double ratio = double(estimate) / double(peak);
+      if (words >= 100) {
+        EXPECT_LE(ratio, 1.25) << words << " words, threadPower " << threadPower;
+        worst.take(ratio, words);
+      } else {
+        EXPECT_LE(ratio, 2.5) << words << " words, threadPower " << threadPower;
+        small.take(ratio, words);
+      }
+    }
+  }
+  std::printf("estimateConversion / peak: worst %.3f at %llu words (from 100), %.3f at %llu\n",
+              worst.ratio, (unsigned long long)worst.size, small.ratio,
+              (unsigned long long)small.size);
+}
+
+}  // namespace
