@@ -40,21 +40,29 @@ void butterflyForward(uint32_t* a, uint32_t* b, uint64_t W, uint64_t e, uint32_t
 // Its inverse up to a factor 2: t = b * 2^(-e/2), a = a + t, b = a - t.
 void butterflyInverse(uint32_t* a, uint32_t* b, uint64_t W, uint64_t e, uint32_t* scratch);
 
-// ---- Transforms (fermat_transform.cpp) ---------------------------------------
-// Forward transform of 2^levels elements at `stride` words apart, root of
-// order 2^levels given by its exponent e (half bits): natural order in,
-// bit-reversed order out. Butterfly scratch fermatButterflyScratchWords(W)
-// per thread, 2^threadPower threads' worth at `scratch`.
+// ---- Transforms (fermat_radix.cpp, fermat_transform.cpp) ---------------------
+// Forward transform of 2^levels elements at `stride` words apart, decimation
+// in frequency: natural order in, bit-reversed order out. Its root of order
+// 2^levels has the exponent 128W >> levels; `e` is the twist (0 for a whole
+// transform; the column j of a larger transform has twist + j * its root).
+// radixPass works by straight radix-16 passes (radix 8 when W is not a
+// multiple of 8) and recursion; blockedForward first cuts the transform in
+// column and row stages of about 1.5 MiB. Butterfly scratch:
+// fermatButterflyScratchWords(W) words for each of the 2^threadPower threads.
 void radixPass(uint32_t* elements, uint64_t W, uint64_t stride, uint32_t levels, uint64_t e,
                uint32_t* scratch, uint32_t threadPower);
-// The inverse: bit-reversed order in, natural order out, input times 2^levels.
-// e is the forward root's exponent; the inverse negates it.
+void blockedForward(uint32_t* elements, uint64_t W, uint64_t stride, uint32_t levels, uint64_t e,
+                    uint32_t* scratch, uint32_t threadPower);
+// The inverses, with the same root and twist: bit-reversed order in,
+// natural order out, the input times 2^levels.
 void radixPassInverse(uint32_t* elements, uint64_t W, uint64_t stride, uint32_t levels, uint64_t e,
                       uint32_t* scratch, uint32_t threadPower);
+void blockedInverse(uint32_t* elements, uint64_t W, uint64_t stride, uint32_t levels, uint64_t e,
+                    uint32_t* scratch, uint32_t threadPower);
 
 // Element i of the transform (2^k elements, `stride` words apart) takes the
 // words [i * c, i * c + c) of source[0 .. n), zero-filled to W + 1 words;
-// then the forward transform of root exponent (32W) >> (k - 2) = 128W / 2^k.
+// then the blocked forward transform of root exponent 128W >> k.
 // Fatal "Architectural Limit Exceeded" when stride << k overflows.
 void hybridForward(const uint32_t* source, uint64_t n, uint64_t c, uint32_t* transform, uint64_t W,
                    uint64_t stride, uint32_t k, uint32_t* scratch, uint32_t threadPower);

@@ -164,7 +164,11 @@ void checkAgainstDirectTransform(uint64_t W, uint32_t k) {
   }
   original = data;
   std::vector<uint32_t> scratch(fermatButterflyScratchWords(W));
-  radixPass(data.data(), W, stride, k, e, scratch.data(), 0);
+  if (k % 2 == 0) {
+    radixPass(data.data(), W, stride, k, 0, scratch.data(), 0);
+  } else {
+    blockedForward(data.data(), W, stride, k, 0, scratch.data(), 0);
+  }
   Number sum, term, factor, value;
   for (uint64_t j = 0; j < count; j++) {
     mpz_set_ui(sum.z, 0);
@@ -185,39 +189,54 @@ TEST(FermatTransform, ForwardIsTheDirectTransform) {
   checkAgainstDirectTransform(3, 5);   // e = 12: bit shifts
   checkAgainstDirectTransform(1, 7);   // e = 1: every odd index through sqrt(2)
   checkAgainstDirectTransform(10, 8);  // e = 5, W not a multiple of 8
+  checkAgainstDirectTransform(4, 9);   // e = 1, blocked: columns and rows with twists
 }
 
-// Forward then inverse: every element comes back times 2^k.
+// Forward then inverse, with a random twist: every element comes back times
+// 2^k; the straight-and-recursive form and the blocked form agree.
 void checkRoundTrip(uint64_t W, uint32_t k, uint32_t threadPower) {
+  ASSERT_EQ(((128 * W) >> k) << k, 128 * W) << "the ring has no root of order 2^k";
   Random random = testbridge::testRandom(W * 64 + k + 1000 * threadPower);
   const Ring ring(W);
-  const uint64_t count = uint64_t(1) << k, stride = W + 1, e = (128 * W) >> k;
+  const uint64_t count = uint64_t(1) << k, stride = W + 1;
+  const uint64_t twist = random.coin() ? 0 : random.below(128 * W);
   std::vector<uint32_t> data(count * stride);
   for (uint64_t i = 0; i < count; i++) {
     std::vector<uint32_t> x = randomElement(random, W);
     std::copy(x.begin(), x.end(), data.begin() + i * stride);
   }
   const std::vector<uint32_t> original = data;
+  std::vector<uint32_t> blocked = data;
   std::vector<uint32_t> scratch(fermatButterflyScratchWords(W) << threadPower);
-  radixPass(data.data(), W, stride, k, e, scratch.data(), threadPower);
-  radixPassInverse(data.data(), W, stride, k, e, scratch.data(), threadPower);
+  radixPass(data.data(), W, stride, k, twist, scratch.data(), threadPower);
+  blockedForward(blocked.data(), W, stride, k, twist, scratch.data(), threadPower);
+  ASSERT_EQ(data, blocked) << "W " << W << " k " << k << " twist " << twist;
+  radixPassInverse(data.data(), W, stride, k, twist, scratch.data(), threadPower);
+  blockedInverse(blocked.data(), W, stride, k, twist, scratch.data(), threadPower);
+  ASSERT_EQ(data, blocked) << "W " << W << " k " << k << " twist " << twist;
   Number value;
   for (uint64_t i = 0; i < count; i++) {
     elementValue(value.z, original.data() + i * stride, W);
     mpz_mul_2exp(value.z, value.z, k);
     ASSERT_TRUE(isResidue(data.data() + i * stride, value.z, ring))
-        << "W " << W << " k " << k << " threads 2^" << threadPower << " element " << i;
+        << "W " << W << " k " << k << " twist " << twist << " threads 2^" << threadPower
+        << " element " << i;
   }
 }
 
 TEST(FermatTransform, ForwardThenInverseGivesInputTimesTwoToTheK) {
-  checkRoundTrip(8, 3, 0);     // k = 3, W a multiple of 8
-  checkRoundTrip(7, 3, 0);     // k = 3, odd root exponent 112 / ... (e = 112)
-  checkRoundTrip(5, 7, 0);     // odd m: e = 5
+  checkRoundTrip(8, 2, 0);     // one radix-4 pass
+  checkRoundTrip(8, 3, 0);     // k = 3, W a multiple of 8: one straight pass
+  checkRoundTrip(7, 3, 0);     // k = 3, radix-8 form (W = 7)
+  checkRoundTrip(8, 4, 0);     // one radix-16 pass
+  checkRoundTrip(6, 5, 0);     // radix-8 then radix-4 (W not a multiple of 8)
+  checkRoundTrip(16, 6, 0);    // radix-16 then radix-4
+  checkRoundTrip(5, 7, 0);     // odd root exponent 5: the sqrt(2) path
   checkRoundTrip(12, 6, 0);    // W not a multiple of 8
-  checkRoundTrip(16, 11, 0);   // e = 1
-  checkRoundTrip(100, 9, 1);   // large enough to fork
-  checkRoundTrip(250, 11, 1);  // forks the sub-transforms too
+  checkRoundTrip(16, 11, 0);   // root exponent 1, blocked in columns and rows
+  checkRoundTrip(100, 9, 1);   // threads over columns
+  checkRoundTrip(256, 11, 1);  // threads over columns and rows
+  checkRoundTrip(64, 13, 0);   // a row stage that is itself cut (13 levels)
 }
 
 TEST(FermatTransformDeathTest, StrideOverflowIsFatal) {

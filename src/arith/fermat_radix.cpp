@@ -1,0 +1,192 @@
+// The passes of the Fermat transform. A transform of 2^levels elements has
+// the root of order 2^levels, exponent 128W >> levels, and a twist: at
+// level l (from 1) the butterfly of index i in its sub-transform has the
+// exponent (i * root + twist) * 2^(l-1). A whole transform has twist 0; the
+// column j of a larger one (its elements j, j + M, j + 2M, ...) is such a
+// transform with twist = outer twist + j * outer root, and after the column
+// stage the rows (contiguous runs of M elements) are transforms with twist
+// times 2^(column levels). So every cut gives the same ring values as the
+// plain radix-2 recursion; the cuts only decide what is in cache together.
+#include <cstdint>
+
+#include "arith/fermat.h"
+
+namespace {
+
+// Work below which a range of butterflies, columns or rows is not split
+// over threads (words of elements).
+constexpr uint64_t forkColumnWords = 50000;
+constexpr uint64_t forkRowWords = 250000;
+// The one cache constant: a stage's working set is about 1.5 MiB.
+constexpr uint64_t stageBytes = 0x180000;
+
+struct Shape {
+  uint64_t W;
+  uint64_t stride;
+};
+
+uint64_t rootOf(uint64_t W, uint32_t levels) { return (128 * W) >> levels; }
+
+// Butterflies j in [begin, end) of one level between j and j + half, with
+// exponent j * root + twist.
+void butterflyRun(uint32_t* elements, Shape shape, uint64_t half, uint64_t begin, uint64_t end,
+                  uint64_t root, uint64_t twist, bool inverse, uint32_t* scratch) {
+  const uint64_t period = 128 * shape.W;
+  uint64_t e = ((begin % period) * root + twist) % period;
+  for (uint64_t j = begin; j < end; j++) {
+    uint32_t* a = elements + j * shape.stride;
+    uint32_t* b = elements + (j + half) * shape.stride;
+    if (inverse) {
+      butterflyInverse(a, b, shape.W, e, scratch);
+    } else {
+      butterflyForward(a, b, shape.W, e, scratch);
+    }
+    e = (e + root) % period;
+  }
+}
+
+// The straight pass: all `levels` levels by radix-2 steps on 2^levels
+// elements (which a column stage keeps in cache together).
+void straightPass(uint32_t* elements, Shape shape, uint32_t levels, uint64_t twist, bool inverse,
+                  uint32_t* scratch) {
+  if (levels == 0) return;
+  const uint64_t period = 128 * shape.W;
+  const uint64_t half = uint64_t(1) << (levels - 1), root = rootOf(shape.W, levels);
+  const uint64_t nextTwist = (2 * twist) % period;
+  if (!inverse) butterflyRun(elements, shape, half, 0, half, root, twist, false, scratch);
+  straightPass(elements, shape, levels - 1, nextTwist, inverse, scratch);
+  straightPass(elements + half * shape.stride, shape, levels - 1, nextTwist, inverse, scratch);
+  if (inverse) butterflyRun(elements, shape, half, 0, half, root, twist, true, scratch);
+}
+
+// Columns [begin, end) of a transform of `levels` levels cut after
+// `columnLevels`: column j is a transform of columnLevels levels at stride
+// stride << (levels - columnLevels), twist + j * root.
+template <typename Column>
+void columnRange(uint64_t begin, uint64_t end, uint64_t columnWords, uint64_t W,
+                 uint32_t* scratch, uint32_t threadPower, Column column) {
+  if (threadPower > 0 && end - begin >= 2 && (end - begin) * columnWords >= forkColumnWords) {
+    const uint64_t middle = begin + (end - begin) / 2;
+    uint32_t* upperScratch = scratch + (fermatButterflyScratchWords(W) << (threadPower - 1));
+    auto upper = [&] {
+      columnRange(middle, end, columnWords, W, upperScratch, threadPower - 1, column);
+    };
+    fermatFork(upper, [&] {
+      columnRange(begin, middle, columnWords, W, scratch, threadPower - 1, column);
+    });
+    return;
+  }
+  for (uint64_t j = begin; j < end; j++) column(j, scratch, threadPower);
+}
+
+// Rows [begin, end), each of rowElements contiguous elements.
+template <typename Row>
+void rowRange(uint64_t begin, uint64_t end, uint64_t rowWords, uint64_t W, uint32_t* scratch,
+              uint32_t threadPower, Row row) {
+  if (threadPower > 0 && end - begin >= 2 && (end - begin) * rowWords >= forkRowWords) {
+    const uint64_t middle = begin + (end - begin) / 2;
+    uint32_t* upperScratch = scratch + (fermatButterflyScratchWords(W) << (threadPower - 1));
+    auto upper = [&] { rowRange(middle, end, rowWords, W, upperScratch, threadPower - 1, row); };
+    fermatFork(upper, [&] { rowRange(begin, middle, rowWords, W, scratch, threadPower - 1, row); });
+    return;
+  }
+  for (uint64_t j = begin; j < end; j++) row(j, scratch, threadPower);
+}
+
+// A transform cut into a column stage of `columnLevels` levels and a row
+// stage; `columns` and `rows` run the sub-transforms (radixPass or the
+// blocked form again). Forward: columns first; inverse: rows first.
+template <typename Sub>
+void cutTransform(uint32_t* elements, Shape shape, uint32_t levels, uint32_t columnLevels,
+                  uint64_t twist, bool inverse, uint32_t* scratch, uint32_t threadPower,
+                  Sub columnSub, Sub rowSub) {
+  const uint64_t period = 128 * shape.W;
+  const uint32_t rowLevels = levels - columnLevels;
+  const uint64_t columns = uint64_t(1) << rowLevels, rows = uint64_t(1) << columnLevels;
+  const uint64_t root = rootOf(shape.W, levels);
+  const Shape columnShape = {shape.W, shape.stride << rowLevels};
+  auto column = [&](uint64_t j, uint32_t* s, uint32_t t) {
+    const uint64_t columnTwist = ((j % period) * root + twist) % period;
+    columnSub(elements + j * shape.stride, columnShape, columnLevels, columnTwist, s, t);
+  };
+  auto row = [&](uint64_t j, uint32_t* s, uint32_t t) {
+    rowSub(elements + j * columns * shape.stride, shape, rowLevels,
+           (twist << columnLevels) % period, s, t);
+  };
+  const uint64_t columnWords = shape.W << columnLevels, rowWords = shape.W << rowLevels;
+  if (!inverse) columnRange(0, columns, columnWords, shape.W, scratch, threadPower, column);
+  rowRange(0, rows, rowWords, shape.W, scratch, threadPower, row);
+  if (inverse) columnRange(0, columns, columnWords, shape.W, scratch, threadPower, column);
+}
+
+void radixPassAny(uint32_t* elements, Shape shape, uint32_t levels, uint64_t twist, bool inverse,
+                  uint32_t* scratch, uint32_t threadPower);
+
+using SubTransform = void (*)(uint32_t*, Shape, uint32_t, uint64_t, uint32_t*, uint32_t);
+
+template <bool inverse>
+void radixSub(uint32_t* elements, Shape shape, uint32_t levels, uint64_t twist, uint32_t* scratch,
+              uint32_t threadPower) {
+  radixPassAny(elements, shape, levels, twist, inverse, scratch, threadPower);
+}
+
+// Radix 16 when the 16th root is whole words (W a multiple of 8), else 8.
+void radixPassAny(uint32_t* elements, Shape shape, uint32_t levels, uint64_t twist, bool inverse,
+                  uint32_t* scratch, uint32_t threadPower) {
+  const uint32_t straight = shape.W % 8 == 0 ? 4 : 3;
+  if (levels <= straight) {
+    straightPass(elements, shape, levels, twist, inverse, scratch);
+    return;
+  }
+  const SubTransform sub = inverse ? radixSub<true> : radixSub<false>;
+  cutTransform(elements, shape, levels, straight, twist, inverse, scratch, threadPower,
+               sub, sub);
+}
+
+// Column levels of a blocked cut: the least p in 3 .. levels / 2 whose
+// 2^p elements (with the butterfly scratch) reach 1.5 MiB, else
+// levels / 2 + 1; the column stage takes p - 1 levels.
+uint32_t blockedColumnLevels(uint64_t W, uint32_t levels) {
+  uint32_t p = levels / 2 + 1;
+  for (uint32_t candidate = 3; candidate <= levels / 2; candidate++) {
+    if (4 * (W + 1) * (uint64_t(1) << candidate) + 8 * W + 8 >= stageBytes) {
+      p = candidate;
+      break;
+    }
+  }
+  return p - 1;
+}
+
+template <bool inverse>
+void blockedAny(uint32_t* elements, Shape shape, uint32_t levels, uint64_t twist,
+                uint32_t* scratch, uint32_t threadPower) {
+  if (levels < 9) {
+    radixPassAny(elements, shape, levels, twist, inverse, scratch, threadPower);
+    return;
+  }
+  const uint32_t columnLevels = blockedColumnLevels(shape.W, levels);
+  cutTransform(elements, shape, levels, columnLevels, twist, inverse, scratch, threadPower,
+               SubTransform(blockedAny<inverse>), SubTransform(blockedAny<inverse>));
+}
+
+}  // namespace
+
+void radixPass(uint32_t* elements, uint64_t W, uint64_t stride, uint32_t levels, uint64_t e,
+               uint32_t* scratch, uint32_t threadPower) {
+  radixPassAny(elements, {W, stride}, levels, e % (128 * W), false, scratch, threadPower);
+}
+
+void radixPassInverse(uint32_t* elements, uint64_t W, uint64_t stride, uint32_t levels, uint64_t e,
+                      uint32_t* scratch, uint32_t threadPower) {
+  radixPassAny(elements, {W, stride}, levels, e % (128 * W), true, scratch, threadPower);
+}
+
+void blockedForward(uint32_t* elements, uint64_t W, uint64_t stride, uint32_t levels, uint64_t e,
+                    uint32_t* scratch, uint32_t threadPower) {
+  blockedAny<false>(elements, {W, stride}, levels, e % (128 * W), scratch, threadPower);
+}
+
+void blockedInverse(uint32_t* elements, uint64_t W, uint64_t stride, uint32_t levels, uint64_t e,
+                    uint32_t* scratch, uint32_t threadPower) {
+  blockedAny<true>(elements, {W, stride}, levels, e % (128 * W), scratch, threadPower);
+}
