@@ -29,12 +29,12 @@ void fermatNegate(uint32_t* x, uint64_t W);
 void fermatShift(uint32_t* out, const uint32_t* x, uint64_t W, uint64_t bits);
 // out = x * 2^(e/2), e taken modulo 128W: even e is a shift, odd e goes
 // through sqrt(2) as the difference of two shifts. out must not overlap x;
-// scratch: 2W + 2 words (odd e only), overlapping neither.
+// scratch: W + 1 words (odd e only), overlapping neither.
 void fermatShiftHalf(uint32_t* out, const uint32_t* x, uint64_t W, uint64_t e, uint32_t* scratch);
 
 // ---- Butterflies (fermat_butterfly.cpp) --------------------------------------
 // Words of butterfly scratch per thread.
-inline uint64_t fermatButterflyScratchWords(uint64_t W) { return 4 * (W + 1); }
+inline uint64_t fermatButterflyScratchWords(uint64_t W) { return 2 * (W + 1); }
 // Decimation in frequency: a = a + b, b = (a - b) * 2^(e/2).
 void butterflyForward(uint32_t* a, uint32_t* b, uint64_t W, uint64_t e, uint32_t* scratch);
 // Its inverse up to a factor 2: t = b * 2^(-e/2), a = a + t, b = a - t.

@@ -154,9 +154,7 @@ void fermatShiftHalf(uint32_t* out, const uint32_t* x, uint64_t W, uint64_t e, u
   }
   // 2^(e/2) = 2^s * sqrt(2) = 2^(s + 3n/4) - 2^(s + n/4), s = (e - 1) / 2.
   const uint64_t s = e >> 1;
-  uint32_t* first = scratch;
-  uint32_t* second = scratch + W + 1;
-  fermatShift(first, x, W, (s + 3 * n / 4) % (2 * n));
-  fermatShift(second, x, W, (s + n / 4) % (2 * n));
-  fermatSub(out, first, second, W);
+  fermatShift(out, x, W, (s + 3 * n / 4) % (2 * n));
+  fermatShift(scratch, x, W, (s + n / 4) % (2 * n));
+  fermatSub(out, out, scratch, W);
 }

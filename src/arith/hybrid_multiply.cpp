@@ -18,8 +18,6 @@ constexpr uint64_t detectedError = ~uint64_t(0);
   fatalMessage("Maximum supported multiplication size has been exceeded.");
 }
 
-uint64_t roundUp16(uint64_t words) { return (words + 15) & ~uint64_t(15); }
-
 // One transform product: destination = (a * b)[chop, end), or a^2 with b
 // null. The parameters k, m must hold the product (c * 2^k >= na + nb).
 uint64_t hybridRun(Heap* heap, const uint32_t* a, uint64_t na, const uint32_t* b, uint64_t nb,
@@ -36,8 +34,8 @@ uint64_t hybridRun(Heap* heap, const uint32_t* a, uint64_t na, const uint32_t* b
   ElementPlan plan;
   elementPlanFor(&plan, tables, W);
   if (plan.method == 1) plan.tables = fftTablesServing(tables, plan.code);
-  const uint64_t transformWords = roundUp16(stride * count);
-  const uint64_t butterflyWords = roundUp16(fermatButterflyScratchWords(W));
+  const uint64_t transformWords = stride * count;
+  const uint64_t butterflyWords = fermatButterflyScratchWords(W);
   const uint64_t elementWords = hybridElementScratchWords(plan, square);
 
   FftBlocks blocks = {{nullptr, nullptr, nullptr, nullptr}, 0};

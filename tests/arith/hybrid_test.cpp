@@ -203,6 +203,21 @@ TEST(HybridProducts, BalancedAndUnbalancedProductsMatchGmp) {
   }
 }
 
+TEST(HybridProducts, LargeSquaresAndProductsMatchGmp) {
+  // Sampled between 200K and 1.5M words of product: all ones, random with
+  // a chop, an unbalanced random product; alternately one and two threads.
+  Random random = testbridge::testRandom();
+  const uint64_t n = random.logUniform(100000, 350000);
+  const std::vector<uint32_t> ones = testbridge::operand(random, Kind::AllOnes, n);
+  checkProduct(ones, nullptr, 0, 1, describe("square", n, n, 0, Kind::AllOnes, 1));
+  const uint64_t m = random.logUniform(150000, 500000);
+  const std::vector<uint32_t> a = testbridge::operand(random, Kind::Uniform, m);
+  const uint64_t chop = random.below(2 * m);
+  checkProduct(a, nullptr, chop, 0, describe("square", m, m, chop, Kind::Uniform, 0));
+  const std::vector<uint32_t> b = testbridge::operand(random, Kind::Runs, m / 3 + 7);
+  checkProduct(a, &b, 0, 1, describe("product", m, m / 3 + 7, 0, Kind::Runs, 1));
+}
+
 TEST(HybridProducts, FourMillionWordProductOnTwoThreads) {
   Random random = testbridge::testRandom();
   const std::vector<uint32_t> a = testbridge::operand(random, Kind::Uniform, 2000000);
