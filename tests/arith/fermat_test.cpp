@@ -237,6 +237,8 @@ TEST(FermatTransform, ForwardThenInverseGivesInputTimesTwoToTheK) {
   checkRoundTrip(100, 9, 1);   // threads over columns
   checkRoundTrip(256, 11, 1);  // threads over columns and rows
   checkRoundTrip(64, 13, 0);   // a row stage that is itself cut (13 levels)
+  checkRoundTrip(16, 6, 8);    // more threads than the transform can use
+  checkRoundTrip(128, 10, 8);  // eight threads on columns and rows
 }
 
 TEST(FermatTransformDeathTest, StrideOverflowIsFatal) {
