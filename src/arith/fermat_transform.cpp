@@ -37,5 +37,5 @@ uint32_t hybridInverse(uint32_t* destination, uint64_t end, uint64_t start, uint
   blockedInverse(transform, W, stride, k, 0, scratch, threadPower);
   hybridFaultAfterInverse(transform, stride, k);
   const OutputRange range = {destination, end, start, c, k, W};
-  return hybridOutputStage(range, transform, stride, scratch);
+  return hybridOutputStage(range, transform, stride, scratch, threadPower);
 }

@@ -76,9 +76,12 @@ struct OutputRange {
 };
 // Runs over the inverse's elements in increasing order: divides each by
 // 2^k, checks its top words, adds the tail of the one before and writes the
-// finished words. Scratch: W + 1 words. Returns 0 or 1 (a failed check).
+// finished words. Threads take contiguous ranges of elements, each range's
+// first element without its predecessor; a sweep then adds the missing
+// tails at the seams. Scratch: fermatButterflyScratchWords(W) words a
+// thread. Returns 0 or 1 (a failed check).
 uint32_t hybridOutputStage(const OutputRange& range, uint32_t* transform, uint64_t stride,
-                           uint32_t* scratch);
+                           uint32_t* scratch, uint32_t threadPower);
 
 // ---- Fault injection (tests only) ----------------------------------------------
 // When `stage` is 1 the next product flips bit 0 of word `word` of element

@@ -37,16 +37,27 @@ static void writeWanted(const OutputRange& range, const uint32_t* words, uint64_
   memcpy(range.destination + (at + from - range.start), words + from, 4 * (to - from));
 }
 
-uint32_t hybridOutputStage(const OutputRange& range, uint32_t* transform, uint64_t stride,
-                           uint32_t* scratch) {
-  const uint64_t W = range.words, c = range.chunk, count = uint64_t(1) << range.levels;
-  const uint64_t tailWords = W - c;
+namespace {
+
+// Elements below this many words (of the range) are not split over threads.
+constexpr uint64_t forkOutputWords = 50000;
+
+struct OutputJob {
+  const OutputRange* range;
+  uint32_t* transform;
+  uint64_t stride;
+  uint64_t seams[512];  // seam element of tree node i (0: none)
+};
+
+// Elements [begin, end) in increasing order, the first without a
+// predecessor. Each finished element leaves its tail in its own slot.
+uint32_t outputRun(const OutputRange& range, uint32_t* transform, uint64_t stride, uint64_t begin,
+                   uint64_t end, uint32_t* scratch) {
+  const uint64_t W = range.words, c = range.chunk, tailWords = W - c;
   uint32_t failed = 0;
   const uint32_t* tail = nullptr;  // the previous element's upper words, if it was finished
-  uint64_t last = 0;
-  for (uint64_t i = 0; i < count; i++) {
+  for (uint64_t i = begin; i < end; i++) {
     const uint64_t base = i * c;
-    if (base >= range.end) break;
     if (range.start > base + W) {
       // Wholly below the wanted words: neither divided nor checked; its
       // carry into the wanted part is dropped.
@@ -73,8 +84,73 @@ uint32_t hybridOutputStage(const OutputRange& range, uint32_t* transform, uint64
     writeWanted(range, scratch, c, base);
     memcpy(element, scratch + c, 4 * tailWords);
     tail = element;
-    last = i;
   }
-  if (tail != nullptr) writeWanted(range, tail, tailWords, (last + 1) * c);
+  return failed;
+}
+
+// The range split over threads: a split point is only taken where all the
+// words of its seam are wanted (at or above `start`), and it is recorded
+// for the sweep in node `node` of the split tree.
+uint32_t outputSplit(OutputJob* job, uint64_t begin, uint64_t end, uint32_t* scratch,
+                     uint32_t threadPower, uint32_t node) {
+  const OutputRange& range = *job->range;
+  const uint64_t W = range.words, c = range.chunk;
+  uint64_t middle = begin + (end - begin) / 2;
+  const uint64_t lowest = (range.start + c - 1) / c;
+  if (middle < lowest) middle = lowest;
+  if (threadPower == 0 || middle <= begin || middle >= end || (end - begin) * W < forkOutputWords)
+    return outputRun(range, job->transform, job->stride, begin, end, scratch);
+  job->seams[node] = middle;
+  uint32_t* upperScratch = scratch + (fermatButterflyScratchWords(W) << (threadPower - 1));
+  uint32_t upperFailed = 0, lowerFailed = 0;
+  auto upper = [&] {
+    upperFailed = outputSplit(job, middle, end, upperScratch, threadPower - 1, 2 * node + 1);
+  };
+  fermatFork(upper, [&] {
+    lowerFailed = outputSplit(job, begin, middle, scratch, threadPower - 1, 2 * node);
+  });
+  return upperFailed | lowerFailed;
+}
+
+// Adds words[0 .. count) at product word `at` (>= start) into the
+// destination, the carry running up to the end.
+void addWanted(const OutputRange& range, const uint32_t* words, uint64_t count, uint64_t at) {
+  uint32_t* out = range.destination - range.start;
+  uint64_t carry = 0, p = at;
+  for (uint64_t j = 0; j < count && p < range.end; j++, p++) {
+    carry += uint64_t(out[p]) + words[j];
+    out[p] = uint32_t(carry);
+    carry >>= 32;
+  }
+  for (; carry != 0 && p < range.end; p++) {
+    carry += out[p];
+    out[p] = uint32_t(carry);
+    carry >>= 32;
+  }
+}
+
+}  // namespace
+
+uint32_t hybridOutputStage(const OutputRange& range, uint32_t* transform, uint64_t stride,
+                           uint32_t* scratch, uint32_t threadPower) {
+  const uint64_t W = range.words, c = range.chunk, count = uint64_t(1) << range.levels;
+  uint64_t elements = (range.end + c - 1) / c;  // those with a word below the end
+  if (elements > count) elements = count;
+  if (elements == 0) return 0;
+  OutputJob job;
+  job.range = &range;
+  job.transform = transform;
+  job.stride = stride;
+  for (uint64_t& seam : job.seams) seam = 0;
+  const uint32_t t = threadPower > 8 ? 8 : threadPower;
+  const uint32_t failed = outputSplit(&job, 0, elements, scratch, t, 1);
+  // The last element's tail lies above every chunk; then the seams: each
+  // range's first element was finished without its predecessor's tail.
+  const uint64_t last = elements - 1;
+  if (range.start <= last * c + W)
+    writeWanted(range, transform + last * stride, W - c, elements * c);
+  for (uint64_t seam : job.seams) {
+    if (seam != 0) addWanted(range, transform + (seam - 1) * stride, W - c, seam * c);
+  }
   return failed;
 }

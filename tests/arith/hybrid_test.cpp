@@ -53,14 +53,14 @@ std::vector<uint32_t> truncatedProduct(const uint32_t* a, uint64_t na, const uin
 // it is the truncated product or one less. Unchopped it is exact.
 ::testing::AssertionResult closeEnough(const std::vector<uint32_t>& want, const uint32_t* got,
                                        bool exact) {
-  Number w, g;
+  Number w, g, difference;
   testbridge::toMpz(w.z, want.data(), want.size());
   testbridge::toMpz(g.z, got, want.size());
-  mpz_sub(w.z, w.z, g.z);
-  if (mpz_sgn(w.z) == 0 || (!exact && mpz_cmp_ui(w.z, 1) == 0))
+  mpz_sub(difference.z, w.z, g.z);
+  if (mpz_sgn(difference.z) == 0 || (!exact && mpz_cmp_ui(difference.z, 1) == 0))
     return ::testing::AssertionSuccess();
-  return testbridge::equalsMpz(got, want.size(), g.z) << " (difference " << mpz_get_si(w.z)
-                                                      << ")";
+  return testbridge::equalsMpz(got, want.size(), w.z)
+         << " (difference " << mpz_get_si(difference.z) << ")";
 }
 
 // Runs a square (b null) or product through the public entries and
@@ -337,6 +337,47 @@ TEST(HybridCheck, CorruptionBelowTheChopGoesUnreported) {
 
   EXPECT_EQ(hybridSquare(nullptr, a.data(), n, faulty.data(), chop, tables(), 0),
             multiplyDetectedError);
+}
+
+// ---- Output stage -------------------------------------------------------------
+
+// Elements holding 2^k times coefficients whose words are mostly all ones,
+// so that carries run across the seams of the threaded output stage: the
+// threaded stage must give the words of the one-thread stage, and those
+// are sum(coefficient_i 2^(32 c i)) (unchopped) or at most 1 less (chopped).
+TEST(HybridOutput, ThreadedSeamsGiveTheSequentialWords) {
+  Random random = testbridge::testRandom();
+  const uint32_t k = 11;
+  const uint64_t c = 19, W = 2 * c + 2, stride = W + 1, count = uint64_t(1) << k;
+  const uint64_t end = c * count;
+  std::vector<uint32_t> elements(count * stride), coefficient(W + 1, 0);
+  Number sum, term;
+  for (uint64_t i = 0; i < count; i++) {
+    // The last two stay 0: a product's coefficients end below c * 2^k words.
+    for (uint64_t j = 0; j < W - 2; j++)
+      coefficient[j] = i + 2 >= count ? 0 : random.below(4) == 0 ? random.word() : ~0u;
+    fermatShift(elements.data() + i * stride, coefficient.data(), W, k);
+    testbridge::toMpz(term.z, coefficient.data(), W + 1);
+    mpz_mul_2exp(term.z, term.z, 32 * c * i);
+    mpz_add(sum.z, sum.z, term.z);
+  }
+  for (uint64_t start : {uint64_t(0), uint64_t(1000), end / 2 + 7}) {
+    std::vector<uint32_t> words[2];
+    for (uint32_t threadPower : {0u, 3u}) {
+      std::vector<uint32_t> transform = elements, out(end - start);
+      std::vector<uint32_t> scratch(fermatButterflyScratchWords(W) << threadPower);
+      const OutputRange range = {out.data(), end, start, c, k, W};
+      ASSERT_EQ(hybridOutputStage(range, transform.data(), stride, scratch.data(), threadPower),
+                0u);
+      words[threadPower == 0 ? 0 : 1] = out;
+    }
+    EXPECT_EQ(words[0], words[1]) << "start " << start;
+    Number truncated;
+    mpz_tdiv_q_2exp(truncated.z, sum.z, 32 * start);
+    EXPECT_TRUE(closeEnough(testbridge::fromMpz(truncated.z, end - start), words[1].data(),
+                            start == 0))
+        << "start " << start;
+  }
 }
 
 // ---- Limits and memory -----------------------------------------------------------
