@@ -158,7 +158,10 @@ uint64_t hybridMultiply(Heap* heap, const uint32_t* a, uint64_t na, const uint32
   const bool oneTransform = hybridMultiplyParams(product, &k, &m) == 0;
   if (oneTransform && (na < 4 * s || (hybridMultiplyParams(2 * s, &kBalanced, &mBalanced) == 0 &&
                                kBalanced == k && mBalanced == m))) {
-    return hybridRun(heap, a, na, b, nb, destination, product, chop, k, m, tables, threadPower);
+    // The same array twice is a square: one forward transform.
+    const uint32_t* second = a == b && na == nb ? nullptr : b;
+    return hybridRun(heap, a, na, second, nb, destination, product, chop, k, m, tables,
+                     threadPower);
   }
   if (chop == 0) return hybridPieces(heap, a, na, b, s, destination, tables, threadPower);
   // With a chop the pieces go to a block of the whole product first.

@@ -203,6 +203,14 @@ TEST(HybridProducts, BalancedAndUnbalancedProductsMatchGmp) {
   }
 }
 
+TEST(HybridProducts, AnArrayTimesItselfIsItsSquare) {
+  Random random = testbridge::testRandom();
+  const uint64_t n = random.logUniform(12000, 40000);
+  const std::vector<uint32_t> a = testbridge::operand(random, Kind::Runs, n);
+  checkProduct(a, &a, 0, 1, describe("product with itself", n, n, 0, Kind::Runs, 1));
+  checkProduct(a, &a, n / 2, 0, describe("product with itself", n, n, n / 2, Kind::Runs, 0));
+}
+
 TEST(HybridProducts, LargeSquaresAndProductsMatchGmp) {
   // Sampled between 200K and 1.5M words of product: all ones, random with
   // a chop, an unbalanced random product; alternately one and two threads.
