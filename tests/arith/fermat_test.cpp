@@ -5,6 +5,7 @@
 #include <gmp.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -35,16 +36,12 @@ struct Ring {
 
 void elementValue(mpz_t z, const uint32_t* x, uint64_t W) { testbridge::toMpz(z, x, W + 1); }
 
-// The reduced form of a residue: W words and an overflow word that is 1
-// only for 2^n.
-std::vector<uint32_t> reducedElement(const mpz_t value, const Ring& ring) {
-  Number r;
-  mpz_mod(r.z, value, ring.modulus.z);
-  return testbridge::fromMpz(r.z, ring.W + 1);
-}
-
+// x is the reduced form of `expected`: W words and an overflow word that is
+// 1 only for 2^n.
 ::testing::AssertionResult isResidue(const uint32_t* x, const mpz_t expected, const Ring& ring) {
-  std::vector<uint32_t> want = reducedElement(expected, ring);
+  Number r;
+  mpz_mod(r.z, expected, ring.modulus.z);
+  std::vector<uint32_t> want = testbridge::fromMpz(r.z, ring.W + 1);
   for (uint64_t i = 0; i <= ring.W; i++) {
     if (x[i] != want[i])
       return ::testing::AssertionFailure() << "word " << i << " of " << ring.W + 1 << ": " << x[i]
@@ -56,21 +53,11 @@ std::vector<uint32_t> reducedElement(const mpz_t value, const Ring& ring) {
 // A reduced element: mostly random, now and then 0, -1, 1 or 2^n - 1.
 std::vector<uint32_t> randomElement(Random& random, uint64_t W) {
   std::vector<uint32_t> x(W + 1, 0);
-  switch (random.below(8)) {
-    case 0:
-      break;
-    case 1:
-      x[W] = 1;
-      break;
-    case 2:
-      x[0] = 1;
-      break;
-    case 3:
-      for (uint64_t i = 0; i < W; i++) x[i] = ~0u;
-      break;
-    default:
-      testbridge::fill(random, testbridge::randomKind(random), x.data(), W);
-  }
+  const uint64_t pick = random.below(8);
+  if (pick == 1) x[W] = 1;
+  if (pick == 2) x[0] = 1;
+  if (pick == 3) std::fill(x.begin(), x.end() - 1, ~0u);
+  if (pick > 3) testbridge::fill(random, testbridge::randomKind(random), x.data(), W);
   return x;
 }
 
@@ -232,8 +219,6 @@ TEST(FermatTransform, ForwardThenInverseGivesInputTimesTwoToTheK) {
   checkRoundTrip(6, 5, 0);     // radix-8 then radix-4 (W not a multiple of 8)
   checkRoundTrip(16, 6, 0);    // radix-16 then radix-4
   checkRoundTrip(5, 7, 0);     // odd root exponent 5: the sqrt(2) path
-  checkRoundTrip(12, 6, 0);    // W not a multiple of 8
-  checkRoundTrip(16, 11, 0);   // root exponent 1, blocked in columns and rows
   checkRoundTrip(100, 9, 1);   // threads over columns
   checkRoundTrip(256, 11, 1);  // threads over columns and rows
   checkRoundTrip(64, 13, 0);   // a row stage that is itself cut (13 levels)

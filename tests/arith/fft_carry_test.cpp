@@ -1,6 +1,7 @@
-// The seams of the last stage, forced branch by branch: a carry that runs
-// through a whole stream into the next, the top carry dropped or wrapped with
-// its sign turned, both second sweeps of the wrap, and the -1 result.
+// The seams of the last stage, forced branch by branch on 64 points of 7 bits
+// in four streams: a carry through a whole stream into the next, borrows,
+// the top carry dropped or wrapped with its sign turned, both second sweeps
+// of the wrap, and the -1 result.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -9,92 +10,59 @@
 
 namespace {
 
-struct Streams {
-  static constexpr uint64_t L = 64;
-  static constexpr uint32_t bits = 7;
-  std::vector<uint32_t> points;
-  FftCarryStreams s;
-  Streams(FftLastStage stage, uint32_t fill) : points(L, fill) {
-    fftCarryStart(&s, points.data(), L, bits, stage);
-  }
-};
+constexpr uint64_t L = 64;
+constexpr uint32_t bits = 7, full = (1u << bits) - 1;
 
-constexpr uint32_t full = (1u << Streams::bits) - 1;
+struct CarryCase {
+  const char* what;
+  FftLastStage stage;
+  uint32_t fill;
+  int64_t carry[4];
+  uint32_t minusOne;
+  // The expected points: `rest` everywhere but the listed (index, value).
+  uint32_t rest;
+  std::vector<std::pair<uint64_t, uint32_t>> points;
+};
 
 }  // namespace
 
-TEST(FftCarry, ACarryRunsThroughAWholeStreamIntoTheNext) {
-  Streams t(FftFull, 0);
-  for (uint64_t k = 16; k < 32; k++) t.points[k] = full;  // stream 1 all ones
-  t.s.carry[0] = 1;
-  t.s.carry[1] = 2;
-  EXPECT_EQ(fftCarryFinish(&t.s), 0u);
-  for (uint64_t k = 16; k < 32; k++) EXPECT_EQ(t.points[k], 0u) << k;
-  EXPECT_EQ(t.points[32], 3u);  // 1 through stream 1, plus stream 1's own 2
-  EXPECT_EQ(t.points[33], 0u);
-}
-
-TEST(FftCarry, TheTopCarryIsDroppedByTheFullForms) {
-  for (FftLastStage stage : {FftFull, FftFullSigned}) {
-    Streams t(stage, full);
-    t.s.carry[2] = 1;  // through all of stream 3 and off the top
-    t.s.carry[3] = 5;
-    EXPECT_EQ(fftCarryFinish(&t.s), 0u);
-    for (uint64_t k = 0; k < 48; k++) EXPECT_EQ(t.points[k], full);
-    for (uint64_t k = 48; k < 64; k++) EXPECT_EQ(t.points[k], 0u);
+TEST(FftCarry, EveryBranchOfTheCarryFinish) {
+  std::vector<std::pair<uint64_t, uint32_t>> fullBelow48;
+  for (uint64_t k = 0; k < 48; k++) fullBelow48.push_back({k, full});
+  std::vector<std::pair<uint64_t, uint32_t>> zeroBelow17;
+  for (uint64_t k = 0; k < 16; k++) zeroBelow17.push_back({k, 0});
+  zeroBelow17.push_back({16, 126});
+  const CarryCase cases[] = {
+      // 1 through the all-ones stream 1, plus stream 1's own 2.
+      {"through a stream", FftFull, 0, {1, 2, 0, 0}, 0, 0, {{32, 3}}},
+      // Through all of stream 3 and off the top.
+      {"dropped", FftFull, full, {0, 0, 1, 5}, 0, 0, fullBelow48},
+      {"dropped signed", FftFullSigned, full, {0, 0, 1, 5}, 0, 0, fullBelow48},
+      // 5 - 7 borrows from point 17 on.
+      {"borrow", FftFullSigned, 0, {-7, 0, 0, 0}, 0, full, zeroBelow17},
+      // x^L = -1: a carry of -1 out of the top is +1 at the bottom.
+      {"wrapped", FftWrapped, 0, {0, 0, 0, -1}, 0, 0, {{0, 1}}},
+      // 2^(bL) = -1: the borrow turns and the second +1 runs off as well.
+      {"top carry on zero", FftWrapped, 0, {0, 0, 0, 1}, 1, 0, {}},
+      // -2 and +1: the +1 comes back as -1 on zeros and survives.
+      {"surviving borrow", FftWrapped, full, {0, 0, 0, -1}, 1, 0, {}},
+      // -2 and -2: -4 is 2^(bL) - 3.
+      {"settles at once", FftWrapped, full, {0, 0, 0, 2}, 0, full, {{0, full - 2}}},
+      // 0 and -2: comes back as +1 and settles at all ones.
+      {"positive second sweep", FftWrapped, 0, {0, 0, 0, 2}, 0, full, {}},
+  };
+  for (const CarryCase& c : cases) {
+    std::vector<uint32_t> points(L, c.fill);
+    if (c.stage == FftFull && c.carry[0] == 1) {
+      for (uint64_t k = 16; k < 32; k++) points[k] = full;
+    }
+    if (c.stage == FftFullSigned && c.carry[0] == -7) points[16] = 5;
+    FftCarryStreams s;
+    fftCarryStart(&s, points.data(), L, bits, c.stage);
+    for (int i = 0; i < 4; i++) s.carry[i] = c.carry[i];
+    EXPECT_EQ(fftCarryFinish(&s), c.minusOne) << c.what;
+    std::vector<uint32_t> expected(L, c.rest);
+    for (const auto& [k, value] : c.points) expected[k] = value;
+    EXPECT_EQ(points, expected) << c.what;
   }
-}
-
-TEST(FftCarry, NegativeCarriesBorrowAcrossTheSeams) {
-  Streams t(FftFullSigned, 0);
-  t.points[16] = 5;
-  t.s.carry[0] = -7;  // 5 - 7 borrows from point 17
-  EXPECT_EQ(fftCarryFinish(&t.s), 0u);
-  EXPECT_EQ(t.points[16], 126u);
-  for (uint64_t k = 17; k < 64; k++) EXPECT_EQ(t.points[k], full) << k;
-}
-
-TEST(FftCarry, TheWrappedCarryComesBackNegated) {
-  // A carry of -1 out of the top is +1 at the bottom (x^L = -1).
-  Streams t(FftWrapped, 0);
-  t.s.carry[3] = -1;
-  EXPECT_EQ(fftCarryFinish(&t.s), 0u);
-  EXPECT_EQ(t.points[0], 1u);
-  for (uint64_t k = 1; k < 64; k++) EXPECT_EQ(t.points[k], 0u);
-}
-
-TEST(FftCarry, ATopCarryOnZeroIsMinusOne) {
-  // 2^(bL) = -1: the borrow runs off the top, turns, and the second sweep's
-  // +1 runs off the end as well.
-  Streams t(FftWrapped, 0);
-  t.s.carry[3] = 1;
-  EXPECT_EQ(fftCarryFinish(&t.s), 1u);
-  EXPECT_EQ(t.points, std::vector<uint32_t>(64, 0));
-}
-
-TEST(FftCarry, ABorrowThatSurvivesTheSecondSweepIsMinusOne) {
-  // All ones (-2) and a top carry of -1 (+1): the +1 runs off the top, comes
-  // back as -1 on all-zero points and survives the lowest 64 of them.
-  Streams t(FftWrapped, full);
-  t.s.carry[3] = -1;
-  EXPECT_EQ(fftCarryFinish(&t.s), 1u);
-  EXPECT_EQ(t.points, std::vector<uint32_t>(64, 0));
-}
-
-TEST(FftCarry, AWrappedCarryThatSettlesAtOnce) {
-  // All ones (-2) and a top carry of 2 (-2): -4 is 2^(bL) - 3.
-  Streams t(FftWrapped, full);
-  t.s.carry[3] = 2;
-  EXPECT_EQ(fftCarryFinish(&t.s), 0u);
-  EXPECT_EQ(t.points[0], full - 2);
-  for (uint64_t k = 1; k < 64; k++) EXPECT_EQ(t.points[k], full) << k;
-}
-
-TEST(FftCarry, APositiveSecondSweepThatSettles) {
-  // Zero and a top carry of 2: the -2 borrows off the top, comes back as +1
-  // and settles: -2 is 2^(bL) - 1, all ones.
-  Streams t(FftWrapped, 0);
-  t.s.carry[3] = 2;
-  EXPECT_EQ(fftCarryFinish(&t.s), 0u);
-  EXPECT_EQ(t.points, std::vector<uint32_t>(64, full));
 }

@@ -1,6 +1,6 @@
-// Words to points and back: every width against a bit-by-bit reference, the
-// fast groups and the general loop alike, zero fill, ignored extra points,
-// and packing from a word offset.
+// Words to points and back against a bit-by-bit reference: every width, the
+// fast groups and the general loops, zero fill, ignored extra points, word
+// offsets, and balanced points.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -44,13 +44,14 @@ std::vector<uint32_t> referencePack(const std::vector<uint32_t>& points, uint64_
 
 }  // namespace
 
-TEST(FftSplit, EveryWidthGivesTheBitStream) {
+TEST(FftSplit, EveryWidthGivesTheBitStreamAlsoByTheGeneralLoop) {
+  // Short of the words, exactly at them, and with zero points beyond; the
+  // general loop (odd widths included) from any first point.
   Random random = testbridge::testRandom();
   for (uint32_t b = 1; b <= 30; b++) {
     for (int trial = 0; trial < 12; trial++) {
       uint64_t n = random.between(1, 70);
       uint64_t needed = (32 * n + b - 1) / b;
-      // Short of the words, exactly at them, and with zero points beyond.
       uint64_t count = trial % 3 == 0 ? random.between(1, needed) : needed + random.below(40);
       auto words = testbridge::operand(random, testbridge::randomKind(random), n);
       std::vector<uint32_t> points(count + 4, 0xC0DEFACE);
@@ -59,65 +60,41 @@ TEST(FftSplit, EveryWidthGivesTheBitStream) {
       ASSERT_EQ(std::vector<uint32_t>(points.begin(), points.begin() + count), expected)
           << "b " << b << " n " << n << " count " << count;
       for (uint64_t k = count; k < count + 4; k++) ASSERT_EQ(points[k], 0xC0DEFACEu);
+      if (b < 7) continue;
+      const uint64_t first = random.below(count);
+      std::vector<uint32_t> general(count, 0xFFFFFFFF);
+      splitWordsToPointsGeneral(general.data(), first, count, words.data(), n, b);
+      for (uint64_t k = first; k < count; k++) ASSERT_EQ(general[k], expected[k]) << b << " " << k;
     }
   }
 }
 
-TEST(FftSplit, GeneralLoopStartsAtAnyPoint) {
-  Random random = testbridge::testRandom();
-  for (uint32_t b : {7u, 8u, 13u, 16u, 19u, 21u, 22u, 30u}) {
-    uint64_t n = random.between(5, 50);
-    auto words = testbridge::operand(random, testbridge::Kind::Uniform, n);
-    uint64_t last = (32 * n + b - 1) / b + 3;
-    auto expected = referenceSplit(words, last, b);
-    for (uint64_t first = 0; first < last; first += 1 + random.below(5)) {
-      std::vector<uint32_t> points(last, 0xFFFFFFFF);
-      splitWordsToPointsGeneral(points.data(), first, last, words.data(), n, b);
-      for (uint64_t k = first; k < last; k++) ASSERT_EQ(points[k], expected[k]) << b << " " << k;
-    }
-  }
-}
-
-TEST(FftPack, EveryWidthJoinsThePointsAndIgnoresTheRest) {
+TEST(FftPack, EveryWidthJoinsThePointsFromAnyWordOffset) {
+  // Fewer words than the points fill, just as many, or more (zeros); from
+  // word 0 and from a word offset, by the fast and the general loops.
   Random random = testbridge::testRandom();
   for (uint32_t b = 1; b <= 30; b++) {
     for (int trial = 0; trial < 12; trial++) {
-      uint64_t count = random.between(1, 200);
+      uint64_t count = random.between(1, 400);
       std::vector<uint32_t> points(count);
       for (auto& p : points) p = random.word() & ((uint64_t(1) << b) - 1);
       if (trial == 0) points.assign(count, uint32_t((uint64_t(1) << b) - 1));
-      // Fewer words than the points fill, just as many, or more (zeros).
       uint64_t covered = (count * b + 31) / 32;
-      uint64_t n = trial % 3 == 0 ? random.between(1, covered) : covered + random.below(4);
-      testbridge::GuardedWords words(n);
-      packPointsToWords(points.data(), count, words.data(), n, b);
-      auto expected = referencePack(points, 0, n, b);
-      ASSERT_EQ(std::vector<uint32_t>(words.data(), words.data() + n), expected)
-          << "b " << b << " count " << count << " n " << n;
-      ASSERT_TRUE(words.intact());
-    }
-  }
-}
-
-TEST(FftPack, FromAWordOffsetAndByTheGeneralLoop) {
-  Random random = testbridge::testRandom();
-  for (uint32_t b : {7u, 10u, 16u, 17u, 18u, 20u, 21u, 22u}) {
-    uint64_t count = random.between(100, 400);
-    std::vector<uint32_t> points(count);
-    for (auto& p : points) p = random.word() & ((1u << b) - 1);
-    uint64_t covered = (count * b + 31) / 32;
-    for (int trial = 0; trial < 10; trial++) {
-      uint64_t skip = random.below(covered);
-      uint64_t n = random.between(1, covered - skip + 2);
+      uint64_t skip = trial < 4 || b < 7 || b > 22 ? 0 : random.below(covered);
+      uint64_t n = trial % 3 == 0 ? random.between(1, covered - skip)
+                                  : covered - skip + random.below(4);
       auto expected = referencePack(points, skip, n, b);
-      testbridge::GuardedWords words(n);
-      packPointsToWordsFrom(points.data(), count, skip, words.data(), n, b);
-      ASSERT_EQ(std::vector<uint32_t>(words.data(), words.data() + n), expected)
-          << "b " << b << " skip " << skip << " n " << n;
-      ASSERT_TRUE(words.intact());
-      testbridge::GuardedWords general(n);
-      packPointsToWordsGeneral(points.data(), count, skip, general.data(), n, b);
-      ASSERT_EQ(std::vector<uint32_t>(general.data(), general.data() + n), expected);
+      for (int form = 0; form < 3; form++) {
+        if (form == 0 && skip != 0) continue;
+        if (form > 0 && (b < 7 || b > 22)) continue;
+        testbridge::GuardedWords words(n);
+        if (form == 0) packPointsToWords(points.data(), count, words.data(), n, b);
+        if (form == 1) packPointsToWordsFrom(points.data(), count, skip, words.data(), n, b);
+        if (form == 2) packPointsToWordsGeneral(points.data(), count, skip, words.data(), n, b);
+        ASSERT_EQ(std::vector<uint32_t>(words.data(), words.data() + n), expected)
+            << "form " << form << " b " << b << " count " << count << " skip " << skip;
+        ASSERT_TRUE(words.intact());
+      }
     }
   }
 }

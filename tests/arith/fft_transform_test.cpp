@@ -150,6 +150,17 @@ TEST(FftNegacyclic, ElementProductsAgreeWithGmpModuloFermatNumbers) {
         if (minusOne) mpz_setbit(z.z, N);  // the caller's -1: 2^N
         EXPECT_EQ(mpz_cmp(z.z, expected.z), 0)
             << "L " << L << " bits " << bits << " trial " << trial;
+        if (trial != 0 || bits < 12) continue;
+        // Hybrid element buffers keep only 16-byte alignment: same points.
+        ffttest::Buffer first(L + 8), second(L + 8);
+        double* u = first.data + 2;
+        double* v = second.data + 6;
+        std::vector<uint32_t> points(L);
+        forwardFftFull(u, a.data(), code, ffttest::tables());
+        forwardFftFull(v, b.data(), code, ffttest::tables());
+        fftPointwiseMultiply(u, v, code);
+        EXPECT_EQ(inverseFftWrapped(u, points.data(), code, bits, ffttest::tables()), minusOne);
+        EXPECT_EQ(points, result) << "16-byte aligned, L " << L;
       }
     }
   }
@@ -177,18 +188,6 @@ TEST(FftNegacyclic, AProductOfMinusOneReturnsOne) {
   one[0] = 1;
   EXPECT_EQ(negacyclicProduct(a, one, code, bits, &result), 0u);
   EXPECT_EQ(result, a);
-}
-
-TEST(FftTransform, LengthsOfKindSevenAreLeftAlone) {
-  const SizeCode code = sizeCodeOf(7, 6);
-  const uint64_t L = sizeCodeLength(code);
-  ffttest::Buffer buffer(L);
-  for (uint64_t k = 0; k < L; k++) buffer.data[k] = double(k);
-  std::vector<uint32_t> points(L, 5);
-  forwardFft(buffer.data, points.data(), code, ffttest::tables());
-  inverseFft(buffer.data, points.data(), code, 16, ffttest::tables());
-  for (uint64_t k = 0; k < L; k++) ASSERT_EQ(buffer.data[k], double(k));
-  EXPECT_EQ(points, std::vector<uint32_t>(L, 5));
 }
 
 TEST(FftTransformDeathTest, AMisalignedElementBufferIsFatal) {
@@ -230,12 +229,12 @@ TEST(FftTransform, TwiddleWalksReachEveryOctantFromTheFirst) {
 }
 
 TEST(FftTransform, EveryKernelSetMultipliesAndRoundsBothWays) {
-  // The signed last stage through the products (one transform, a full load
-  // under a chop, pieces) and the unsigned one (inverseFft) on plain points.
+  // The signed last stage through fftSquare, the unsigned one (inverseFft)
+  // on plain points.
   Random random = testbridge::testRandom();
   for (const FftKernelSet* set : usableSets()) {
     fftUseKernels(set);
-    for (uint64_t n : {54, 300, 700, 1500, 5000}) {
+    for (uint64_t n : {54, 700, 5000}) {
       auto a = testbridge::operand(random, Kind::Uniform, n);
       std::vector<uint32_t> out(2 * n);
       ASSERT_EQ(fftSquare(nullptr, a.data(), n, out.data(), 0, ffttest::tables()), 0u);
@@ -254,37 +253,6 @@ TEST(FftTransform, EveryKernelSetMultipliesAndRoundsBothWays) {
       packPointsToWords(points.data(), L, out.data(), 2 * n, bits);
       EXPECT_EQ(out, testbridge::gmpProduct(a.data(), n, a.data(), n)) << set->name << " " << n;
     }
-    auto a = testbridge::operand(random, Kind::Uniform, 3000);
-    auto b = testbridge::operand(random, Kind::Uniform, 100);
-    auto full = testbridge::gmpProduct(a.data(), 3000, b.data(), 100);
-    std::vector<uint32_t> out(3100);
-    ASSERT_EQ(fftMultiply(nullptr, a.data(), 3000, b.data(), 100, out.data(), 0, ffttest::tables()),
-              0u);
-    EXPECT_EQ(out, full) << set->name << " pieces";
-    ASSERT_EQ(
-        fftMultiply(nullptr, a.data(), 3000, b.data(), 100, out.data(), 10, ffttest::tables()), 0u);
-    out.resize(3090);
-    EXPECT_EQ(out, std::vector<uint32_t>(full.begin() + 10, full.end())) << set->name << " chop";
   }
   fftUseKernels(nullptr);
-}
-
-TEST(FftNegacyclic, ElementBuffersNeedOnlySixteenByteAlignment) {
-  // The hybrid transform lays out its element buffers in a scratch block
-  // that keeps the alignment of a complex double and no more.
-  Random random = testbridge::testRandom();
-  const SizeCode code = sizeCodeOf(3, 6);
-  const uint64_t L = sizeCodeLength(code);
-  const uint32_t bits = elementBits(L);
-  std::vector<uint32_t> a = randomPoints(random, L, bits), b = randomPoints(random, L, bits);
-  std::vector<uint32_t> expected, points(L);
-  negacyclicProduct(a, b, code, bits, &expected);
-  ffttest::Buffer first(L + 8), second(L + 8);
-  double* x = first.data + 2;  // 16 bytes past a 64-byte boundary
-  double* y = second.data + 6;
-  forwardFftFull(x, a.data(), code, ffttest::tables());
-  forwardFftFull(y, b.data(), code, ffttest::tables());
-  fftPointwiseMultiply(x, y, code);
-  EXPECT_EQ(inverseFftWrapped(x, points.data(), code, bits, ffttest::tables()), 0u);
-  EXPECT_EQ(points, expected);
 }

@@ -129,11 +129,23 @@ void checkElements(uint64_t W, Random& random) {
     mpz_mod(want.z, want.z, modulus.z);
     ASSERT_TRUE(testbridge::equalsMpz(x.data(), W + 1, want.z)) << "product, W " << W;
   }
+  // (2^(n/2))^2 = 2^n = -1: the wrapped result says -1; (-1)^2 = 1.
+  if (W % 2 != 0) return;
+  std::vector<uint32_t> x(W + 1, 0), y(W + 1, 0);
+  x[W / 2] = y[W / 2] = 1;
+  hybridElementProduct(x.data(), y.data(), plan, scratch);
+  std::vector<uint32_t> minusOne(W + 1, 0), one(W + 1, 0);
+  minusOne[W] = one[0] = 1;
+  EXPECT_EQ(x, minusOne) << "W " << W;
+  hybridElementSquare(y.data(), plan, scratch);
+  EXPECT_EQ(y, minusOne) << "W " << W;
+  hybridElementSquare(y.data(), plan, scratch);
+  EXPECT_EQ(y, one) << "W " << W;
 }
 
 TEST(HybridElements, SquaresAndProductsModuloTheRingMatchGmp) {
   Random random = testbridge::testRandom();
-  for (uint64_t W : {1u, 5u, 16u, 22u, 23u}) checkElements(W, random);  // recursive methods
+  for (uint64_t W : {1u, 5u, 8u, 16u, 22u, 23u, 28u, 64u}) checkElements(W, random);
   // FFT elements: the rows of the element size table, sampled up to 3000 words.
   uint32_t fftSizes = 0;
   for (uint32_t row = 0; row < elementSizeRowCount; row += 1 + uint32_t(random.below(6))) {
@@ -146,74 +158,36 @@ TEST(HybridElements, SquaresAndProductsModuloTheRingMatchGmp) {
   EXPECT_GE(fftSizes, 5u);
 }
 
-TEST(HybridElements, NegaCyclicMinusOneGivesTheOverflowWord) {
-  // (2^(n/2))^2 = 2^n = -1: the FFT's wrapped result says -1.
-  for (uint64_t W : {8u, 28u, 64u}) {
-    ElementPlan plan;
-    elementPlanFor(&plan, tables(), W);
-    std::vector<uint32_t> storage(hybridElementScratchWords(plan, false) + 16);
-    uint32_t* scratch = reinterpret_cast<uint32_t*>(
-        (reinterpret_cast<uintptr_t>(storage.data()) + 63) & ~uintptr_t(63));
-    std::vector<uint32_t> x(W + 1, 0), y(W + 1, 0);
-    x[W / 2] = 1;
-    y[W / 2] = 1;
-    hybridElementProduct(x.data(), y.data(), plan, scratch);
-    EXPECT_EQ(x[W], 1u) << "W " << W;
-    for (uint64_t i = 0; i < W; i++) ASSERT_EQ(x[i], 0u) << "W " << W;
-    y[W] = 0;
-    hybridElementSquare(y.data(), plan, scratch);
-    EXPECT_EQ(y[W], 1u) << "W " << W;
-    hybridElementSquare(y.data(), plan, scratch);  // (-1)^2 = 1
-    EXPECT_EQ(y[0], 1u);
-    EXPECT_EQ(y[W], 0u);
-  }
-}
-
 // ---- Whole products -----------------------------------------------------------
 
-TEST(HybridProducts, SquaresOfManySizesMatchGmp) {
+TEST(HybridProducts, SquaresAndProductsOfManyShapesMatchGmp) {
+  // Eight squares of 6000 to 150000 words, then balanced and unbalanced
+  // products; all ones among them, chops on most, one and two threads.
   Random random = testbridge::testRandom();
-  for (int trial = 0; trial < 8; trial++) {
-    const uint64_t n = random.logUniform(6000, 150000);
-    const Kind kind = trial == 0 ? Kind::AllOnes : testbridge::randomKind(random);
-    const std::vector<uint32_t> a = testbridge::operand(random, kind, n);
+  const uint64_t shapes[][2] = {{12000, 12000}, {13057, 13000}, {40000, 12500}, {12100, 50000},
+                                {30000, 3000},   {100000, 9000}, {64000, 64000}, {150000, 20000}};
+  for (int trial = 0; trial < 16; trial++) {
+    const bool square = trial < 8;
+    const uint64_t na = square ? random.logUniform(6000, 150000) : shapes[trial - 8][0];
+    const uint64_t nb = square ? na : shapes[trial - 8][1];
+    const Kind kind = trial == 0 || trial == 9 ? Kind::AllOnes : testbridge::randomKind(random);
+    const std::vector<uint32_t> a = testbridge::operand(random, kind, na);
+    const std::vector<uint32_t> b = testbridge::operand(random, kind, nb);
     const uint32_t threadPower = trial % 2;
-    const uint64_t chop = trial < 3 ? 0 : random.below(trial % 3 == 0 ? 2 * n - 1 : n);
-    checkProduct(a, nullptr, chop, threadPower, describe("square", n, n, chop, kind, threadPower));
+    const uint64_t chop = square ? (trial < 3 ? 0 : random.below(trial % 3 == 0 ? 2 * na - 1 : na))
+                                 : (trial < 12 ? 0 : random.below(na + nb - 1));
+    checkProduct(a, square ? nullptr : &b, chop, threadPower,
+                 describe(square ? "square" : "product", na, nb, chop, kind, threadPower));
   }
-}
-
-TEST(HybridProducts, BalancedAndUnbalancedProductsMatchGmp) {
-  Random random = testbridge::testRandom();
-  struct Shape {
-    uint64_t na, nb;
-  };
-  const Shape shapes[] = {{12000, 12000}, {13057, 13000}, {40000, 12500},  {12100, 50000},
-                          {30000, 3000},  {100000, 9000}, {64000, 64000}, {150000, 20000}};
-  for (int trial = 0; trial < 8; trial++) {
-    const Shape shape = shapes[trial];
-    const Kind kind = trial == 1 ? Kind::AllOnes : testbridge::randomKind(random);
-    const std::vector<uint32_t> a = testbridge::operand(random, kind, shape.na);
-    const std::vector<uint32_t> b = testbridge::operand(random, kind, shape.nb);
-    const uint32_t threadPower = trial % 2;
-    const uint64_t total = shape.na + shape.nb;
-    const uint64_t chop = trial < 4 ? 0 : random.below(total - 1);
-    checkProduct(a, &b, chop, threadPower,
-                 describe("product", shape.na, shape.nb, chop, kind, threadPower));
-  }
-}
-
-TEST(HybridProducts, AnArrayTimesItselfIsItsSquare) {
-  Random random = testbridge::testRandom();
-  const uint64_t n = random.logUniform(12000, 40000);
-  const std::vector<uint32_t> a = testbridge::operand(random, Kind::Runs, n);
-  checkProduct(a, &a, 0, 1, describe("product with itself", n, n, 0, Kind::Runs, 1));
-  checkProduct(a, &a, n / 2, 0, describe("product with itself", n, n, n / 2, Kind::Runs, 0));
+  // An array times itself takes the square's single forward transform.
+  const std::vector<uint32_t> a = testbridge::operand(random, Kind::Runs, 25000);
+  checkProduct(a, &a, 0, 1, describe("product with itself", 25000, 25000, 0, Kind::Runs, 1));
+  checkProduct(a, &a, 12500, 0, describe("product with itself", 25000, 25000, 12500, Kind::Runs, 0));
 }
 
 TEST(HybridProducts, LargeSquaresAndProductsMatchGmp) {
-  // Sampled between 200K and 1.5M words of product: all ones, random with
-  // a chop, an unbalanced random product; alternately one and two threads.
+  // 200K to 1.5M words of product: all ones, random with a chop, an
+  // unbalanced random product; then 2M x 2M words on two threads.
   Random random = testbridge::testRandom();
   const uint64_t n = random.logUniform(100000, 350000);
   const std::vector<uint32_t> ones = testbridge::operand(random, Kind::AllOnes, n);
@@ -224,17 +198,13 @@ TEST(HybridProducts, LargeSquaresAndProductsMatchGmp) {
   checkProduct(a, nullptr, chop, 0, describe("square", m, m, chop, Kind::Uniform, 0));
   const std::vector<uint32_t> b = testbridge::operand(random, Kind::Runs, m / 3 + 7);
   checkProduct(a, &b, 0, 1, describe("product", m, m / 3 + 7, 0, Kind::Runs, 1));
+  const std::vector<uint32_t> c = testbridge::operand(random, Kind::Uniform, 2000000);
+  const std::vector<uint32_t> d = testbridge::operand(random, Kind::Uniform, 2000000);
+  checkProduct(c, &d, 0, 1, "product 2000000 x 2000000");
 }
 
-TEST(HybridProducts, FourMillionWordProductOnTwoThreads) {
-  Random random = testbridge::testRandom();
-  const std::vector<uint32_t> a = testbridge::operand(random, Kind::Uniform, 2000000);
-  const std::vector<uint32_t> b = testbridge::operand(random, Kind::Uniform, 2000000);
-  checkProduct(a, &b, 0, 1, "product 2000000 x 2000000");
-}
-
-// Chosen parameters: k = 3 with W a multiple of 8 (FFT elements), odd m with
-// W not a multiple of 8 (recursive and FFT elements).
+// k = 3 with W a multiple of 8 (FFT elements), odd m with W not a multiple
+// of 8 (recursive and FFT elements).
 TEST(HybridProducts, ChosenParametersGiveExactProducts) {
   Random random = testbridge::testRandom();
   struct Params {
@@ -268,36 +238,26 @@ TEST(HybridProducts, ChosenParametersGiveExactProducts) {
   }
 }
 
-TEST(HybridProducts, EightElementsRunOnOneThread) {
-  // With k = 3 no thread is asked for: a refused spawn would print a warning.
+TEST(HybridProducts, ThreadsAskedOnlyWhereUsefulARefusedOneWarns) {
+  // With k = 3 no thread is asked for; a refused spawn prints a warning and
+  // the product is still made.
   Random random = testbridge::testRandom();
-  const std::vector<uint32_t> a = testbridge::operand(random, Kind::Uniform, 60);
-  std::vector<uint32_t> out(120);
-  std::string console;
-  consoleCaptureTo(&console);
-  threadFailNextSpawnsForTesting(1);
-  const uint64_t code =
-      hybridProductWith(nullptr, a.data(), 60, nullptr, 0, out.data(), 0, 3, 512, tables(), 8);
-  threadFailNextSpawnsForTesting(0);
-  consoleCaptureTo(nullptr);
-  EXPECT_EQ(code, 0u);
-  EXPECT_EQ(console.find("Warning"), std::string::npos);
-  EXPECT_EQ(out, testbridge::gmpProduct(a.data(), 60, a.data(), 60));
-}
-
-TEST(HybridProducts, RefusedThreadWarnsAndStillMultiplies) {
-  Random random = testbridge::testRandom();
-  const std::vector<uint32_t> a = testbridge::operand(random, Kind::Uniform, 30000);
-  std::vector<uint32_t> out(60000);
-  std::string console;
-  consoleCaptureTo(&console);
-  threadFailNextSpawnsForTesting(1);
-  const uint64_t code = hybridSquare(nullptr, a.data(), 30000, out.data(), 0, tables(), 1);
-  threadFailNextSpawnsForTesting(0);
-  consoleCaptureTo(nullptr);
-  EXPECT_EQ(code, 0u);
-  EXPECT_NE(console.find("Warning: Unable to create thread."), std::string::npos);
-  EXPECT_EQ(out, testbridge::gmpProduct(a.data(), 30000, a.data(), 30000));
+  for (uint64_t n : {60u, 30000u}) {
+    const std::vector<uint32_t> a = testbridge::operand(random, Kind::Uniform, n);
+    std::vector<uint32_t> out(2 * n);
+    std::string console;
+    consoleCaptureTo(&console);
+    threadFailNextSpawnsForTesting(1);
+    const uint64_t code =
+        n == 60 ? hybridProductWith(nullptr, a.data(), n, nullptr, 0, out.data(), 0, 3, 512,
+                                    tables(), 8)
+                : hybridSquare(nullptr, a.data(), n, out.data(), 0, tables(), 1);
+    threadFailNextSpawnsForTesting(0);
+    consoleCaptureTo(nullptr);
+    EXPECT_EQ(code, 0u);
+    EXPECT_EQ(console.find("Warning: Unable to create thread.") != std::string::npos, n != 60);
+    EXPECT_EQ(out, testbridge::gmpProduct(a.data(), n, a.data(), n));
+  }
 }
 
 // ---- The check -----------------------------------------------------------------
@@ -340,9 +300,7 @@ TEST(HybridCheck, CorruptionBelowTheChopGoesUnreported) {
   ASSERT_EQ(hybridSquare(nullptr, a.data(), n, faulty.data(), chop, tables(), 0), 0u);
   EXPECT_EQ(faulty, clean);
   // The same corruption in a wanted element is caught.
-  // (A flipped low bit divided by 2^k is -2^(n - k): the top words fill.)
   hybridFaultForTesting = {2, chop / c + 2, 0};
-
   EXPECT_EQ(hybridSquare(nullptr, a.data(), n, faulty.data(), chop, tables(), 0),
             multiplyDetectedError);
 }

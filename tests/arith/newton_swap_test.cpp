@@ -67,6 +67,10 @@ class NewtonSwap : public ::testing::Test {
     return agree;
   }
 
+  void destroy(std::initializer_list<BigFloat*> numbers) {
+    for (BigFloat* x : numbers) bigFloatDestroy(x);
+  }
+
   static bool pagedOut(const BigFloat& x) {
     return x.mantissa.words == nullptr && x.mantissa.swap != nullptr;
   }
@@ -109,9 +113,7 @@ TEST_F(NewtonSwap, InvertSwappedGivesTheRamDigits) {
       EXPECT_NE(out.find("Iterating: "), std::string::npos);
     }
     EXPECT_EQ(progressPath().depth, 0u);
-    bigFloatDestroy(&x);
-    bigFloatDestroy(&copy);
-    bigFloatDestroy(&original);
+    destroy({&x, &copy, &original});
   }
 }
 
@@ -130,10 +132,7 @@ TEST_F(NewtonSwap, ReciprocalSwappedGivesTheRamDigits) {
     EXPECT_TRUE(pagedOut(r));
     EXPECT_TRUE(sameNumber(&heap, &r, &expected));
     EXPECT_TRUE(sameNumber(&heap, &x, &copy));
-    bigFloatDestroy(&x);
-    bigFloatDestroy(&copy);
-    bigFloatDestroy(&r);
-    bigFloatDestroy(&expected);
+    destroy({&x, &copy, &r, &expected});
   }
 }
 
@@ -154,31 +153,23 @@ TEST_F(NewtonSwap, ReciprocalSwappedAtDepthTwoNeverPushes) {
   EXPECT_EQ(x.mantissa.swap, nullptr);
   bigFloatReciprocal(&heap, &copy, &expected, 5000, 0, 0);
   EXPECT_TRUE(sameNumber(&heap, &r, &expected));
-  bigFloatDestroy(&x);
-  bigFloatDestroy(&copy);
-  bigFloatDestroy(&r);
-  bigFloatDestroy(&expected);
+  destroy({&x, &copy, &r, &expected});
 }
 
 // The RAM forms accept a paged-out x and leave it readable.
 TEST_F(NewtonSwap, RamFormsReadPagedOutInput) {
   BigFloat x, copy, r, expected;
   makePair(700, true, &x, &copy);
-  bigFloatPushToDisk(&x);
-  ASSERT_TRUE(pagedOut(x));
-  bigFloatReciprocal(&heap, &x, &r, 600, 0, 0);
-  bigFloatReciprocal(&heap, &copy, &expected, 600, 0, 0);
-  EXPECT_TRUE(sameNumber(&heap, &r, &expected));
-  bigFloatDestroy(&r);
-  bigFloatDestroy(&expected);
-  bigFloatPushToDisk(&x);
-  bigFloatInvSqrt(&heap, &x, &r, 600, 0, 0);
-  bigFloatInvSqrt(&heap, &copy, &expected, 600, 0, 0);
-  EXPECT_TRUE(sameNumber(&heap, &r, &expected));
-  bigFloatDestroy(&x);
-  bigFloatDestroy(&copy);
-  bigFloatDestroy(&r);
-  bigFloatDestroy(&expected);
+  for (bool root : {false, true}) {
+    bigFloatPushToDisk(&x);
+    ASSERT_TRUE(pagedOut(x));
+    auto form = root ? bigFloatInvSqrt : bigFloatReciprocal;
+    form(&heap, &x, &r, 600, 0, 0);
+    form(&heap, &copy, &expected, 600, 0, 0);
+    EXPECT_TRUE(sameNumber(&heap, &r, &expected)) << root;
+    destroy({&r, &expected});
+  }
+  destroy({&x, &copy});
 }
 
 // invSqrtWordSwapped: ":" marks the RAM steps ("0:" above them from 1000
@@ -201,8 +192,7 @@ TEST_F(NewtonSwap, InvSqrtWordSwappedGivesTheRamDigits) {
       EXPECT_EQ(out.substr(0, 15), p < 1000 ? "\rIterating: :00" : "\rIterating: 0:0");
       EXPECT_EQ(writes > 0, p >= 1000);
       EXPECT_EQ(progressPath().depth, 0u);
-      bigFloatDestroy(&x);
-      bigFloatDestroy(&expected);
+      destroy({&x, &expected});
     }
   }
 }
@@ -220,7 +210,5 @@ TEST_F(NewtonSwap, DiskSizedProductsAgreeWithRamForm) {
   bigFloatInvert(&heap, &copy, p, 0, 0);
   EXPECT_TRUE(agreeToWords(&copy, &x, p));
   EXPECT_LE(residualBits(&heap, &original, &x, false), -32.0 * double(p));
-  bigFloatDestroy(&x);
-  bigFloatDestroy(&copy);
-  bigFloatDestroy(&original);
+  destroy({&x, &copy, &original});
 }
