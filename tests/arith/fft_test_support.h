@@ -37,28 +37,9 @@ struct Buffer {
   }
 };
 
-// The right-angle weight W(t) = exp(i pi t / L) from the tables, 0 <= t < L/2.
-inline void weight(const FftLookupTables* t, SizeCode code, uint64_t k, double* re, double* im) {
-  const uint64_t L = sizeCodeLength(code);
-  const double* pyramid = (code & 3) == 2   ? t->pyramid3
-                          : (code & 3) == 1 ? t->pyramid5
-                                            : t->pyramid2;
-  const double* top = pyramid + L / 2;
-  if (k == 0) {
-    *re = 1.0;
-    *im = 0.0;
-  } else if (k <= L / 4) {
-    *re = top[2 * k - 2];
-    *im = top[2 * k - 1];
-  } else {
-    *re = top[2 * (L / 2 - k) - 1];
-    *im = top[2 * (L / 2 - k) - 2];
-  }
-}
-
 // After the inverse passes: the coefficients of the product, unweighted as
 // the last stage does it, and their largest distance to an integer.
-inline double worstRoundingError(const double* buffer, SizeCode code, const FftLookupTables* t) {
+inline double worstRoundingError(const double* buffer, SizeCode code) {
   const uint64_t L = sizeCodeLength(code), q = L / 4;
   const double r = 1.0 / double(L / 2);
   double worst = 0.0;
@@ -68,8 +49,9 @@ inline double worstRoundingError(const double* buffer, SizeCode code, const FftL
     for (int side = 0; side < 2; side++) {
       double xr = (side == 0 ? lo[0] + hi[0] : lo[0] - hi[0]) * r;
       double xi = (side == 0 ? lo[1] + hi[1] : lo[1] - hi[1]) * r;
-      double wr, wi;
-      weight(t, code, side == 0 ? i : i + q, &wr, &wi);
+      // The right-angle weight W(k) = exp(i pi k / L).
+      const double angle = M_PI * double(side == 0 ? i : i + q) / double(L);
+      const double wr = std::cos(angle), wi = std::sin(angle);
       double cr = xr * wr + xi * wi, ci = xi * wr - xr * wi;
       worst = std::fmax(worst, std::fabs(cr - std::nearbyint(cr)));
       worst = std::fmax(worst, std::fabs(ci - std::nearbyint(ci)));

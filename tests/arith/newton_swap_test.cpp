@@ -71,6 +71,18 @@ class NewtonSwap : public ::testing::Test {
     for (BigFloat* x : numbers) bigFloatDestroy(x);
   }
 
+  // Runs `run` with the progress reset and the console captured into out;
+  // returns the swap writes it made.
+  template <class Run>
+  static uint64_t capturedWrites(std::string* out, Run run) {
+    progressReset();
+    consoleCaptureTo(out);
+    const uint64_t before = raidFileWriteCount();
+    run();
+    consoleCaptureTo(nullptr);
+    return raidFileWriteCount() - before;
+  }
+
   static bool pagedOut(const BigFloat& x) {
     return x.mantissa.words == nullptr && x.mantissa.swap != nullptr;
   }
@@ -95,12 +107,8 @@ TEST_F(NewtonSwap, InvertSwappedGivesTheRamDigits) {
     copyNumber(&heap, &x, &original);
 
     std::string out;
-    progressReset();
-    consoleCaptureTo(&out);
-    const uint64_t writesBefore = raidFileWriteCount();
-    bigFloatInvertSwapped(&heap, &x, p, 0, 1);
-    const uint64_t writes = raidFileWriteCount() - writesBefore;
-    consoleCaptureTo(nullptr);
+    const uint64_t writes =
+        capturedWrites(&out, [&] { bigFloatInvertSwapped(&heap, &x, p, 0, 1); });
     bigFloatInvert(&heap, &copy, p, 0, 0);
 
     EXPECT_TRUE(sameNumber(&heap, &x, &copy));
@@ -142,12 +150,8 @@ TEST_F(NewtonSwap, ReciprocalSwappedAtDepthTwoNeverPushes) {
   BigFloat x, copy, r, expected;
   makePair(3000, true, &x, &copy);
   std::string out;
-  progressReset();
-  consoleCaptureTo(&out);
-  const uint64_t writesBefore = raidFileWriteCount();
-  bigFloatReciprocalSwapped(&heap, &x, &r, 5000, 2, 0, 1);
-  EXPECT_EQ(raidFileWriteCount(), writesBefore);
-  consoleCaptureTo(nullptr);
+  EXPECT_EQ(capturedWrites(&out, [&] { bigFloatReciprocalSwapped(&heap, &x, &r, 5000, 2, 0, 1); }),
+            0u);
   EXPECT_EQ(out.substr(0, 13), "\rIterating: :");
   EXPECT_NE(x.mantissa.words, nullptr);
   EXPECT_EQ(x.mantissa.swap, nullptr);
@@ -180,12 +184,7 @@ TEST_F(NewtonSwap, InvSqrtWordSwappedGivesTheRamDigits) {
       SCOPED_TRACE("p " + std::to_string(p) + ", n " + std::to_string(n));
       BigFloat x, expected;
       std::string out;
-      progressReset();
-      consoleCaptureTo(&out);
-      const uint64_t writesBefore = raidFileWriteCount();
-      invSqrtWordSwapped(&heap, n, &x, p, 0);
-      const uint64_t writes = raidFileWriteCount() - writesBefore;
-      consoleCaptureTo(nullptr);
+      const uint64_t writes = capturedWrites(&out, [&] { invSqrtWordSwapped(&heap, n, &x, p, 0); });
       invSqrtWord(&heap, n, &expected, p, 0, 0);
       EXPECT_TRUE(sameNumber(&heap, &x, &expected));
       EXPECT_LE(residualBitsWord(&heap, n, &x), -32.0 * double(p));
