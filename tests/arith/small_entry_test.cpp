@@ -3,13 +3,13 @@
 // operands, and the shortened product when chop passes an operand length;
 // plus their use of the heap and the fatal Toom-3 self-check.
 //
-// What is asserted for a chop beyond an operand: the retained words equal,
-// exactly, the upper words of the product of the operands with their low
-// words dropped as the rule says (computed by GMP), and they lie below the
-// true floor(a * b / 2^(32 chop)) by 0 to 3 units of the last retained word.
+// For a chop beyond an operand the retained words must equal exactly the
+// upper words of the product of the operands with their low words dropped as
+// the rule says, and lie 0 to 3 units below the true floor(a b / 2^(32 chop)).
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <string>
 
 #include "arith/recursive.h"
@@ -23,109 +23,71 @@ using testbridge::Number;
 
 namespace {
 
-// floor(x / 2^(32 chop)) of the product of a and b with `dropA`, `dropB` low
-// words removed first, as `words` words.
-std::vector<uint32_t> upperWords(const std::vector<uint32_t>& a, uint64_t dropA,
-                                 const std::vector<uint32_t>& b, uint64_t dropB, uint64_t chop,
-                                 uint64_t words) {
-  Number x, y;
+// x = floor(a' b' / 2^(32 shift)), a' and b' without their dropA, dropB
+// low words.
+void upperProduct(Number& x, const std::vector<uint32_t>& a, uint64_t dropA,
+                  const std::vector<uint32_t>& b, uint64_t dropB, uint64_t shift) {
+  Number y;
   testbridge::toMpz(x.z, a.data() + dropA, a.size() - dropA);
   testbridge::toMpz(y.z, b.data() + dropB, b.size() - dropB);
   mpz_mul(x.z, x.z, y.z);
-  mpz_tdiv_q_2exp(x.z, x.z, 32 * chop);
-  return testbridge::fromMpz(x.z, words);
+  mpz_tdiv_q_2exp(x.z, x.z, 32 * shift);
 }
 
-// (true - got) as a number, for words of equal length; -1 when got is larger.
-int64_t shortfall(const std::vector<uint32_t>& truth, const uint32_t* got) {
-  Number t, g;
-  testbridge::toMpz(t.z, truth.data(), truth.size());
-  testbridge::toMpz(g.z, got, truth.size());
-  mpz_sub(t.z, t.z, g.z);
-  if (mpz_sgn(t.z) < 0) return -1;
-  return mpz_fits_slong_p(t.z) ? mpz_get_si(t.z) : 1000;
-}
-
-// Checks one call of a worker with the retained words in a guarded array.
-// `dropA`/`dropB` are the words the chop rule leaves out (0 when it keeps all).
+// Checks the retained words of one call against the drop rule: past lengthA
+// b loses words, past lengthB a does.
 void expectChopped(const std::vector<uint32_t>& a, const std::vector<uint32_t>& b, uint64_t chop,
-                   uint64_t dropA, uint64_t dropB, const GuardedWords& got,
-                   const std::string& what) {
-  uint64_t retained = a.size() + b.size() - chop;
-  std::vector<uint32_t> truth = upperWords(a, 0, b, 0, chop, retained);
-  std::vector<uint32_t> rule = upperWords(a, dropA, b, dropB, chop - dropA - dropB, retained);
-  SCOPED_TRACE(what + " lengths " + std::to_string(a.size()) + " x " + std::to_string(b.size()) +
-               " chop " + std::to_string(chop));
-  EXPECT_TRUE(std::equal(rule.begin(), rule.end(), got.data())) << "not the rule's words";
-  int64_t below = shortfall(truth, got.data());
-  EXPECT_GE(below, 0);
-  EXPECT_LE(below, 3);
-  if (dropA == 0 && dropB == 0) {
-    EXPECT_EQ(below, 0);
-  }
+                   const GuardedWords& got, const std::string& what) {
+  const uint64_t la = a.size(), lb = b.size(), retained = la + lb - chop;
+  const uint64_t dropA = chop > lb ? chop - lb : 0, dropB = chop > la ? chop - la : 0;
+  SCOPED_TRACE(what + " lengths " + std::to_string(la) + " x " + std::to_string(lb) + " chop " +
+               std::to_string(chop));
+  Number rule, truth, shortfall;
+  upperProduct(rule, a, dropA, b, dropB, chop - dropA - dropB);
+  upperProduct(truth, a, 0, b, 0, chop);
+  EXPECT_TRUE(testbridge::equalsMpz(got.data(), retained, rule.z)) << "not the rule's words";
+  testbridge::toMpz(shortfall.z, got.data(), retained);
+  mpz_sub(shortfall.z, truth.z, shortfall.z);
+  EXPECT_GE(mpz_sgn(shortfall.z), 0);
+  EXPECT_LE(mpz_cmp_ui(shortfall.z, dropA + dropB == 0 ? 0 : 3), 0);
   EXPECT_TRUE(got.intact());
 }
 
 }  // namespace
 
-TEST(SmallEntries, SquaresWithEveryKindOfChop) {
+// Chops at 0, 1, inside both operands, at and around each length, a random
+// one past the longer, and the last word.
+TEST(SmallEntries, EveryKindOfChop) {
   testbridge::Random random = testbridge::testRandom();
-  for (uint64_t n : {1, 2, 5, 11, 12, 13, 40, 53, 157, 158, 159, 400}) {
-    std::vector<uint32_t> a = testbridge::operand(random, testbridge::randomKind(random), n);
-    std::vector<uint64_t> chops = {0, 1, n / 2, n, n + 1, 2 * n - 1};
-    chops.push_back(n + random.below(n));
-    for (uint64_t chop : chops) {
-      if (chop >= 2 * n) continue;
-      GuardedWords got(2 * n - chop);
-      EXPECT_EQ(smallSquare(nullptr, a.data(), n, got.data(), chop), 0u);
-      uint64_t drop = chop > n ? chop - n : 0;
-      expectChopped(a, a, chop, drop, drop, got, "smallSquare");
-    }
-  }
-}
-
-TEST(SmallEntries, EqualProductsWithEveryKindOfChop) {
-  testbridge::Random random = testbridge::testRandom();
-  for (uint64_t n : {1, 3, 14, 15, 16, 57, 300, 500, 501, 502}) {
-    std::vector<uint32_t> a = testbridge::operand(random, testbridge::randomKind(random), n);
-    std::vector<uint32_t> b = testbridge::operand(random, testbridge::randomKind(random), n);
-    for (uint64_t chop : {uint64_t(0), uint64_t(1), n - 1, n, n + 1, n + n / 2, 2 * n - 1}) {
-      if (chop >= 2 * n) continue;
-      GuardedWords got(2 * n - chop);
-      EXPECT_EQ(smallMultiplyEqual(nullptr, a.data(), b.data(), n, got.data(), chop), 0u);
-      uint64_t drop = chop > n ? chop - n : 0;
-      expectChopped(a, b, chop, drop, drop, got, "smallMultiplyEqual");
-    }
-  }
-}
-
-// Unequal lengths, either one the longer, with chop below both lengths,
-// between them, and above both (where both operands lose words).
-TEST(SmallEntries, UnequalProductsWithEveryKindOfChop) {
-  testbridge::Random random = testbridge::testRandom();
-  const uint64_t shapes[][2] = {{9, 3},   {3, 9},     {40, 57},   {57, 40},
-                                {200, 7}, {30, 1000}, {700, 650}, {1, 20}};
-  for (const auto& shape : shapes) {
-    uint64_t la = shape[0], lb = shape[1];
-    std::vector<uint32_t> a = testbridge::operand(random, testbridge::randomKind(random), la);
-    std::vector<uint32_t> b = testbridge::operand(random, testbridge::randomKind(random), lb);
-    uint64_t small = std::min(la, lb), large = std::max(la, lb);
-    std::vector<uint64_t> chops = {0,     1,         small,      small + 1, (small + large) / 2,
-                                   large, large + 1, la + lb - 1};
-    chops.push_back(large + random.below(small));
-    for (uint64_t chop : chops) {
-      if (chop >= la + lb) continue;
-      GuardedWords got(la + lb - chop);
-      EXPECT_EQ(smallMultiply(nullptr, a.data(), la, b.data(), lb, got.data(), chop), 0u);
-      // The rule: past lengthA both lose words; past lengthB only a does.
-      uint64_t dropA = 0, dropB = 0;
-      if (chop > la) {
-        dropB = chop - la;
-        dropA = chop > lb ? chop - lb : 0;
-      } else if (chop > lb) {
-        dropA = chop - lb;
-      }
-      expectChopped(a, b, chop, dropA, dropB, got, "smallMultiply");
+  enum Form { Square, Equal, Unequal };
+  const struct {
+    Form form;
+    uint64_t la, lb;
+  } cases[] = {{Square, 1, 1},     {Square, 2, 2},       {Square, 11, 11},     {Square, 12, 12},
+               {Square, 13, 13},   {Square, 53, 53},     {Square, 157, 157},   {Square, 158, 158},
+               {Square, 159, 159}, {Square, 400, 400},   {Equal, 1, 1},        {Equal, 14, 14},
+               {Equal, 15, 15},    {Equal, 16, 16},      {Equal, 57, 57},      {Equal, 500, 500},
+               {Equal, 501, 501},  {Equal, 502, 502},    {Unequal, 9, 3},      {Unequal, 3, 9},
+               {Unequal, 40, 57},  {Unequal, 57, 40},    {Unequal, 200, 7},    {Unequal, 30, 1000},
+               {Unequal, 700, 650}, {Unequal, 1, 20}};
+  for (const auto& c : cases) {
+    std::vector<uint32_t> a = testbridge::operand(random, testbridge::randomKind(random), c.la);
+    std::vector<uint32_t> b =
+        c.form == Square ? a : testbridge::operand(random, testbridge::randomKind(random), c.lb);
+    const uint64_t small = std::min(c.la, c.lb), large = std::max(c.la, c.lb);
+    for (uint64_t chop : {uint64_t(0), uint64_t(1), small / 2, small, small + 1,
+                          (small + large) / 2, large, large + 1, large + random.below(small),
+                          c.la + c.lb - 1}) {
+      if (chop >= c.la + c.lb) continue;
+      GuardedWords got(c.la + c.lb - chop);
+      uint64_t status = 0;
+      if (c.form == Square) status = smallSquare(nullptr, a.data(), c.la, got.data(), chop);
+      if (c.form == Equal)
+        status = smallMultiplyEqual(nullptr, a.data(), b.data(), c.la, got.data(), chop);
+      if (c.form == Unequal)
+        status = smallMultiply(nullptr, a.data(), c.la, b.data(), c.lb, got.data(), chop);
+      EXPECT_EQ(status, 0u);
+      expectChopped(a, b, chop, got, c.form == Square ? "square" : "product");
     }
   }
 }
@@ -142,17 +104,15 @@ TEST(SmallEntries, ScratchComesFromTheHeapAndGoesBack) {
   for (uint64_t n : {20, 200, 900}) {
     std::vector<uint32_t> a = testbridge::operand(random, Kind::Uniform, n);
     std::vector<uint32_t> b = testbridge::operand(random, Kind::Uniform, n + 7);
-    GuardedWords got(2 * n + 7);
+    GuardedWords got(2 * n + 4), square(2 * n - 1);
     smallMultiply(&heap, a.data(), n, b.data(), n + 7, got.data(), 3);
-    expectChopped(a, b, 3, 0, 0, got, "smallMultiply from a heap");
-    GuardedWords square(2 * n - 1);
+    expectChopped(a, b, 3, got, "smallMultiply from a heap");
     smallSquare(&heap, a.data(), n, square.data(), 1);
-    expectChopped(a, a, 1, 0, 0, square, "smallSquare from a heap");
+    expectChopped(a, a, 1, square, "smallSquare from a heap");
   }
   heapDestroy(&heap);
   consoleCaptureTo(nullptr);
   EXPECT_EQ(printed, "");
-
   EXPECT_EXIT(
       {
         consoleInputFrom("");
@@ -174,24 +134,18 @@ TEST(SmallEntries, Toom3RemainderCheckIsFatal) {
   const char* expected =
       "FATAL ERROR: Assertion Failure\n\nImpossible Functional Result: Toom-3 "
       "Multiplication\n\nDivision by 6 produced a non-zero remainder\\.";
-  EXPECT_DEATH(
-      {
-        consoleInputFrom("");
-        dup2(STDERR_FILENO, STDOUT_FILENO);
-        toom3CorruptForTesting = true;
-        toom3Square(a.data(), a.size(), out.data(), scratch.data());
-      },
-      expected);
-  EXPECT_DEATH(
-      {
-        consoleInputFrom("");
-        dup2(STDERR_FILENO, STDOUT_FILENO);
-        toom3CorruptForTesting = true;
-        smallMultiplyEqual(nullptr, b.data(), b.data(), b.size(), out.data(), 0);
-      },
-      expected);
-  // Without the hook the same products are right (the flag was only set in
-  // the children).
+  for (bool square : {true, false}) {
+    EXPECT_DEATH(
+        {
+          consoleInputFrom("");
+          dup2(STDERR_FILENO, STDOUT_FILENO);
+          toom3CorruptForTesting = true;
+          if (square) toom3Square(a.data(), a.size(), out.data(), scratch.data());
+          else smallMultiplyEqual(nullptr, b.data(), b.data(), b.size(), out.data(), 0);
+        },
+        expected);
+  }
+  // Without the hook (set only in the children) the same square is right.
   EXPECT_FALSE(toom3CorruptForTesting);
   toom3Square(a.data(), a.size(), out.data(), scratch.data());
   std::vector<uint32_t> square = testbridge::gmpProduct(a.data(), a.size(), a.data(), a.size());

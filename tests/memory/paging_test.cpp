@@ -61,6 +61,9 @@ class Paging : public ::testing::Test {
   }
 };
 
+// Disk only keeps the length and drops the array; loading for reading puts
+// the number in both places, and such a number pushed again writes nothing;
+// loading for changing (also from both places) deletes the files.
 TEST_F(Paging, PushAndLoadRoundTrip) {
   OperandSource source = testOperands(31);
   const std::vector<uint32_t> words = source.anyWords(1000);
@@ -69,7 +72,6 @@ TEST_F(Paging, PushAndLoadRoundTrip) {
   const uint64_t writes = raidFileWriteCount();
   bigIntPushToDisk(&heap, &x, &onePath);
   EXPECT_EQ(raidFileWriteCount(), writes + 1);
-  // Disk only: the length stays, the array is gone.
   EXPECT_EQ(x.length, 1000u);
   EXPECT_EQ(x.words, nullptr);
   EXPECT_EQ(x.capacity, 0u);
@@ -77,50 +79,40 @@ TEST_F(Paging, PushAndLoadRoundTrip) {
   ASSERT_EQ(filesIn(folders[0]).size(), 1u);
   EXPECT_EQ(filesIn(folders[0])[0].substr(0, 4), "nmb_");
   const uint32_t blocksOnDisk = heap.activeBlocks;
-
-  // Loaded for reading: both places, capacity length + 2, one new array.
-  bigIntLoad(&heap, &x, 1);
-  EXPECT_EQ(heap.activeBlocks, blocksOnDisk + 1);
-  EXPECT_EQ(bigIntWords(x), words);
-  EXPECT_EQ(x.capacity, 1002u);
-  EXPECT_NE(x.swap, nullptr);
-  // Pushing a number that still has its disk copy writes nothing.
-  bigIntPushToDisk(&heap, &x, &onePath);
-  EXPECT_EQ(raidFileWriteCount(), writes + 1);
-  EXPECT_EQ(x.words, nullptr);
-  EXPECT_EQ(heap.activeBlocks, blocksOnDisk) << "the array went back";
-  bigIntLoad(&heap, &x, 1);
-  bigIntPushToDisk(&heap, &x, &onePath);
-  EXPECT_EQ(raidFileWriteCount(), writes + 1);
-
-  // Loaded for changing: the files go, the words stay.
+  for (int again = 0; again < 2; again++) {
+    bigIntLoad(&heap, &x, 1);
+    EXPECT_EQ(heap.activeBlocks, blocksOnDisk + 1);
+    EXPECT_EQ(bigIntWords(x), words);
+    EXPECT_EQ(x.capacity, 1002u);
+    EXPECT_NE(x.swap, nullptr);
+    bigIntPushToDisk(&heap, &x, &onePath);
+    EXPECT_EQ(raidFileWriteCount(), writes + 1) << "a number in both places is not written";
+    EXPECT_EQ(x.words, nullptr);
+    EXPECT_EQ(heap.activeBlocks, blocksOnDisk) << "the array went back";
+  }
   bigIntLoad(&heap, &x, 0);
   EXPECT_EQ(x.swap, nullptr);
   EXPECT_TRUE(filesIn(folders[0]).empty());
   EXPECT_EQ(bigIntWords(x), words);
-  // keepSwap 0 on a number in both places also drops the copy.
   bigIntPushToDisk(&heap, &x, &onePath);
   bigIntLoad(&heap, &x, 1);
   bigIntLoad(&heap, &x, 0);
   EXPECT_EQ(x.swap, nullptr);
   EXPECT_TRUE(filesIn(folders[0]).empty());
-  EXPECT_NE(x.words, nullptr);
+  EXPECT_EQ(bigIntWords(x), words);
   bigIntDestroy(&x);
 }
 
 TEST_F(Paging, ZeroNumbersNeverTouchTheDisk) {
   BigInt zero;
   bigIntSetZero(&zero);
-  const uint32_t blocks = heap.activeBlocks;
   const uint64_t writes = raidFileWriteCount();
   bigIntLoad(&heap, &zero, 0);
   bigIntLoad(&heap, &zero, 1);
   EXPECT_EQ(zero.words, nullptr);
   bigIntPushToDisk(&heap, &zero, &onePath);
   EXPECT_EQ(zero.swap, nullptr);
-  EXPECT_EQ(heap.activeBlocks, blocks) << "nothing allocated";
-  EXPECT_EQ(raidFileWriteCount(), writes);
-  // The BigFloat forms pass over null and zero.
+  EXPECT_EQ(heap.activeBlocks, 0u) << "nothing allocated";
   globalSwapPaths = &onePath;
   BigFloat floatZero;
   bigFloatSetZero(&floatZero);
@@ -130,6 +122,8 @@ TEST_F(Paging, ZeroNumbersNeverTouchTheDisk) {
   EXPECT_TRUE(filesIn(folders[0]).empty());
 }
 
+// Destroy deletes the files of a disk-only number (on every path, and twice
+// is harmless); dropping the swap deletes them; releasing the words keeps them.
 TEST_F(Paging, DestroyAndDropDeleteTheFiles) {
   OperandSource source = testOperands(32);
   BigInt x;
@@ -137,13 +131,11 @@ TEST_F(Paging, DestroyAndDropDeleteTheFiles) {
   bigIntPushToDisk(&heap, &x, &twoPaths);
   EXPECT_EQ(filesIn(folders[0]).size(), 1u);
   EXPECT_EQ(filesIn(folders[1]).size(), 1u);
-  // Disk only: destroy deletes the files, with no array to release.
   bigIntDestroy(&x);
   EXPECT_EQ(x.length, bigIntDestroyedLength);
   EXPECT_EQ(x.swap, nullptr);
-  EXPECT_TRUE(filesIn(folders[0]).empty());
-  EXPECT_TRUE(filesIn(folders[1]).empty());
-  bigIntDestroy(&x);  // a destroyed record may be destroyed again
+  EXPECT_TRUE(filesIn(folders[0]).empty() && filesIn(folders[1]).empty());
+  bigIntDestroy(&x);
 
   makeBigInt(&heap, &x, source.anyWords(5));
   bigIntPushToDisk(&heap, &x, &onePath);
@@ -151,8 +143,7 @@ TEST_F(Paging, DestroyAndDropDeleteTheFiles) {
   bigIntDropSwap(&x);
   EXPECT_EQ(x.swap, nullptr);
   EXPECT_TRUE(filesIn(folders[0]).empty());
-  bigIntDropSwap(&x);  // nothing to drop
-  // Releasing the words keeps the swap object.
+  bigIntDropSwap(&x);
   bigIntPushToDisk(&heap, &x, &onePath);
   bigIntLoad(&heap, &x, 1);
   bigIntReleaseWords(&x);
@@ -162,6 +153,8 @@ TEST_F(Paging, DestroyAndDropDeleteTheFiles) {
   bigIntDestroy(&x);
 }
 
+// The operations load paged-out operands and give the same results; an
+// in-place change drops the stale copy, so the next push writes.
 TEST_F(Paging, PagedOutNumbersAreReadByTheOperations) {
   OperandSource source = testOperands(33);
   globalSwapPaths = &onePath;
@@ -173,22 +166,16 @@ TEST_F(Paging, PagedOutNumbersAreReadByTheOperations) {
   bigFloatPushPairToDisk(&x, &y);
   EXPECT_EQ(x.mantissa.words, nullptr);
   EXPECT_EQ(y.mantissa.words, nullptr);
-  EXPECT_EQ(x.mantissa.length, 300u);
   EXPECT_EQ(filesIn(folders[0]).size(), 2u);
-  // Reading loads and keeps the copies.
   bigFloatAdd(&heap, &x, &y, &result, 400);
   EXPECT_EQ(bigIntWords(result.mantissa), bigIntWords(sum.mantissa));
   EXPECT_EQ(result.exponent, sum.exponent);
   EXPECT_NE(x.mantissa.swap, nullptr);
-  EXPECT_NE(y.mantissa.words, nullptr);
   bigFloatDestroy(&result);
-  // A product of a paged-out number (one record on both sides) loads it.
-  bigFloatPushToDisk(&x);
+  bigFloatPushToDisk(&x);  // one record on both sides of a product
   bigFloatMultiplyInto(&heap, &x, &x, &result, 1000, 0);
   EXPECT_EQ(bigIntWords(result.mantissa), bigIntWords(square.mantissa));
   EXPECT_EQ(result.exponent, square.exponent);
-  bigFloatDestroy(&result);
-  // An in-place change drops the stale copy, so the next push writes.
   const uint64_t writes = raidFileWriteCount();
   bigFloatPushToDisk(&x);
   EXPECT_EQ(raidFileWriteCount(), writes);
@@ -198,27 +185,22 @@ TEST_F(Paging, PagedOutNumbersAreReadByTheOperations) {
   EXPECT_EQ(raidFileWriteCount(), writes + 1);
   bigFloatShiftBits(&heap, &x, 5);
   EXPECT_EQ(x.mantissa.swap, nullptr);
-  bigFloatDestroy(&x);
-  bigFloatDestroy(&y);
-  bigFloatDestroy(&sum);
-  bigFloatDestroy(&square);
+  for (BigFloat* f : {&x, &y, &sum, &square, &result}) bigFloatDestroy(f);
   EXPECT_TRUE(filesIn(folders[0]).empty());
 }
 
+// Every block that outlives the children needs a reserved table slot: the
+// array is released by the push, but the RaidFile record and what the swap
+// files allocate stay, and are adopted by the parent.
 TEST_F(Paging, NumberPushedFromAChildHeapSurvivesTheMerge) {
   OperandSource source = testOperands(34);
   const std::vector<uint32_t> words = source.anyWords(400);
-  // Every block that outlives the children needs a reserved table slot: the
-  // array is released by the push, but the RaidFile record and what the
-  // swap files allocate (name, path, file and transfer tables) stay.
   heapSplit(&heap, 8);
-  Heap* child = &heap.children[0];
   BigInt x;
-  makeBigInt(child, &x, words);
-  bigIntPushToDisk(child, &x, &onePath);
+  makeBigInt(&heap.children[0], &x, words);
+  bigIntPushToDisk(&heap.children[0], &x, &onePath);
   RaidFile* record = x.swap;
   heapMerge(&heap);
-  // The record was adopted by the parent and still describes the files.
   EXPECT_EQ(x.swap, record);
   EXPECT_EQ(*reinterpret_cast<Heap**>(reinterpret_cast<uint64_t*>(record)[-3]), &heap)
       << "the parent owns the record's block";
