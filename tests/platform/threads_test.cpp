@@ -16,11 +16,7 @@ namespace {
 
 pid_t currentThreadId() { return static_cast<pid_t>(syscall(SYS_gettid)); }
 
-struct Probe {
-  pid_t ranOn;
-  int priority;
-  uint64_t value;
-};
+struct Probe { pid_t ranOn; int priority; uint64_t value; };
 
 uint64_t probeRoutine(void* context) {
   Probe* probe = static_cast<Probe*>(context);
@@ -30,7 +26,9 @@ uint64_t probeRoutine(void* context) {
   return 0;
 }
 
-TEST(Threads, SpawnRunsTheRoutineOnANewThreadAndJoinWaits) {
+TEST(Threads, SpawnJoinAndTheInlineFallback) {
+  std::string out;
+  consoleCaptureTo(&out);
   Probe probe = {0, 0, 0};
   ThreadHandle handle;
   threadSpawn(&handle, probeRoutine, &probe);
@@ -39,35 +37,24 @@ TEST(Threads, SpawnRunsTheRoutineOnANewThreadAndJoinWaits) {
   EXPECT_EQ(probe.value, 42u);
   EXPECT_NE(probe.ranOn, currentThreadId());
   EXPECT_FALSE(handle.created);
-}
-
-TEST(Threads, FailedCreationWarnsAndRunsInline) {
-  std::string out;
-  consoleCaptureTo(&out);
-  Probe probe = {0, 0, 0};
-  ThreadHandle handle;
+  // A forced failure warns and runs the routine before threadSpawn returns,
+  // on this very thread; only the next spawn fails.
+  Probe inlined = {0, 0, 0};
   threadFailNextSpawnsForTesting(1);
-  threadSpawn(&handle, probeRoutine, &probe);
-  // Done before threadSpawn returned, on this very thread.
-  EXPECT_EQ(probe.value, 42u);
-  EXPECT_EQ(probe.ranOn, currentThreadId());
+  threadSpawn(&handle, probeRoutine, &inlined);
+  EXPECT_EQ(inlined.value, 42u);
+  EXPECT_EQ(inlined.ranOn, currentThreadId());
   EXPECT_FALSE(handle.created);
   threadJoin(&handle);
-  // Only the next spawn was made to fail.
-  Probe second = {0, 0, 0};
-  threadSpawn(&handle, probeRoutine, &second);
+  threadSpawn(&handle, probeRoutine, &probe);
   threadJoin(&handle);
   consoleCaptureTo(nullptr);
   EXPECT_EQ(out, "\nWarning: Unable to create thread.\n");
-  EXPECT_NE(second.ranOn, currentThreadId());
+  EXPECT_NE(probe.ranOn, currentThreadId());
 }
 
 // Sums first .. last - 1 by two-way forks nested `power` deep.
-struct RangeSum {
-  uint64_t first, last;
-  uint32_t power;
-  uint64_t sum;
-};
+struct RangeSum { uint64_t first, last; uint32_t power; uint64_t sum; };
 
 uint64_t rangeSum(void* context) {
   RangeSum* job = static_cast<RangeSum*>(context);
@@ -90,7 +77,7 @@ uint64_t rangeSum(void* context) {
 TEST(Threads, NestedForksGiveTheSerialResult) {
   const uint64_t n = 100001;
   uint64_t expected = (n - 1) * n * (2 * n - 1) / 6;
-  for (uint32_t power : {0u, 1u, 3u, 5u}) {
+  for (uint32_t power : {0u, 3u}) {
     RangeSum job = {0, n, power, 0};
     rangeSum(&job);
     EXPECT_EQ(job.sum, expected) << power;
@@ -130,9 +117,9 @@ TEST(Threads, RaisedThreadsAskForPriorityAndWarnOnce) {
   threadSpawnRaised(&handle, probeRoutine, &probe);
   threadJoin(&handle);
   // Either the nice value went one step down, or the refusal was told.
-  bool raised = probe.priority == callerPriority - 1;
-  bool warned = out == "Warning: Unable to set thread priority.\n";
-  EXPECT_TRUE(raised != warned) << "priority " << probe.priority << ", output '" << out << "'";
+  EXPECT_TRUE((probe.priority == callerPriority - 1) !=
+              (out == "Warning: Unable to set thread priority.\n"))
+      << probe.priority << " '" << out << "'";
   // A refused priority warns once per process, and the work is still done.
   out.clear();
   threadResetPriorityWarningForTesting();
@@ -149,10 +136,7 @@ TEST(Threads, RaisedThreadsAskForPriorityAndWarnOnce) {
   EXPECT_EQ(out, "Warning: Unable to set thread priority.\n");
 }
 
-struct AffinityProbe {
-  uint32_t processors;
-  uint32_t power;
-};
+struct AffinityProbe { uint32_t processors, power; };
 
 uint64_t pinnedCount(void* context) {
   AffinityProbe* probe = static_cast<AffinityProbe*>(context);
@@ -170,12 +154,6 @@ TEST(Threads, ProcessorCountFollowsTheAffinityMask) {
   ASSERT_EQ(sched_getaffinity(0, sizeof set, &set), 0);
   uint32_t count = static_cast<uint32_t>(CPU_COUNT(&set));
   EXPECT_EQ(processorCount(), count);
-  uint32_t power = defaultThreadPower();
-  EXPECT_LE(power, 8u);
-  EXPECT_GE(uint64_t(1) << power, std::min<uint32_t>(count, 256));
-  if (power > 0) {
-    EXPECT_LT(uint64_t(1) << (power - 1), count);
-  }
   // A thread pinned to one processor sees one, and a thread power of 0.
   AffinityProbe probe = {0, 99};
   ThreadHandle handle;
