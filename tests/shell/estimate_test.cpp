@@ -88,17 +88,6 @@ TEST(EstimateResources, CorrectsDigitsEulerSizeAndOutputForm) {
   EXPECT_EQ(s.record.digitsPerFile, -1);
 }
 
-TEST(EstimateResources, ThreadsRaiseTheMemory) {
-  Settings s;
-  s.record.threadPower = 0;
-  estimateResources(&s.record);
-  uint64_t single = s.record.memoryNeeded;
-  EXPECT_GT(single, 0u);
-  s.record.threadPower = 3;
-  estimateResources(&s.record);
-  EXPECT_GT(s.record.memoryNeeded, single);
-}
-
 TEST(EstimateConstant, DispatchByConstantAndMode) {
   uint64_t memory = 1, disk = 1;
   for (uint32_t id : {6u, 7u, 11u}) {
@@ -197,7 +186,7 @@ TEST(EstimateRoot, OneThreadAndSwapBelowRamOnly) {
   // The root runs' products are single-threaded; Basic Swap keeps the
   // table's other levels on disk, so it never needs more than Ram Only; both
   // hold at least the last Newton step's x^2 and e (w + 6 words each).
-  for (uint64_t words : {uint64_t(10), uint64_t(100000), uint64_t(30000000)}) {
+  for (uint64_t words : {uint64_t(10), uint64_t(30000000)}) {
     EXPECT_EQ(estimateRoot(words, 2), estimateRoot(words, 0)) << words;
     EXPECT_LE(estimateRootSwap(words, 2), estimateRoot(words, 2)) << words;
     EXPECT_GE(estimateRootSwap(words, 2), 2 * 4 * (words + 8)) << words;
@@ -223,12 +212,9 @@ TEST(EstimateSeries, LupasFirstBlockAndPeak) {
   for (uint64_t words = 1; words <= 400; words++) {
     EXPECT_EQ(seriesTopPrecision(lupasSeries, words), lupasPrecisionByScan(words)) << words;
   }
-  for (uint64_t words : {uint64_t(1234), uint64_t(20000)}) {
-    uint64_t p = seriesTopPrecision(lupasSeries, words);
-    EXPECT_EQ(p, lupasPrecisionByScan(words));
-    EXPECT_GT(p, words / 2);
-    EXPECT_LT(p, words);
-  }
+  uint64_t top = seriesTopPrecision(lupasSeries, 20000);
+  EXPECT_EQ(top, lupasPrecisionByScan(20000));
+  EXPECT_GT(top, 10000u);
   // The peak holds the three numbers and their product, or the finish.
   const uint64_t words = 2000000;
   uint64_t p = seriesTopPrecision(lupasSeries, words);
@@ -243,11 +229,11 @@ TEST(ConstantLimits, LargestSizesThatTheTransformServes) {
   uint64_t digits = limits.record.digitLimit, words = limits.record.wordLimit;
   EXPECT_EQ(words, 9999999999900u);
   // The decimal limit maps onto the word limit by the digit relations.
-  Settings s;
-  setDecimalDigits(&s.record, digits);
-  EXPECT_EQ(s.record.wordCount, words);
-  setDecimalDigits(&s.record, digits + 1);
-  EXPECT_GT(s.record.wordCount, words);
+  ComputeSettings s{};
+  setDecimalDigits(&s, digits);
+  EXPECT_EQ(s.wordCount, words);
+  setDecimalDigits(&s, digits + 1);
+  EXPECT_GT(s.wordCount, words);
   // Every constant, algorithm and mode estimates at the limit without
   // reaching the fatal end.
   for (uint32_t id = 0; id < constantIdCount; id++) {
@@ -268,11 +254,10 @@ TEST(ConstantLimits, LargestSizesThatTheTransformServes) {
 TEST(ConstantLimitsDeath, PastTheLargestMultiplicationIsFatal) {
   // One word past the limit, the finish of Lupas and the swap run's largest
   // product need more than the hybrid transform holds.
+  uint64_t memory = 0, disk = 0;
   EXPECT_EXIT(
       {
         prepareChild();
-        uint64_t memory = 0;
-        uint64_t disk = 0;
         estimateConstant(constantCatalan, 0, 9999999999901u, 0, computeModeRamOnly, &memory, &disk);
       },
       ::testing::ExitedWithCode(1),
@@ -280,8 +265,6 @@ TEST(ConstantLimitsDeath, PastTheLargestMultiplicationIsFatal) {
   EXPECT_EXIT(
       {
         prepareChild();
-        uint64_t memory = 0;
-        uint64_t disk = 0;
         estimateConstant(constantPi, 0, 9999999999901u, 3, computeModeBasicSwap, &memory, &disk);
       },
       ::testing::ExitedWithCode(1), "Maximum supported multiplication size has been exceeded\\.");
