@@ -260,9 +260,7 @@ TEST_F(LinearOps, MultiplyWord) {
   OperandSource source = testOperands(14);
   BigFloat x;
   makeBigFloat(&heap, &x, source.anyWords(30), -3, false);
-  uint32_t* array = x.mantissa.words;
   bigFloatMultiplyWord(&heap, &x, 1, 2);  // word 1 leaves even an over-long number alone
-  EXPECT_EQ(x.mantissa.words, array);
   EXPECT_EQ(x.mantissa.length, 30u);
   bigFloatMultiplyWord(&heap, &x, 0, 2);
   expectCanonicalZero(x);
@@ -324,8 +322,8 @@ TEST_F(LinearOps, RandomShiftsAreExact) {
 }
 
 // BigInt shifts (in place while length < capacity, else length + 3; a shift
-// to zero releases the array), construction and the dropping of low words.
-TEST_F(LinearOps, BigIntShiftsConstructionAndDrops) {
+// to zero releases the array) and the dropping of low words.
+TEST_F(LinearOps, BigIntShiftsAndDrops) {
   using W = std::vector<uint32_t>;
   BigInt x;
   makeBigInt(&heap, &x, {1});
@@ -343,14 +341,6 @@ TEST_F(LinearOps, BigIntShiftsConstructionAndDrops) {
   EXPECT_EQ(bigIntWords(x), (W{0, 0x80000001u, 0xC0000000u}));
   bigIntShiftRightBits(&heap, &x, 31);
   EXPECT_EQ(bigIntWords(x), (W{2, 0x80000001u, 1}));
-  bigIntDestroy(&x);
-  EXPECT_EQ(x.length, bigIntDestroyedLength);
-
-  bigIntFromU64(&heap, &x, 0);
-  EXPECT_EQ(heap.activeBlocks, 0u) << "zero allocates nothing";
-  bigIntFromU64(&heap, &x, 0x100000000ull);
-  EXPECT_EQ(bigIntWords(x), (W{0, 1}));
-  EXPECT_EQ(x.capacity, 4u);
   bigIntDestroy(&x);
   makeBigInt(&heap, &x, {1, 2, 3, 4});
   bigIntDropLowWords(&heap, &x, 3);
@@ -383,9 +373,6 @@ TEST_F(LinearOps, CompactionClosesGapsBelowTheArrays) {
   EXPECT_LT(x.mantissa.words, y.mantissa.words);
   EXPECT_EQ(bigIntWords(x.mantissa), xWords);
   EXPECT_EQ(bigIntWords(y.mantissa), yWords);
-  uint32_t* const xAfter = x.mantissa.words;
-  bigFloatCompact2(&x, &y);  // closed gaps: nothing moves
-  EXPECT_EQ(x.mantissa.words, xAfter);
   bigFloatDestroy(&x);
   bigFloatDestroy(&y);
 }
@@ -417,11 +404,6 @@ TEST_F(LinearOps, DoubleConversions) {
   int64_t position = 99;
   bigFloatSetZero(&x);
   EXPECT_EQ(bigFloatTopAsDouble(&heap, &x, &position), 0.0);
-  // Top two words, position of the lower one; a set top bit is no sign.
-  makeBigFloat(&heap, &x, {5, 0xFFFFFFFFu, 0xFFFFFFFFu}, -4, false);
-  EXPECT_EQ(bigFloatTopAsDouble(&heap, &x, &position), -18446744073709551616.0);
-  EXPECT_EQ(position, -3);
-  bigFloatDestroy(&x);
   OperandSource source = testOperands(16);
   for (int round = 0; round < 2000; round++) {
     double d = std::ldexp(1.0 + double(source.rng() >> 11) * 0x1p-53,
@@ -431,8 +413,7 @@ TEST_F(LinearOps, DoubleConversions) {
     if (source.below(2)) d = -d;
     if (d == 0.0) continue;
     bigFloatFromDouble(&heap, &x, d);
-    // Exact, with no low zero word. A subnormal is read with the exponent of
-    // its field, 2^-1075, and so comes out halved (Newton starts never see one).
+    // Exact, no low zero word; a subnormal comes out halved (read as 2^-1075).
     long double expected = std::fabs((long double)d);
     if (std::fabs(d) < 0x1p-1022) expected /= 2;
     ASSERT_NE(x.mantissa.words[0], 0u) << d;
@@ -440,7 +421,7 @@ TEST_F(LinearOps, DoubleConversions) {
     long double exact = 0;
     for (uint64_t i = x.mantissa.length; i-- > 0;) exact = exact * 0x1p32L + x.mantissa.words[i];
     EXPECT_EQ(std::ldexp(exact, int(32 * x.exponent)), expected) << d;
-    // Back: exact within two words; from three the top two hold >= 33 bits.
+    // Back: exact within two words, else the top two hold >= 33 bits.
     const double top = bigFloatTopAsDouble(&heap, &x, &position);
     const long double back = std::ldexp((long double)std::fabs(top), int(32 * position));
     EXPECT_EQ(top < 0, d < 0);

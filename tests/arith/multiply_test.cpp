@@ -123,18 +123,17 @@ TEST(MethodChoice, ThresholdsThreadsAndDiskPath) {
     uint64_t n;
     uint32_t threadPower;
     MultiplyMethod method;
-  } cases[] = {
-      {true, fftSquareThreshold - 1, 0, MultiplyRecursive}, {true, fftSquareThreshold, 0, MultiplyFft},
-      {true, 13056, 0, MultiplyFft},       {true, 13057, 0, MultiplyHybrid},
-      {true, 12000, 1, MultiplyHybrid},    {true, 11999, 1, MultiplyFft},
-      {false, fftMultiplyThreshold - 1, 0, MultiplyRecursive},
-      {false, fftMultiplyThreshold, 0, MultiplyFft}, {false, 12000, 1, MultiplyHybrid},
-      {false, 12000, 0, MultiplyFft},      {false, 13057, 0, MultiplyHybrid}};
+  } cases[] = {{true, fftSquareThreshold - 1, 0, MultiplyRecursive},
+               {true, fftSquareThreshold, 0, MultiplyFft}, {true, 13056, 0, MultiplyFft},
+               {true, 13057, 0, MultiplyHybrid}, {true, 12000, 1, MultiplyHybrid},
+               {true, 11999, 1, MultiplyFft}, {false, 12000, 1, MultiplyHybrid},
+               {false, fftMultiplyThreshold - 1, 0, MultiplyRecursive},
+               {false, fftMultiplyThreshold, 0, MultiplyFft},
+               {false, 12000, 0, MultiplyFft}, {false, 13057, 0, MultiplyHybrid}};
   for (const auto& c : cases) {
-    EXPECT_EQ(c.square ? chooseSquareMethod(c.n, c.threadPower)
-                       : chooseMultiplyMethod(c.n, c.threadPower),
-              c.method)
-        << (c.square ? "square " : "product ") << c.n << " threads 2^" << c.threadPower;
+    const uint32_t t = c.threadPower;
+    EXPECT_EQ(c.square ? chooseSquareMethod(c.n, t) : chooseMultiplyMethod(c.n, t), c.method)
+        << c.square << " " << c.n << " threads 2^" << t;
   }
   // The disk path: paged-out operands above the hybrid threshold, at most
   // four times apart in length.
@@ -232,26 +231,39 @@ void consoleToStandardError() {
   consoleInputFrom("");
 }
 
-// Third failure, a failure with ECC disabled, and worker codes other than
-// "wrong product" (memory failures): each ends the program.
+// Each ends the program: a third failure; a failure with ECC disabled; worker
+// codes other than "wrong product" (memory failures). For multiplyWordArrays
+// a re-run that succeeds still ends as a memory failure (a disabled ECC does
+// not stop the re-run), and a second failure is a software bug.
 TEST_F(FrontEnds, FatalRetryBranches) {
   OperandSource source = testOperands(25);
   BigInt a, b;
   makeBigInt(&heap, &a, source.anyWords(20));
   makeBigInt(&heap, &b, source.anyWords(20));
+  const std::vector<uint32_t> x = {1, 2, 3}, y = {4, 5};
+  std::vector<uint32_t> words(5);
+  enum Target { Square, Product, WordArrays };
   const struct {
+    Target target;
     uint32_t faults;
     uint64_t code;
-    bool eccDisabled, square;
+    bool eccDisabled;
     const char* message;
   } cases[] = {
-      {7, multiplyDetectedError, false, true,
+      {Square, 7, multiplyDetectedError, false,
        "Re-attempting with different parameters.*Third Attempt Failed: Unable to determine "
        "cause of error.\nTerminating Program...\n"},
-      {1, multiplyDetectedError, true, false,
-       "^\n\n\n\nHARDWARE ERROR DETECTED:\nAn error has been detected.\nNo attempt will made to "
-       "correct it because ECC is disabled.\n\nPlease check your hardware. :\\)\n\n"},
-      {1, 4096, false, true, "Memory Allocation Failure."}};
+      {Product, 1, multiplyDetectedError, true,
+       "^\n\n\n\nHARDWARE ERROR DETECTED:\nAn error has been detected.\nNo attempt will made "
+       "to correct it because ECC is disabled.\n\nPlease check your hardware. :\\)\n\n"},
+      {Square, 1, 4096, false, "Memory Allocation Failure."},
+      {WordArrays, 1, multiplyDetectedError, true,
+       "^\n\nMultiplication Failure:\nRe-attempting with same parameters...\n\n\n.*Memory "
+       "Allocation Failure."},
+      {WordArrays, 3, multiplyDetectedError, false,
+       "Re-attempting with same parameters...\nSecond Attempt Failed: Possible Software "
+       "Bug.\nTerminating Program...\n"},
+      {WordArrays, 1, 12, false, "Memory Allocation Failure."}};
   for (const auto& c : cases) {
     EXPECT_EXIT(
         {
@@ -259,8 +271,10 @@ TEST_F(FrontEnds, FatalRetryBranches) {
           if (c.eccDisabled) errorCount = errorCountEccDisabled;
           multiplyInjectFaults(c.faults, c.code);
           BigInt out;
-          if (c.square) bigIntSquare(&heap, &a, &out, 0, 0, 0);
-          else bigIntMultiply(&heap, &a, &b, &out, 0, 0, 0);
+          if (c.target == Square) bigIntSquare(&heap, &a, &out, 0, 0, 0);
+          if (c.target == Product) bigIntMultiply(&heap, &a, &b, &out, 0, 0, 0);
+          if (c.target == WordArrays)
+            multiplyWordArrays(&heap, x.data(), 3, y.data(), 2, words.data(), 0);
         },
         ::testing::ExitedWithCode(1), c.message);
   }
@@ -281,32 +295,6 @@ TEST_F(FrontEnds, MultiplyWordArrays) {
     // The length is the product's own: no zero word on top.
     while (!expected.empty() && expected.back() == 0) expected.pop_back();
     EXPECT_EQ(length, expected.size()) << "round " << round;
-  }
-  // A re-run that succeeds still ends as a memory failure (a disabled ECC
-  // does not stop the re-run); a second failure is a software bug.
-  const std::vector<uint32_t> a = {1, 2, 3}, b = {4, 5};
-  std::vector<uint32_t> out(5);
-  const struct {
-    uint32_t faults;
-    uint64_t code;
-    bool eccDisabled;
-    const char* message;
-  } cases[] = {{1, multiplyDetectedError, true,
-                "^\n\nMultiplication Failure:\nRe-attempting with same parameters...\n\n\n.*Memory "
-                "Allocation Failure."},
-               {3, multiplyDetectedError, false,
-                "Re-attempting with same parameters...\nSecond Attempt Failed: Possible Software "
-                "Bug.\nTerminating Program...\n"},
-               {1, 12, false, "Memory Allocation Failure."}};
-  for (const auto& c : cases) {
-    EXPECT_EXIT(
-        {
-          consoleToStandardError();
-          if (c.eccDisabled) errorCount = errorCountEccDisabled;
-          multiplyInjectFaults(c.faults, c.code);
-          multiplyWordArrays(&heap, a.data(), 3, b.data(), 2, out.data(), 0);
-        },
-        ::testing::ExitedWithCode(1), c.message);
   }
 }
 

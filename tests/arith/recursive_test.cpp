@@ -46,14 +46,17 @@ void expectEntries(const std::vector<uint32_t>& a, const std::vector<uint32_t>& 
 
 }  // namespace
 
-// Every length to 64, each cut-over and one either side, a sparse sample up
-// to 1200 and some lengths to 20000, each with random operand kinds.
+// Every length to 64, each cut-over and one either side, Toom-3 splits of n
+// into k, k, r with r = k, k - 1, k - 2, a sparse sample up to 1200 and some
+// lengths to 20000, each with random operand kinds.
 TEST(RecursiveProducts, EntriesAgreeWithGmp) {
   testbridge::Random random = testbridge::testRandom();
   std::vector<uint64_t> lengths;
   for (uint64_t n = 1; n <= 64; n++) lengths.push_back(n);
   for (uint64_t edge : {sqrK, sqrT, elmK, elmT})
     for (uint64_t n = edge - 1; n <= edge + 1; n++) lengths.push_back(n);
+  for (uint64_t k : {53, 167, 168, 341})
+    lengths.insert(lengths.end(), {3 * k, 3 * k - 1, 3 * k - 2});
   for (uint64_t n = 65; n <= 1200; n += 1 + random.below(12)) lengths.push_back(n);
   for (int i = 0; i < 10; i++) lengths.push_back(random.logUniform(1200, 20000));
   for (uint64_t n : lengths) {
@@ -140,20 +143,6 @@ TEST(RecursiveProducts, KaratsubaDifferenceCases) {
       expectProduct(a, a, recursionScratchWords(n, true), squareOf(karatsubaSquare), "square");
       expectProduct(a, b, recursionScratchWords(n, false), karatsubaMultiply, "a * b");
       expectProduct(b, a, recursionScratchWords(n, false), karatsubaMultiply, "b * a");
-    }
-  }
-}
-
-// Toom-3 cuts n into k, k, r with r = k, k - 1 or k - 2.
-TEST(RecursiveProducts, Toom3SplitRemainders) {
-  testbridge::Random random = testbridge::testRandom();
-  for (uint64_t k : {53, 54, 167, 168, 341}) {
-    for (uint64_t n : {3 * k, 3 * k - 1, 3 * k - 2}) {
-      std::vector<uint32_t> a = testbridge::operand(random, testbridge::randomKind(random), n);
-      std::vector<uint32_t> b = testbridge::operand(random, Kind::Uniform, n);
-      if (n >= sqrT)
-        expectProduct(a, a, recursionScratchWords(n, true), squareOf(toom3Square), "square");
-      if (n >= elmT) expectProduct(a, b, recursionScratchWords(n, false), toom3Multiply, "a * b");
     }
   }
 }

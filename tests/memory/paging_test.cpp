@@ -103,30 +103,28 @@ TEST_F(Paging, PushAndLoadRoundTrip) {
   bigIntDestroy(&x);
 }
 
-TEST_F(Paging, ZeroNumbersNeverTouchTheDisk) {
-  BigInt zero;
-  bigIntSetZero(&zero);
-  const uint64_t writes = raidFileWriteCount();
-  bigIntLoad(&heap, &zero, 0);
-  bigIntLoad(&heap, &zero, 1);
-  EXPECT_EQ(zero.words, nullptr);
-  bigIntPushToDisk(&heap, &zero, &onePath);
-  EXPECT_EQ(zero.swap, nullptr);
-  EXPECT_EQ(heap.activeBlocks, 0u) << "nothing allocated";
-  globalSwapPaths = &onePath;
+// Zero numbers (and null) never touch the disk. Destroy deletes the files
+// of a disk-only number (on every path, and twice is harmless); dropping the
+// swap deletes them; releasing the words keeps them.
+TEST_F(Paging, ZeroIsNeverPagedAndDestroyOrDropDeleteTheFiles) {
+  BigInt x;
   BigFloat floatZero;
+  bigIntSetZero(&x);
   bigFloatSetZero(&floatZero);
+  const uint64_t writes = raidFileWriteCount();
+  bigIntLoad(&heap, &x, 0);
+  bigIntLoad(&heap, &x, 1);
+  bigIntPushToDisk(&heap, &x, &onePath);
+  globalSwapPaths = &onePath;
   bigFloatPushToDisk(nullptr);
   bigFloatPushToDisk(&floatZero);
+  EXPECT_EQ(x.words, nullptr);
+  EXPECT_EQ(x.swap, nullptr);
+  EXPECT_EQ(heap.activeBlocks, 0u) << "nothing allocated";
   EXPECT_EQ(raidFileWriteCount(), writes);
   EXPECT_TRUE(filesIn(folders[0]).empty());
-}
 
-// Destroy deletes the files of a disk-only number (on every path, and twice
-// is harmless); dropping the swap deletes them; releasing the words keeps them.
-TEST_F(Paging, DestroyAndDropDeleteTheFiles) {
   OperandSource source = testOperands(32);
-  BigInt x;
   makeBigInt(&heap, &x, source.anyWords(77));
   bigIntPushToDisk(&heap, &x, &twoPaths);
   EXPECT_EQ(filesIn(folders[0]).size(), 1u);
