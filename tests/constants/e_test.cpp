@@ -10,22 +10,12 @@
 #include <stdlib.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
-#include "arith/fft_tables.h"
-#include "constants/compute_settings.h"
+#include "constant_run.h"
 #include "constants/series.h"
-#include "digits/digit_writer.h"
-#include "memory/heap.h"
-#include "memory/raidfile.h"
-#include "platform/console.h"
-#include "platform/threads.h"
 #include "shell/estimate.h"
 #include "shell/estimate_e.h"
 #include "support/gmp_bridge.h"
@@ -33,8 +23,6 @@
 namespace {
 
 using testbridge::Number;
-
-// ---- Oracles ----------------------------------------------------------------------
 
 // P of exp(1), P of exp(-1) (magnitude) and Q over (a, b]: term by term
 // P = P k +/- 1, Q = Q k; long ranges cut in two and joined by
@@ -98,126 +86,55 @@ void exactRange(uint64_t a, uint64_t b, mpz_t plus, mpz_t minus, mpz_t q) {
   return result;
 }
 
-// e's text as the writers lay it out: "2." and exactly `digits` digits,
-// truncated, in base 10 or 16.
-std::string mpfrEText(uint64_t digits, int base) {
-  mpfr_prec_t bits = mpfr_prec_t(double(digits) * std::log2(double(base))) + 128;
-  mpfr_t x;
-  mpfr_init2(x, bits);
+void setE(mpfr_t x, uint32_t) {
   mpfr_set_ui(x, 1, MPFR_RNDN);
   mpfr_exp(x, x, MPFR_RNDZ);
-  mpfr_exp_t point = 0;
-  char* text = mpfr_get_str(nullptr, &point, base, size_t(digits) + 20, x, MPFR_RNDZ);
-  std::string all(text);
-  mpfr_free_str(text);
-  mpfr_clear(x);
-  return all.substr(0, size_t(point)) + "." + all.substr(size_t(point), size_t(digits));
 }
 
-std::string makeFolder(const char* stem) {
-  std::string pattern = std::string("/tmp/") + stem + "_XXXXXX";
-  if (mkdtemp(pattern.data()) == nullptr) return std::string();
-  return pattern;
+// e's text as the writers lay it out: "2." and exactly `digits` digits.
+std::string mpfrEText(uint64_t digits, int base) {
+  return constant_test::mpfrText(setE, 0, digits, base);
 }
 
-std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
+// The driver's figure: the Ram Only need covers a swap run too.
+uint64_t eEstimate(const ComputeSettings* s) {
+  return std::max(eSeriesPeak(s->algorithm, s->wordCount, s->threadPower),
+                  estimateConversion(s->wordCount, s->threadPower));
 }
 
-// A run of e's entry as the driver sets it up: defaults with e, the digits,
-// threads and mode; an arena of the estimate plus one MiB (or `arena` bytes);
-// the transform tables; an output folder and, for Basic Swap, two swap
-// folders, all from mkdtemp.
-struct ERun {
-  std::string folder;
-  std::string swapFolders[2];
-  char* swapTexts[2] = {nullptr, nullptr};
-  PathList swapList = {0, nullptr};
-  ComputeSettings settings;
-  Heap heap;
-  std::string console;
-  uint32_t savedThreadPower;
-
-  ERun(uint32_t algorithm, uint64_t decimalDigits, uint32_t threadPower, uint32_t mode,
-       uint64_t arena = 0) {
-    folder = makeFolder("e_out");
-    fillDefaultComputeSettings(nullptr, &settings);
-    selectConstant(nullptr, &settings, constantE);
-    settings.algorithm = algorithm;
-    buildFileStems(nullptr, &settings);
-    setDecimalDigits(&settings, decimalDigits);
-    settings.threadPower = threadPower;
-    settings.computeMode = mode;
-    settings.outputPath = strdup((folder + "/").c_str());
-    if (arena == 0) {
-      // The Ram Only need covers a swap run too.
-      settings.memoryNeeded = std::max(eSeriesPeak(algorithm, settings.wordCount, threadPower),
-                                       estimateConversion(settings.wordCount, threadPower));
-      arena = settings.memoryNeeded + 1048576;
-    }
-    heapInit(nullptr, &heap, arena);
-    settings.heap = &heap;
-    savedThreadPower = globalThreadPower;
-    globalThreadPower = threadPower;
-    if (mode == computeModeBasicSwap) {
-      for (int i = 0; i < 2; i++) {
-        swapFolders[i] = makeFolder("e_swap");
-        swapTexts[i] = swapFolders[i].data();
-      }
-      swapList.count = 2;
-      swapList.paths = swapTexts;
-      globalSwapPaths = &swapList;
-    }
-  }
-
-  ~ERun() {
-    globalThreadPower = savedThreadPower;
-    globalSwapPaths = nullptr;
-    settings.heap = nullptr;
-    EXPECT_EQ(heap.activeBlocks, 0u) << "blocks left in the arena";
-    heapDestroy(&heap);
-    releaseComputeSettings(&settings);
-    std::filesystem::remove_all(folder);
-    for (auto& swap : swapFolders) {
-      if (swap.empty()) continue;
-      EXPECT_TRUE(std::filesystem::is_empty(swap)) << "swap files left in " << swap;
-      std::filesystem::remove_all(swap);
-    }
-  }
-
-  double run() {
-    buildFftTables(settings.wordCount + 100);
-    consoleCaptureTo(&console);
-    const double seconds = computeE(&settings);
-    consoleCaptureTo(nullptr);
-    releaseFftTables();
-    return seconds;
-  }
-
-  uint64_t peakBytes() const { return uint64_t(heap.peakUsed - heap.base); }
-
-  std::string text(uint32_t radix, uint32_t label = 0) const {
-    char* name = digitFileName(&settings, radix, label);
-    std::string path(name);
-    free(name);
-    return readFile(path);
+// A finished run of e's entry.
+struct ERun : constant_test::ConstantRun {
+  ERun(uint32_t algorithm, uint64_t digits, uint32_t threadPower, uint32_t mode,
+       uint64_t arena = 0)
+      : ConstantRun(constantE, algorithm, 0, digits, threadPower, mode, eEstimate, arena) {
+    run(computeE);
   }
 };
 
-}  // namespace
+// The compute step of an algorithm alone, into x.
+void computeStep(Heap* heap, uint32_t algorithm, BigFloat* x, uint64_t words, uint32_t threads) {
+  if (algorithm == eComputeVerify) {
+    BigFloat y;
+    computeEVerify(heap, x, &y, words, threads, computeModeRamOnly, 0);
+    bigFloatDestroy(&y);
+  } else if (algorithm == eExpMinusOne) {
+    computeEExpMinusOne(heap, x, words, threads, computeModeRamOnly, 0);
+  } else {
+    computeEExpOne(heap, x, words, threads, computeModeRamOnly, 0);
+  }
+}
 
-// ---- Leaves and sums ------------------------------------------------------------------
+const uint32_t allAlgorithms[] = {eExpOne, eExpMinusOne, eComputeVerify};
+
+}  // namespace
 
 TEST(ELeaves, IterativeLeavesAgreeWithGmp) {
   testbridge::Random random = testbridge::testRandom();
   Heap heap;
   heapInit(nullptr, &heap, 1 << 20);
   std::vector<uint64_t> starts = {1, 2, 3, 0xfffffff0ull, 0xfffffffe - 9, 0xfffffffe - 2};
-  for (int i = 0; i < 60; i++) starts.push_back(random.logUniform(1, 0xfffffff0ull));
-  for (uint32_t algorithm : {eExpOne, eExpMinusOne, eComputeVerify}) {
+  for (int i = 0; i < 30; i++) starts.push_back(random.logUniform(1, 0xfffffff0ull));
+  for (uint32_t algorithm : allAlgorithms) {
     const SeriesKind* kind = eSeriesKind(algorithm);
     for (uint64_t a : starts) {
       for (uint64_t terms = 1; terms <= eLeafTerms; terms++) {
@@ -245,16 +162,13 @@ TEST(ESums, RangesOfAllSizesAndPastTheWordBound) {
   buildFftTables(20000);
   Heap heap;
   heapInit(nullptr, &heap, 32 << 20);
-  const std::vector<std::pair<uint64_t, uint64_t>> ranges = {
-      {1, 2},
-      {1, 11},
-      {1, 33},
-      {1, 100},
-      {1, 5000},
-      {777, 1999},
-      {0xfffffff0ull, 0xfffffff0ull + 40},
-      {0xffffffffull * 3, 0xffffffffull * 3 + 77}};
-  for (uint32_t algorithm : {eExpOne, eExpMinusOne, eComputeVerify}) {
+  const std::pair<uint64_t, uint64_t> ranges[] = {{1, 2},
+                                                  {1, 33},
+                                                  {1, 5000},
+                                                  {777, 1999},
+                                                  {0xfffffff0ull, 0xfffffff0ull + 40},
+                                                  {0xffffffffull * 3, 0xffffffffull * 3 + 77}};
+  for (uint32_t algorithm : allAlgorithms) {
     for (auto [a, b] : ranges) {
       SplitRecord record;
       seriesThreadLayer(&heap, eSeriesKind(algorithm), a, b, &record, 2, 0);
@@ -293,8 +207,8 @@ TEST(ECompute, BothFormulasAgreeToTheGuardWords) {
     computeEExpOne(&heap, &plus, words, 0, computeModeRamOnly, 0);
     computeEExpMinusOne(&heap, &minus, words, 1, computeModeRamOnly, 0);
     computeEVerify(&heap, &first, &second, words, 0, computeModeRamOnly, 0);
-    mpfr_t a, b, e;
-    mpfr_inits2(mpfr_prec_t(32 * words + 256), a, b, e, (mpfr_ptr)0);
+    mpfr_t a, e;
+    mpfr_inits2(mpfr_prec_t(32 * words + 256), a, e, (mpfr_ptr)0);
     mpfr_set_ui(e, 1, MPFR_RNDN);
     mpfr_exp(e, e, MPFR_RNDN);
     for (BigFloat* x : {&plus, &minus, &first, &second}) {
@@ -309,7 +223,7 @@ TEST(ECompute, BothFormulasAgreeToTheGuardWords) {
     }
     EXPECT_EQ(second.mantissa.length, plus.mantissa.length);
     EXPECT_EQ(0, memcmp(second.mantissa.words, plus.mantissa.words, 4 * plus.mantissa.length));
-    mpfr_clears(a, b, e, (mpfr_ptr)0);
+    mpfr_clears(a, e, (mpfr_ptr)0);
     for (BigFloat* x : {&second, &first, &minus, &plus}) bigFloatDestroy(x);
   }
   EXPECT_EQ(heap.activeBlocks, 0u);
@@ -317,31 +231,21 @@ TEST(ECompute, BothFormulasAgreeToTheGuardWords) {
   releaseFftTables();
 }
 
-// ---- Whole runs ------------------------------------------------------------------------------
-
 TEST(ERuns, DigitsOfEveryAlgorithmAndThreadCountAreMpfrs) {
+  // Two threads write the same files as one, bit for bit: both equal MPFR's.
   for (uint64_t digits : {1000ull, 12345ull}) {
     const std::string decimal = mpfrEText(digits, 10);
     const std::string hex = mpfrEText(uint64_t(double(digits) * 0.8304820237218407) + 1, 16);
-    for (uint32_t algorithm : {eExpOne, eExpMinusOne, eComputeVerify}) {
-      std::string decimalOne, hexOne;
+    for (uint32_t algorithm : allAlgorithms) {
       for (uint32_t threads : {0u, 1u}) {
         ERun run(algorithm, digits, threads, computeModeRamOnly);
-        run.run();
-        const std::string d = run.text(10), h = run.text(16);
-        EXPECT_EQ(d, decimal) << "algorithm " << algorithm << " threads " << threads;
-        EXPECT_EQ(h, hex) << "algorithm " << algorithm << " threads " << threads;
+        SCOPED_TRACE("algorithm " + std::to_string(algorithm) + " threads " +
+                     std::to_string(threads));
+        EXPECT_EQ(run.text(10), decimal);
+        EXPECT_EQ(run.text(16), hex);
         if (algorithm == eComputeVerify) {
-          EXPECT_EQ(run.text(10, 1), d);
-          EXPECT_EQ(run.text(16, 1), h);
-        }
-        // Two threads write the same files as one, bit for bit.
-        if (threads == 0) {
-          decimalOne = d;
-          hexOne = h;
-        } else {
-          EXPECT_EQ(d, decimalOne);
-          EXPECT_EQ(h, hexOne);
+          EXPECT_EQ(run.text(10, 1), decimal);
+          EXPECT_EQ(run.text(16, 1), hex);
         }
       }
     }
@@ -353,29 +257,27 @@ TEST(ERuns, AMillionDigitsOnTwoThreads) {
   // still run on the plain FFT, whose scratch is larger than the estimate's.
   const uint64_t digits = 1000003;
   ERun run(eComputeVerify, digits, 1, computeModeRamOnly, 48ull << 20);
-  run.run();
-  const std::string decimal = run.text(10);
+  const std::string decimal = run.text(10), hex = run.text(16);
   EXPECT_TRUE(decimal == mpfrEText(digits, 10)) << decimal.substr(0, 40);
-  EXPECT_TRUE(run.text(10, 1) == decimal);
-  const std::string hex = run.text(16);
   EXPECT_TRUE(hex == mpfrEText(run.settings.hexDigits, 16)) << hex.substr(0, 40);
+  EXPECT_TRUE(run.text(10, 1) == decimal);
   EXPECT_TRUE(run.text(16, 1) == hex);
 }
 
 TEST(ERuns, BasicSwapWritesTheSameFilesAndLeavesNoSwapFile) {
-  for (uint32_t algorithm : {eExpOne, eExpMinusOne, eComputeVerify}) {
+  for (uint32_t algorithm : allAlgorithms) {
     for (uint64_t digits : {1000ull, 50001ull}) {
+      SCOPED_TRACE("algorithm " + std::to_string(algorithm) + " digits " +
+                   std::to_string(digits));
       std::string decimal, hex;
       {
         ERun ram(algorithm, digits, 1, computeModeRamOnly);
-        ram.run();
         decimal = ram.text(10);
         hex = ram.text(16);
       }
       ERun swap(algorithm, digits, 1, computeModeBasicSwap);
-      swap.run();
-      EXPECT_EQ(swap.text(10), decimal) << "algorithm " << algorithm << " digits " << digits;
-      EXPECT_EQ(swap.text(16), hex) << "algorithm " << algorithm << " digits " << digits;
+      EXPECT_EQ(swap.text(10), decimal);
+      EXPECT_EQ(swap.text(16), hex);
       if (algorithm == eComputeVerify) {
         EXPECT_EQ(swap.text(10, 1), decimal);
         EXPECT_EQ(swap.text(16, 1), hex);
@@ -386,7 +288,6 @@ TEST(ERuns, BasicSwapWritesTheSameFilesAndLeavesNoSwapFile) {
 
 TEST(ERuns, ConsoleLinesOfTheComputation) {
   ERun run(eComputeVerify, 50001, 0, computeModeRamOnly);
-  run.run();
   const uint64_t words = run.settings.wordCount + 2;
   const uint64_t terms = termsForWords(words, eSeriesKind(eComputeVerify));
   const std::string digits = formatGrouped(uint64_t(double(words) * 9.632959861247397) + 1, 0);
@@ -402,51 +303,33 @@ TEST(ERuns, ConsoleLinesOfTheComputation) {
   EXPECT_NE(c.find("Iterating: "), std::string::npos);
 }
 
-// ---- Memory -----------------------------------------------------------------------------------
-
 TEST(EMemory, EstimateCoversTheComputationAndStaysClose) {
-  // The compute step (summation and finish) on one thread: its arena peak
-  // against the series figure, at sizes spread over the transform rows below
-  // the hybrid transform's range.
-  double worst = 0.0, lowest = 10.0;
-  for (uint32_t algorithm : {eExpOne, eExpMinusOne, eComputeVerify}) {
+  // The compute step on one thread: its arena peak against the series
+  // figure, at sizes spread over the transform rows below the hybrid range.
+  for (uint32_t algorithm : allAlgorithms) {
     for (uint64_t words = 1000; words < 12600; words += 277) {
       buildFftTables(words + 100);
       const uint64_t estimate = eSeriesPeak(algorithm, words, 0);
       Heap heap;
       heapInit(nullptr, &heap, estimate + 1048576);
-      BigFloat x, y;
-      if (algorithm == eComputeVerify) {
-        computeEVerify(&heap, &x, &y, words, 0, computeModeRamOnly, 0);
-        bigFloatDestroy(&y);
-      } else if (algorithm == eExpMinusOne) {
-        computeEExpMinusOne(&heap, &x, words, 0, computeModeRamOnly, 0);
-      } else {
-        computeEExpOne(&heap, &x, words, 0, computeModeRamOnly, 0);
-      }
+      BigFloat x;
+      computeStep(&heap, algorithm, &x, words, 0);
       bigFloatDestroy(&x);
-      const double peak = double(heap.peakUsed - heap.base);
+      const double ratio = double(estimate) / double(heap.peakUsed - heap.base);
       heapDestroy(&heap);
       releaseFftTables();
-      const double ratio = double(estimate) / peak;
       EXPECT_GE(ratio, 1.0) << "algorithm " << algorithm << " words " << words;
       EXPECT_LE(ratio, 1.25) << "algorithm " << algorithm << " words " << words;
-      worst = std::max(worst, ratio);
-      lowest = std::min(lowest, ratio);
     }
   }
-  RecordProperty("LowestRatio", std::to_string(lowest));
-  RecordProperty("HighestRatio", std::to_string(worst));
 }
 
 TEST(EMemory, WholeRunsOnOneThreadStayUnderTheDriversFigure) {
-  // The entry with its writers and base conversion, in the driver's arena:
-  // memoryNeeded (the larger of the series figure and the conversion's)
-  // against the arena's high-water mark.
-  for (uint32_t algorithm : {eExpOne, eExpMinusOne, eComputeVerify}) {
+  // The entry with its writers and base conversion: memoryNeeded against the
+  // arena's high-water mark.
+  for (uint32_t algorithm : allAlgorithms) {
     for (uint64_t digits : {12345ull, 30001ull, 60000ull, 100001ull}) {
       ERun run(algorithm, digits, 0, computeModeRamOnly);
-      run.run();
       const double ratio = double(run.settings.memoryNeeded) / double(run.peakBytes());
       EXPECT_GE(ratio, 1.0) << "algorithm " << algorithm << " digits " << digits;
       EXPECT_LE(ratio, 1.25) << "algorithm " << algorithm << " digits " << digits;
@@ -454,27 +337,20 @@ TEST(EMemory, WholeRunsOnOneThreadStayUnderTheDriversFigure) {
   }
 }
 
-TEST(EMemory, ThreadedComputationsFitTheEstimateAlone) {
-  // With threads the arena's high-water mark is set by where the halves'
-  // heaps lie, not by use; what must hold is that the computation fits: here
-  // in an arena of the series figure and not a byte more.
+TEST(EMemory, ThreadedRunsFitTheirEstimates) {
+  // With threads the high-water mark is set by where the halves' heaps lie,
+  // not by use; what must hold is that the computation fits an arena of the
+  // series figure and not a byte more, and a whole run the driver's arena.
   const uint32_t saved = globalThreadPower;
   for (uint32_t threads : {1u, 2u, 3u}) {
     globalThreadPower = threads;
-    for (uint32_t algorithm : {eExpOne, eExpMinusOne, eComputeVerify}) {
+    for (uint32_t algorithm : allAlgorithms) {
       for (uint64_t words : {1500ull, 6007ull, 12001ull}) {
         buildFftTables(words + 100);
         Heap heap;
         heapInit(nullptr, &heap, eSeriesPeak(algorithm, words, threads));
-        BigFloat x, y;
-        if (algorithm == eComputeVerify) {
-          computeEVerify(&heap, &x, &y, words, threads, computeModeRamOnly, 0);
-          bigFloatDestroy(&y);
-        } else if (algorithm == eExpMinusOne) {
-          computeEExpMinusOne(&heap, &x, words, threads, computeModeRamOnly, 0);
-        } else {
-          computeEExpOne(&heap, &x, words, threads, computeModeRamOnly, 0);
-        }
+        BigFloat x;
+        computeStep(&heap, algorithm, &x, words, threads);
         EXPECT_EQ(x.exponent + int64_t(x.mantissa.length), 1);
         bigFloatDestroy(&x);
         EXPECT_EQ(heap.activeBlocks, 0u);
@@ -482,15 +358,9 @@ TEST(EMemory, ThreadedComputationsFitTheEstimateAlone) {
         releaseFftTables();
       }
     }
-  }
-  globalThreadPower = saved;
-}
-
-TEST(EMemory, RunsOnSeveralThreadsFitTheDriversArena) {
-  for (uint32_t threads : {1u, 2u, 3u}) {
+    globalThreadPower = saved;
     for (uint32_t algorithm : {eExpOne, eComputeVerify}) {
       ERun run(algorithm, 40000, threads, computeModeRamOnly);
-      run.run();
       EXPECT_EQ(run.text(10).size(), 40002u);
       EXPECT_LE(run.peakBytes(), run.settings.memoryNeeded + 1048576);
     }

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <mpfr.h>
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <string>
@@ -25,8 +26,6 @@
 namespace {
 
 using testbridge::Number;
-
-// ---- The test series -----------------------------------------------------------
 
 struct TestTerms {
   bool alternating;
@@ -127,8 +126,6 @@ SeriesKind makeKind(bool alternating) {
 const SeriesKind plainKind = makeKind(false);
 const SeriesKind alternatingKind = makeKind(true);
 
-// ---- Helpers ------------------------------------------------------------------------
-
 struct Arena {
   Heap heap;
   explicit Arena(uint64_t bytes) { heapInit(nullptr, &heap, bytes); }
@@ -145,11 +142,8 @@ void mpzFromNumber(mpz_t z, const SplitNumber& n) {
 }
 
 ::testing::AssertionResult numberIs(const SplitNumber& n, const mpz_t want, const char* name) {
-  if (n.length != 0 && n.words[n.length - 1] == 0) {
-    return ::testing::AssertionFailure() << name << " has a zero top word";
-  }
-  if (n.length != 0 && n.words[0] == 0) {
-    return ::testing::AssertionFailure() << name << " has a zero low word left";
+  if (n.length != 0 && (n.words[n.length - 1] == 0 || n.words[0] == 0)) {
+    return ::testing::AssertionFailure() << name << " has a zero top or low word";
   }
   for (const uint32_t* w = n.base; w < n.words; w++) {
     if (*w != 0) return ::testing::AssertionFailure() << name << " has words below it";
@@ -185,12 +179,9 @@ void mpfrFromFloat(mpfr_t out, const BigFloat& x) {
 }
 
 bool sameFloat(const BigFloat& x, const BigFloat& y) {
-  if (x.positive != y.positive || x.exponent != y.exponent) return false;
-  if (x.mantissa.length != y.mantissa.length) return false;
-  for (uint64_t i = 0; i < x.mantissa.length; i++) {
-    if (x.mantissa.words[i] != y.mantissa.words[i]) return false;
-  }
-  return true;
+  return x.positive == y.positive && x.exponent == y.exponent &&
+         x.mantissa.length == y.mantissa.length &&
+         std::equal(x.mantissa.words, x.mantissa.words + x.mantissa.length, y.mantissa.words);
 }
 
 // log2 of |R/Q - exact sum over (0, N]| relative to the sum.
@@ -223,8 +214,6 @@ std::string makeFolder(const char* stem) {
 
 }  // namespace
 
-// ---- Sizes, term counts, split points ------------------------------------------------
-
 TEST(SeriesSizes, StirlingFollowsTheFactorialsInWords) {
   EXPECT_NEAR(double(lnFactorial(1.0L)), 2.5 * (std::log(2.0) - 1.0) + 1.4189385332046727, 1e-15);
   for (uint64_t n : {10ull, 100ull, 1000ull, 123457ull}) {
@@ -241,10 +230,8 @@ TEST(SeriesSizes, StirlingFollowsTheFactorialsInWords) {
   }
 }
 
-TEST(SeriesTerms, FixedRateAndSearchedCounts) {
-  EXPECT_EQ(termsForWords(1000, &plainKind), uint64_t(1000 * testTermsPerWord) + 1);
+TEST(SeriesTerms, SearchedCountsAreTheLeastThatReachTheWords) {
   EXPECT_EQ(termsForWords(0, &plainKind), 1u);
-  // Without a rate: the least N whose size reaches the words.
   SeriesKind searched = plainKind;
   searched.termsPerWord = 0.0L;
   for (uint64_t words : {0ull, 1ull, 2ull, 7ull, 100ull, 1000ull, 65536ull, 1000003ull}) {
@@ -262,7 +249,7 @@ TEST(SeriesSplit, MidpointBelowAHundredTermsAndHalfTheSizeAbove) {
   EXPECT_EQ(splitPoint(&plainKind, 0, 2), 1u);
   EXPECT_EQ(splitPoint(&plainKind, 7, 8 + 98), 56u);
   testbridge::Random random = testbridge::testRandom();
-  for (int i = 0; i < 300; i++) {
+  for (int i = 0; i < 100; i++) {
     const uint64_t a = random.logUniform(1, 1ull << 40) - 1;
     const uint64_t b = a + random.logUniform(100, 1ull << 30);
     const uint64_t m = splitPoint(&plainKind, a, b);
@@ -288,8 +275,6 @@ TEST(SeriesSplit, TopLevelsFollowTheProductSizes) {
   EXPECT_EQ(seriesTopLevels(5000000, 2), 1u);
   EXPECT_EQ(seriesTopLevels(5000000, 7), 2u);
 }
-
-// ---- Plans ------------------------------------------------------------------------------
 
 TEST(SeriesPlans, BlocksCoverTheTermsWithFallingPrecision) {
   for (uint32_t mode : {0u, 1u, 2u}) {
@@ -367,15 +352,13 @@ TEST(SeriesPlans, SwapFieldsHalveTheNeedToTheBudget) {
   seriesPlanRelease(&plan);
 }
 
-// ---- Integer layers ------------------------------------------------------------------------
-
 TEST(SeriesLayers, SerialAndThreadedRangesAreExact) {
   buildFftTables(20000);
   testbridge::Random random = testbridge::testRandom();
   Arena arena(64ull << 20);
   std::vector<std::pair<uint64_t, uint64_t>> ranges = {
       {0, 1}, {0, 2}, {0, 3}, {0, 4}, {5, 37}, {0, 99}, {0, 100}, {17, 1017}, {0, 3000}};
-  for (int i = 0; i < 12; i++) {
+  for (int i = 0; i < 6; i++) {
     const uint64_t a = random.logUniform(1, 1ull << 36) - 1;
     ranges.push_back({a, a + random.logUniform(1, 2500)});
   }
@@ -449,8 +432,6 @@ TEST(SeriesLayers, MergesAlignStrippedWordsAndBorrowThroughTheTop) {
   EXPECT_TRUE(numberIs(out.r[0], want.z, "R"));
   splitRecordRelease(&out);
 }
-
-// ---- Whole summations ------------------------------------------------------------------------
 
 TEST(SeriesSums, ThreadedSerialAndFallbackSumsAreTheSameBits) {
   buildFftTables(40000);

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -95,6 +96,28 @@ inline std::string gmpDecimal(const mpz_t z) {
 // Decimal digits that cover an n-word integer, as a caller would ask.
 inline uint64_t digitsForWords(uint64_t n) {
   return uint64_t(double(n) * 9.632959861247397) + 1;
+}
+
+// x = value, a BigInt in `heap`.
+inline void makeInteger(Heap* heap, const mpz_t value, BigInt* x) {
+  bigIntSetZero(x);
+  if (mpz_sgn(value) == 0) return;
+  uint64_t n = (mpz_sizeinbase(value, 2) + 31) / 32;
+  std::vector<uint32_t> words = testbridge::fromMpz(value, n);
+  x->words = heapAllocateWords(heap, n + 2);
+  std::copy(words.begin(), words.end(), x->words);
+  x->length = n;
+  x->capacity = n + 2;
+}
+
+// A table for numbers of `length` words, built with the console captured.
+inline void buildTable(Heap* heap, uint64_t length, BaseConversionTable* table) {
+  std::vector<uint32_t> words(length, 0x9e3779b9u);
+  BigFloat x;
+  makeNumber(heap, &x, words.data(), length, 0);
+  Capture capture;
+  buildBaseConversionTable(heap, &x, table, 0);
+  bigFloatDestroy(&x);
 }
 
 // Builds the table for x and converts it, with the console captured.

@@ -55,46 +55,32 @@ TEST(ConversionTable, SizingHalvesTheRadixWordsDownBelowSixteen) {
   }
 }
 
-TEST(PowerOfBillion, ExactPowersKeepTheirZeroWordsInTheExponent) {
+// 10^(9n) exact, with its whole zero words in the exponent (it ends in 9n
+// zero bits); truncated to a precision, good to it; and 10^(-9n).
+TEST(PowerOfBillion, ExactAndTruncatedPowersAndReciprocals) {
   TestHeap arena(16 << 20);
   Random random = testRandom();
-  std::vector<uint64_t> counts = {1, 2, 3, 4, 5, 7, 8, 15, 16, 17, 100, 255, 256, 1000};
-  for (int i = 0; i < 6; ++i) counts.push_back(random.logUniform(2, 6000));
+  std::vector<uint64_t> counts = {0, 1, 2, 3, 4, 5, 7, 8, 15, 16, 17, 100, 255, 256, 1000};
+  for (int i = 0; i < 12; ++i) counts.push_back(random.logUniform(2, 6000));
   for (uint64_t n : counts) {
     BigFloat x;
     powerOfBillion(&arena.heap, int64_t(n), &x, exactPrecision, 0);
-    Number value, expected;
+    Number value, exact, difference;
     scaledValue(x, 0, value.z);
-    billionPower(n, expected.z);
-    ASSERT_EQ(mpz_cmp(value.z, expected.z), 0) << "n = " << n;
-    // 10^(9n) ends in 9n zero bits: whole zero words are in the exponent.
+    billionPower(n, exact.z);
+    ASSERT_EQ(mpz_cmp(value.z, exact.z), 0) << "n = " << n;
     EXPECT_EQ(x.exponent, int64_t(9 * n / 32)) << n;
     EXPECT_NE(x.mantissa.words[0], 0u) << n;
     EXPECT_EQ(x.positive, 1u);
     bigFloatDestroy(&x);
-  }
-  BigFloat one;
-  powerOfBillion(&arena.heap, 0, &one, 10, 0);
-  ASSERT_EQ(one.mantissa.length, 1u);
-  EXPECT_EQ(one.mantissa.words[0], 1u);
-  EXPECT_EQ(one.exponent, 0);
-  bigFloatDestroy(&one);
-}
+    if (n == 0) continue;
 
-TEST(PowerOfBillion, TruncatedPowersAndReciprocalsAreGoodToThePrecision) {
-  TestHeap arena(16 << 20);
-  Random random = testRandom();
-  for (int round = 0; round < 12; ++round) {
+    // Truncation only: 0 <= 10^(9n) - x < 10^(9n) * 2^(-32 (precision + 9)).
     uint64_t precision = random.logUniform(1, 200);
-    uint64_t n = random.logUniform(1, 3000);
-    BigFloat x;
     powerOfBillion(&arena.heap, int64_t(n), &x, precision, 0);
     EXPECT_LE(x.mantissa.length, precision + 14);
-    // Truncation only: 0 <= 10^(9n) - x < 10^(9n) * 2^(-32 (precision + 9)).
-    Number value, exact, difference;
     int64_t shift = x.exponent < 0 ? -x.exponent : 0;
     scaledValue(x, shift, value.z);
-    billionPower(n, exact.z);
     mpz_mul_2exp(exact.z, exact.z, 32 * uint64_t(shift));
     mpz_sub(difference.z, exact.z, value.z);
     ASSERT_GE(mpz_sgn(difference.z), 0) << "n = " << n << ", precision " << precision;
@@ -103,21 +89,19 @@ TEST(PowerOfBillion, TruncatedPowersAndReciprocalsAreGoodToThePrecision) {
     bigFloatDestroy(&x);
 
     // 10^(-9n) to `precision` words: |x * 10^(9n) - 1| < 2^(-32 precision).
-    BigFloat r;
-    powerOfBillion(&arena.heap, -int64_t(n), &r, precision, 0);
-    ASSERT_LT(r.exponent, 0);
-    Number scaled, unit;
-    scaledValue(r, -r.exponent, scaled.z);
+    powerOfBillion(&arena.heap, -int64_t(n), &x, precision, 0);
+    ASSERT_LT(x.exponent, 0);
+    Number unit;
+    scaledValue(x, -x.exponent, value.z);
     billionPower(n, exact.z);
-    mpz_mul(scaled.z, scaled.z, exact.z);
+    mpz_mul(value.z, value.z, exact.z);
     mpz_set_ui(unit.z, 1);
-    mpz_mul_2exp(unit.z, unit.z, 32 * uint64_t(-r.exponent));
-    mpz_sub(difference.z, scaled.z, unit.z);
+    mpz_mul_2exp(unit.z, unit.z, 32 * uint64_t(-x.exponent));
+    mpz_sub(difference.z, value.z, unit.z);
     mpz_abs(difference.z, difference.z);
     mpz_mul_2exp(difference.z, difference.z, 32 * precision);
-    ASSERT_LT(mpz_cmp(difference.z, unit.z), 0)
-        << "1/10^(9*" << n << ") to " << precision << " words";
-    bigFloatDestroy(&r);
+    ASSERT_LT(mpz_cmp(difference.z, unit.z), 0) << "1/10^(9*" << n << ") to " << precision;
+    bigFloatDestroy(&x);
   }
 }
 

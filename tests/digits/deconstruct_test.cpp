@@ -1,7 +1,9 @@
-// The layers of the deconstruction on their own: the leaf against GMP and
-// within its window, windows that must be cleared (a zero remainder, a
-// number shorter than its window) under poisoned output, the thread layer on
-// split heaps, and the number of levels kept on all threads.
+// The layers under the base conversion: divideAndModulus against GMP's
+// division at every table level with its edge dividends and the fatal ends
+// of a wrong reciprocal; the leaf against GMP within its window; the
+// deconstruction layers on windows that must be cleared (a zero remainder,
+// a number shorter than its window) under poisoned output; the levels kept
+// on all threads.
 #include <gmp.h>
 #include <gtest/gtest.h>
 
@@ -17,24 +19,32 @@ using namespace conversion_test;
 
 namespace {
 
-void buildTable(Heap* heap, uint64_t length, BaseConversionTable* table) {
-  std::vector<uint32_t> words(length, 0x7f4a7c15u);
-  BigFloat x;
-  makeNumber(heap, &x, words.data(), length, 0);
-  Capture capture;
-  buildBaseConversionTable(heap, &x, table, 0);
-  bigFloatDestroy(&x);
+// D = power[level] as an integer.
+void powerValue(const BaseConversionTable& table, int32_t level, mpz_t d) {
+  const BigFloat& power = table.power[level];
+  toMpz(d, power.mantissa.words, power.mantissa.length);
+  mpz_mul_2exp(d, d, 32 * uint64_t(power.exponent));
 }
 
-void makeInteger(Heap* heap, const mpz_t value, BigInt* x) {
-  bigIntSetZero(x);
-  if (mpz_sgn(value) == 0) return;
-  uint64_t n = (mpz_sizeinbase(value, 2) + 31) / 32;
-  std::vector<uint32_t> words = fromMpz(value, n);
-  x->words = heapAllocateWords(heap, n + 2);
-  std::copy(words.begin(), words.end(), x->words);
-  x->length = n;
-  x->capacity = n + 2;
+// Divides `value` at `level` and checks quotient and remainder against GMP.
+::testing::AssertionResult dividesLikeGmp(Heap* heap, BaseConversionTable* table, int32_t level,
+                                          const mpz_t value, uint32_t threads) {
+  Number d, q, r;
+  powerValue(*table, level, d.z);
+  mpz_tdiv_qr(q.z, r.z, value, d.z);
+  BigInt x, remainder;
+  makeInteger(heap, value, &x);
+  divideAndModulus(heap, &x, &remainder, level, table, threads);
+  ::testing::AssertionResult quotientOk = equalsMpz(x.words, x.length, q.z);
+  ::testing::AssertionResult remainderOk = equalsMpz(remainder.words, remainder.length, r.z);
+  bool topsOk = (x.length == 0 || x.words[x.length - 1] != 0) &&
+                (remainder.length == 0 || remainder.words[remainder.length - 1] != 0);
+  bigIntDestroy(&remainder);
+  bigIntDestroy(&x);
+  if (!quotientOk) return quotientOk << " (quotient, level " << level << ")";
+  if (!remainderOk) return remainderOk << " (remainder, level " << level << ")";
+  if (!topsOk) return ::testing::AssertionFailure() << "zero top word, level " << level;
+  return ::testing::AssertionSuccess();
 }
 
 // The radix-10^9 words of `value`, zero-padded to `window`.
@@ -78,70 +88,123 @@ enum class Layer { Serial, Threads, Top };
 
 }  // namespace
 
+TEST(DivideAndModulus, RandomAndEdgeDividendsAtEveryLevelAgreeWithGmp) {
+  TestHeap arena(64 << 20);
+  BaseConversionTable table;
+  buildTable(&arena.heap, 3000, &table);
+  ASSERT_GE(table.levels, 7u);
+  Random random = testRandom();
+  for (int32_t level = 0; level < int32_t(table.levels); ++level) {
+    Number d, x, limit, k;
+    powerValue(table, level, d.z);
+    mpz_mul(limit.z, d.z, d.z);
+    uint64_t dWords = (mpz_sizeinbase(d.z, 2) + 31) / 32;
+    for (int round = 0; round < 6; ++round) {
+      // Dividends below D^2, of any length up to its length.
+      uint64_t n = random.between(1, 2 * dWords);
+      std::vector<uint32_t> words = operand(random, randomKind(random), n);
+      toMpz(x.z, words.data(), n);
+      mpz_mod(x.z, x.z, limit.z);
+      ASSERT_TRUE(dividesLikeGmp(&arena.heap, &table, level, x.z, round & 1));
+    }
+    // Zero, D - 1 (quotient 0), D, D + 1, D^2 - 1 (the largest dividend),
+    // and exact multiples k D with their neighbours.
+    std::vector<Number> edges(5);
+    mpz_sub_ui(edges[1].z, d.z, 1);
+    mpz_set(edges[2].z, d.z);
+    mpz_add_ui(edges[3].z, d.z, 1);
+    mpz_sub_ui(edges[4].z, limit.z, 1);
+    for (const Number& edge : edges) {
+      EXPECT_TRUE(dividesLikeGmp(&arena.heap, &table, level, edge.z, 0));
+    }
+    for (int i = 0; i < 3; ++i) {
+      std::vector<uint32_t> words = operand(random, Kind::Uniform, 1 + random.below(3));
+      toMpz(k.z, words.data(), words.size());
+      mpz_mul(x.z, k.z, d.z);
+      EXPECT_TRUE(dividesLikeGmp(&arena.heap, &table, level, x.z, 0));
+      mpz_sub_ui(x.z, x.z, 1);
+      EXPECT_TRUE(dividesLikeGmp(&arena.heap, &table, level, x.z, 0));
+    }
+  }
+  releaseBaseConversionTable(&table);
+}
+
+// A reciprocal that is 2^32 times too small leaves the quotient near zero:
+// the corrections run out. One 2^32 times too large overshoots: the add-back
+// runs out. Both end as algorithmic failures (a deliberate crash).
+TEST(DivideAndModulusDeathTest, AWrongReciprocalRunsOutOfCorrections) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  TestHeap arena(16 << 20);
+  BaseConversionTable table;
+  buildTable(&arena.heap, 200, &table);
+  Number d, x;
+  powerValue(table, 1, d.z);
+  mpz_mul(x.z, d.z, d.z);
+  mpz_sub_ui(x.z, x.z, 12345);
+  auto divideWith = [&](int64_t exponentChange) {
+    consoleToStandardError();
+    table.inverse[1].exponent += exponentChange;
+    BigInt y, remainder;
+    makeInteger(&arena.heap, x.z, &y);
+    divideAndModulus(&arena.heap, &y, &remainder, 1, &table, 0);
+  };
+  EXPECT_DEATH(divideWith(-1),
+               "Critical Algorithmic Failure: Divide and Modulus\n\nMore than 2 corrections "
+               "are needed.");
+  EXPECT_DEATH(divideWith(1),
+               "Critical Algorithmic Failure: Divide and Modulus\n\nMore than 1 add-back is "
+               "needed.");
+  // Untouched, the same division is right.
+  EXPECT_TRUE(dividesLikeGmp(&arena.heap, &table, 1, x.z, 0));
+  releaseBaseConversionTable(&table);
+}
+
 TEST(ConversionLeaf, SmallNumbersAgreeWithGmpAndStayInTheirWindow) {
   Random random = testRandom();
-  for (int round = 0; round < 300; ++round) {
+  for (int round = 0; round < 200; ++round) {
     uint64_t n = random.between(0, 20);
     std::vector<uint32_t> words = operand(random, randomKind(random), n == 0 ? 1 : n);
     if (n == 0) words.clear();
     Number value;
     toMpz(value.z, words.data(), words.size());
-    uint64_t needed = (mpz_sizeinbase(value.z, 10) + 8) / 9;
-    uint64_t window = needed + random.below(4);
+    // Windows from the digits' own length up; round 0 all ones into a window
+    // too short, which keeps the low digits and writes nothing beyond it.
+    uint64_t window = (mpz_sizeinbase(value.z, 10) + 8) / 9 + random.below(4);
+    if (round == 0) {
+      words.assign(4, 0xffffffffu);
+      toMpz(value.z, words.data(), 4);
+      window = 2;
+    }
     GuardedWords out(window);
     conversionLeaf(words.data(), words.size(), out.data(), window);
     ASSERT_TRUE(out.intact());
     std::vector<uint32_t> expected = expectedWords(value.z, window);
     ASSERT_TRUE(std::equal(expected.begin(), expected.end(), out.data())) << n << " words";
   }
-  // A window too short keeps the low digits and writes nothing beyond it.
-  uint32_t big[4] = {0xffffffffu, 0xffffffffu, 0xffffffffu, 0xffffffffu};
-  Number value;
-  toMpz(value.z, big, 4);
-  GuardedWords out(2);
-  conversionLeaf(big, 4, out.data(), 2);
-  ASSERT_TRUE(out.intact());
-  std::vector<uint32_t> expected = expectedWords(value.z, 2);
-  EXPECT_TRUE(std::equal(expected.begin(), expected.end(), out.data()));
 }
 
 // Y = k * D with D the power at the top level: the remainder's window must
-// come out zero, not left as it was.
-TEST(Deconstruct, ExactMultiplesOfAPowerClearTheRemainderWindow) {
+// come out zero, not left as it was; so must a zero Y's whole window. Numbers
+// much shorter than the table and their windows get their high words
+// cleared, with and without divisions on the way down.
+TEST(Deconstruct, ClearsZeroRemaindersAndTheWindowsOfShortNumbers) {
   TestHeap arena(32 << 20);
   BaseConversionTable table;
   buildTable(&arena.heap, 800, &table);
-  int32_t top = int32_t(table.levels) - 1;
-  uint64_t low = conversionLowWindow(&table, top);
+  const uint64_t low = conversionLowWindow(&table, int32_t(table.levels) - 1);
+  Random random = testRandom();
   Number d, value;
   mpz_ui_pow_ui(d.z, billion, low);
   for (Layer layer : {Layer::Serial, Layer::Threads, Layer::Top}) {
-    for (unsigned long k : {1ul, 7ul, 999999999ul}) {
+    for (unsigned long k : {0ul, 1ul, 7ul, 999999999ul}) {
       mpz_mul_ui(value.z, d.z, k);
       ASSERT_TRUE(layerConverts(&arena.heap, &table, layer, value.z, 2 * low))
           << "layer " << int(layer) << ", k = " << k;
     }
-    // Zero clears the whole window.
-    mpz_set_ui(value.z, 0);
-    ASSERT_TRUE(layerConverts(&arena.heap, &table, layer, value.z, 2 * low));
-  }
-  releaseBaseConversionTable(&table);
-}
-
-// Numbers much shorter than the table and their windows: the high words
-// are cleared, with and without divisions on the way down.
-TEST(Deconstruct, ShortNumbersInLongWindows) {
-  TestHeap arena(32 << 20);
-  BaseConversionTable table;
-  buildTable(&arena.heap, 800, &table);
-  uint64_t window = conversionLowWindow(&table, int32_t(table.levels) - 1) * 2;
-  Random random = testRandom();
-  for (Layer layer : {Layer::Serial, Layer::Threads, Layer::Top}) {
     for (uint64_t n : {1, 5, 17, 60, 300, 700}) {
       std::vector<uint32_t> words = operand(random, randomKind(random), n);
-      Number value;
       toMpz(value.z, words.data(), n);
-      ASSERT_TRUE(layerConverts(&arena.heap, &table, layer, value.z, window))
+      ASSERT_TRUE(layerConverts(&arena.heap, &table, layer, value.z, 2 * low))
           << "layer " << int(layer) << ", " << n << " words";
     }
   }
@@ -159,11 +222,11 @@ TEST(Deconstruct, TopLevelsAndTheThreadExponentHandedDown) {
   // limit of 26114); two halvings more give 244944 (2 levels), six more
   // 15327 (3 levels).
   EXPECT_EQ(2 * std::max(hybridSquareThreshold, hybridMultiplyThreshold), 26114u);
-  EXPECT_EQ(conversionTopLevels(8, 20, 0, &down), 2u);
-  EXPECT_EQ(conversionTopLevels(8, 20, 1, &down), 2u);
-  EXPECT_EQ(down, 2u);
-  EXPECT_EQ(conversionTopLevels(8, 20, 4, &down), 3u);
-  EXPECT_EQ(down, 6u);
-  EXPECT_EQ(conversionTopLevels(8, 20, 2, &down), 2u);
-  EXPECT_EQ(down, 4u);
+  const uint32_t cases[][3] = {{0, 2, 0}, {1, 2, 2}, {4, 3, 6}, {2, 2, 4}};
+  for (auto [threads, levels, handed] : cases) {
+    EXPECT_EQ(conversionTopLevels(8, 20, threads, &down), levels) << threads;
+    if (threads != 0) {
+      EXPECT_EQ(down, handed) << threads;
+    }
+  }
 }

@@ -47,7 +47,9 @@ std::string layoutThrough(const DigitSource& source, uint64_t count, uint64_t he
   uint64_t written = writeDigitLayout(&stream, &source, count, label);
   digitStreamClose(&stream);
   if (console != nullptr) consoleCaptureTo(nullptr);
-  if (source.length != 0) EXPECT_EQ(written, count);
+  if (source.length != 0) {
+    EXPECT_EQ(written, count);
+  }
   if (heapBytes != 0) {
     EXPECT_EQ(heap.activeBlocks, 0u);
     heapDestroy(&heap);
@@ -57,48 +59,38 @@ std::string layoutThrough(const DigitSource& source, uint64_t count, uint64_t he
 
 }  // namespace
 
-// ---- Names -------------------------------------------------------------------------
-
 TEST(DigitFileNames, FromTheRunsRecord) {
   Settings settings;
   EXPECT_EQ(settings.name(10, 0), "Pi - Dec - Chudnovsky.txt");
-  EXPECT_EQ(settings.name(16, 0), "Pi - Hex - Chudnovsky.txt");
-  // A path gets one slash; one that ends in either slash gets none.
-  for (const char* path : {"/tmp/out", "/tmp/out/", "C:\\out\\"}) {
-    settings.s.outputPath = strdup(path);
-    std::string name = settings.name(10, 0);
-    std::string expected = std::string(path) + (path[strlen(path) - 1] == 't' ? "/" : "") +
-                           "Pi - Dec - Chudnovsky.txt";
-    EXPECT_EQ(name, expected);
+  // A path gets one slash; one that ends in either slash gets none; a long
+  // one grows the name.
+  const std::string longPath(300, 'a');
+  const std::pair<std::string, std::string> paths[] = {
+      {"/tmp/out", "/tmp/out/"}, {"/tmp/out/", "/tmp/out/"}, {"C:\\out\\", "C:\\out\\"},
+      {longPath, longPath + "/"}};
+  for (const auto& [path, prefix] : paths) {
+    settings.s.outputPath = strdup(path.c_str());
+    EXPECT_EQ(settings.name(16, 0), prefix + "Pi - Hex - Chudnovsky.txt");
     free(settings.s.outputPath);
     settings.s.outputPath = nullptr;
   }
   // Compressed output: the same name without the extension.
+  const auto perFile = settings.s.digitsPerFile;
   settings.s.digitsPerFile = -1;
   EXPECT_EQ(settings.name(16, 0), "Pi - Hex - Chudnovsky");
-}
-
-TEST(DigitFileNames, SqrtCarriesNAndVerifyRunsTakeLabels) {
-  Settings settings;
+  settings.s.digitsPerFile = perFile;
+  // Sqrt(n) carries n; compute-and-verify runs take labels instead of a word.
   settings.s.constantParameter = 4294967291u;
   selectConstant(nullptr, &settings.s, constantSqrtN);
   EXPECT_EQ(settings.name(10, 0), "Sqrt(4294967291) - Dec - Newton.txt");
   selectConstant(nullptr, &settings.s, constantGoldenRatio);
   EXPECT_EQ(settings.name(16, 0), "Golden Ratio - Hex - Newton.txt");
-  // e by compute-and-verify has no file word of its own.
   selectConstant(nullptr, &settings.s, constantE);
   settings.s.algorithm = 2;
   EXPECT_EQ(settings.name(16, 0), "e - Hex - Computation.txt");
   EXPECT_EQ(settings.name(10, 1), "e - Dec - Verification.txt");
   settings.s.algorithm = 1;
   EXPECT_EQ(settings.name(10, 1), "e - Dec - exp(-1).txt");
-}
-
-TEST(DigitFileNames, LongPathsGrowTheName) {
-  Settings settings;
-  std::string path(300, 'a');
-  settings.s.outputPath = strdup(path.c_str());
-  EXPECT_EQ(settings.name(10, 0), path + "/Pi - Dec - Chudnovsky.txt");
 }
 
 TEST(IntegerDigits, OfTheTopWord) {
@@ -109,8 +101,6 @@ TEST(IntegerDigits, OfTheTopWord) {
       {0, 0}, {1, 1}, {9, 1}, {10, 2}, {65535, 5}, {999999999, 9}, {4294967295u, 10}};
   for (auto [word, digits] : decimal) EXPECT_EQ(decimalIntegerDigits(word), digits) << word;
 }
-
-// ---- Layout ------------------------------------------------------------------------
 
 TEST(DigitLayout, EveryFormAgainstTheExactDigits) {
   testbridge::Random random = testbridge::testRandom();
@@ -175,8 +165,6 @@ TEST(DigitLayout, ProgressLinesAndTheirTotal) {
   layoutThrough({words, 2, 1, 16}, 100, 0, nullptr, &console);
   EXPECT_EQ(console, "");
 }
-
-// ---- Stream ------------------------------------------------------------------------
 
 TEST(DigitStream, BufferFromTheFreeSpaceAndTheMarkPutBack) {
   TempFolder folder;

@@ -1,8 +1,8 @@
-// A run of a root constant's entry as the driver sets it up: a record from
-// the defaults with the constant and digits chosen, an arena of the
-// estimate plus one MiB, the transform tables, an output folder from mkdtemp
-// (and, for Basic Swap, two swap folders). The digits expected in the files
-// come from MPFR.
+// A run of a constant's entry as the driver sets it up: a record from the
+// defaults with the constant, algorithm, digits, threads and mode chosen, an
+// arena of the caller's estimate plus one MiB (or a given size), the
+// transform tables, an output folder and, for Basic Swap, two swap folders,
+// all from mkdtemp. The digits expected in the files come from MPFR.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -18,14 +18,13 @@
 
 #include "arith/fft_tables.h"
 #include "constants/compute_settings.h"
-#include "constants/roots.h"
+#include "digits/digit_writer.h"
 #include "memory/heap.h"
 #include "memory/raidfile.h"
 #include "platform/console.h"
 #include "platform/threads.h"
-#include "shell/estimate.h"
 
-namespace root_test {
+namespace constant_test {
 
 inline std::string makeFolder(const char* stem) {
   std::string pattern = std::string("/tmp/") + stem + "_XXXXXX";
@@ -40,30 +39,27 @@ inline std::string readFile(const std::string& path) {
   return text.str();
 }
 
-// The value's text as the writers lay it out: its integer digits, ".", and
+// The value's text as the writers lay it out: its integer digits, "." and
 // exactly `digits` digits after the point, truncated, in base 10 or 16.
-// `n` 0 asks for the Golden Ratio.
-inline std::string mpfrRootText(uint32_t n, uint64_t digits, int base) {
-  mpfr_prec_t bits = mpfr_prec_t(double(digits) * std::log2(double(base))) + 128;
+// `set` puts the value (of parameter n) into x, rounded toward zero.
+inline std::string mpfrText(void (*set)(mpfr_t x, uint32_t n), uint32_t n, uint64_t digits,
+                            int base) {
   mpfr_t x;
-  mpfr_init2(x, bits);
-  if (n == 0) {
-    mpfr_sqrt_ui(x, 5, MPFR_RNDZ);
-    mpfr_add_ui(x, x, 1, MPFR_RNDZ);
-    mpfr_div_2ui(x, x, 1, MPFR_RNDZ);
-  } else {
-    mpfr_sqrt_ui(x, n, MPFR_RNDZ);
-  }
+  mpfr_init2(x, mpfr_prec_t(double(digits) * std::log2(double(base))) + 128);
+  set(x, n);
   mpfr_exp_t point = 0;
-  // Ten digits more than needed, truncated; then cut at the wanted length.
   char* text = mpfr_get_str(nullptr, &point, base, size_t(digits) + 20, x, MPFR_RNDZ);
   std::string all(text);
   mpfr_free_str(text);
   mpfr_clear(x);
+  mpfr_free_cache();
   return all.substr(0, size_t(point)) + "." + all.substr(size_t(point), size_t(digits));
 }
 
-struct RootRun {
+using Estimate = uint64_t (*)(const ComputeSettings* settings);
+using Entry = double (*)(ComputeSettings* settings);
+
+struct ConstantRun {
   std::string folder;
   std::string swapFolders[2];
   char* swapTexts[2] = {nullptr, nullptr};
@@ -73,38 +69,36 @@ struct RootRun {
   std::string console;
   uint32_t savedThreadPower;
 
-  // constantId 0 (Sqrt(n), with n) or 1; mode 1 Ram Only or 2 Basic Swap.
-  // The arena has the estimate plus one MiB, or `arenaBytes` when given.
-  RootRun(uint32_t constantId, uint32_t n, uint64_t decimalDigits, uint32_t threadPower,
-          uint32_t mode, uint64_t arenaBytes = 0) {
-    folder = makeFolder("roots_out");
+  // `estimate` gives memoryNeeded from the finished record; the arena is
+  // that plus one MiB, or `arenaBytes` when given.
+  ConstantRun(uint32_t constantId, uint32_t algorithm, uint32_t n, uint64_t decimalDigits,
+              uint32_t threadPower, uint32_t mode, Estimate estimate, uint64_t arenaBytes = 0) {
+    folder = makeFolder("constant_out");
     fillDefaultComputeSettings(nullptr, &settings);
     settings.constantParameter = n;
     selectConstant(nullptr, &settings, constantId);
+    settings.algorithm = algorithm;
     buildFileStems(nullptr, &settings);
     setDecimalDigits(&settings, decimalDigits);
     settings.threadPower = threadPower;
     settings.computeMode = mode;
     settings.outputPath = strdup((folder + "/").c_str());
-    settings.memoryNeeded = mode == computeModeRamOnly
-                                ? estimateRoot(settings.wordCount, threadPower)
-                                : estimateRootSwap(settings.wordCount, threadPower);
+    settings.memoryNeeded = estimate(&settings);
     heapInit(nullptr, &heap, arenaBytes != 0 ? arenaBytes : settings.memoryNeeded + 1048576);
     settings.heap = &heap;
     savedThreadPower = globalThreadPower;
     globalThreadPower = threadPower;
     if (mode == computeModeBasicSwap) {
       for (int i = 0; i < 2; i++) {
-        swapFolders[i] = makeFolder("roots_swap");
+        swapFolders[i] = makeFolder("constant_swap");
         swapTexts[i] = swapFolders[i].data();
       }
-      swapList.count = 2;
-      swapList.paths = swapTexts;
+      swapList = {2, swapTexts};
       globalSwapPaths = &swapList;
     }
   }
 
-  ~RootRun() {
+  ~ConstantRun() {
     globalThreadPower = savedThreadPower;
     globalSwapPaths = nullptr;
     settings.heap = nullptr;
@@ -119,18 +113,11 @@ struct RootRun {
     }
   }
 
-  // Runs the entry of the record's constant and mode with the console
-  // captured; returns its computation time.
-  double run() {
+  // Runs the entry with the console captured; returns its computation time.
+  double run(Entry entry) {
     buildFftTables(settings.wordCount + 100);
     consoleCaptureTo(&console);
-    const bool swapped = settings.computeMode == computeModeBasicSwap;
-    double seconds;
-    if (settings.constantId == constantGoldenRatio) {
-      seconds = swapped ? computeGoldenRatioSwapped(&settings) : computeGoldenRatio(&settings);
-    } else {
-      seconds = swapped ? computeSqrtNSwapped(&settings) : computeSqrtN(&settings);
-    }
+    const double seconds = entry(&settings);
     consoleCaptureTo(nullptr);
     releaseFftTables();
     return seconds;
@@ -138,14 +125,12 @@ struct RootRun {
 
   uint64_t peakBytes() const { return uint64_t(heap.peakUsed - heap.base); }
 
-  std::string fileName(const char* radixWord) const {
-    std::string name = settings.constantId == constantGoldenRatio
-                           ? std::string("Golden Ratio")
-                           : "Sqrt(" + std::to_string(settings.constantParameter) + ")";
-    return folder + "/" + name + radixWord + "Newton.txt";
+  std::string text(uint32_t radix, uint32_t label = 0) const {
+    char* name = digitFileName(&settings, radix, label);
+    std::string path(name);
+    free(name);
+    return readFile(path);
   }
-  std::string hexText() const { return readFile(fileName(" - Hex - ")); }
-  std::string decimalText() const { return readFile(fileName(" - Dec - ")); }
 };
 
-}  // namespace root_test
+}  // namespace constant_test
