@@ -164,31 +164,12 @@ const std::string softwareVerdict =
     "\nThird Attempt Succeeded with different parameters.\n"
     "Most likely a software error... Please report this bug.\nContinuing...\n\n";
 
-TEST_F(FrontEnds, FirstFailureIsRetriedWithTheSameNumbers) {
-  OperandSource source = testOperands(23);
-  BigInt a, b, out;
-  makeBigInt(&heap, &a, source.anyWords(70));
-  makeBigInt(&heap, &b, source.anyWords(40));
-  multiplyInjectFaults(1);
-  bigIntSquare(&heap, &a, &out, 3, 0, 0);
-  EXPECT_EQ(output, firstFailure + hardwareVerdict);
-  EXPECT_EQ(errorCount, 1u);
-  checkProduct(a, a, out, 3);
-  bigIntDestroy(&out);
-  EXPECT_EQ(heap.activeBlocks, 2u) << "the failed product array went back";
-  output.clear();
-  bigIntMultiply(&heap, &b, &a, &out, 0, 0, 0);
-  EXPECT_EQ(output, firstFailure + hardwareVerdict);
-  EXPECT_EQ(errorCount, 2u);
-  checkProduct(a, b, out, 0);
-  for (BigInt* x : {&out, &a, &b}) bigIntDestroy(x);
-}
-
-// The third attempt works on doubled operands and divides by 4. Operands
-// cover an odd low word, a top bit that makes the doubled number longer, an
-// array without slack (the doubling takes a new one) and a chop; a square,
-// a product, and one record as both operands (doubled once: (2a)(2a) / 4).
-TEST_F(FrontEnds, SecondFailureRunsOnDoubledNumbers) {
+// Injected failures of the first attempt (retried with the same numbers) and
+// of the first two (the third works on doubled operands and divides by 4).
+// Operands cover an odd low word, a top bit that makes the doubled number
+// longer, an array without slack (the doubling takes a new one) and a chop;
+// a square, a product, and one record as both operands ((2a)(2a) / 4).
+TEST_F(FrontEnds, FailedAttemptsAreRetried) {
   OperandSource source = testOperands(24);
   struct Case {
     std::vector<uint32_t> words;
@@ -198,28 +179,33 @@ TEST_F(FrontEnds, SecondFailureRunsOnDoubledNumbers) {
                              {{3, 0x80000000u}, 2, 0},
                              {source.words(60, testbridge::Kind::AllOnes), 0, 0},
                              {source.words(60, testbridge::Kind::Uniform), 2, 17},
-                             {source.words(9, testbridge::Kind::LoneTop), 1, 4}};
+                             {source.words(9, testbridge::Kind::LoneTop), 1, 4},
+                             {source.words(70, testbridge::Kind::Uniform), 2, 3}};
   cases[3].words[0] |= 1;
   for (const Case& c : cases) {
-    SCOPED_TRACE(testing::Message() << "length " << c.words.size() << " chop " << c.chop);
-    BigInt a, b, out;
-    makeBigInt(&heap, &a, c.words, c.extra);
-    makeBigInt(&heap, &b, source.anyWords(c.words.size() + 5), 0);
-    errorCount = 0;
-    for (BigInt* other : {(BigInt*)nullptr, &b, &a}) {
-      output.clear();
-      multiplyInjectFaults(3);
-      if (other == nullptr) bigIntSquare(&heap, &a, &out, c.chop, 0, 0);
-      else bigIntMultiply(&heap, &a, other, &out, c.chop, 0, 0);
-      EXPECT_EQ(output, firstFailure + secondFailure + softwareVerdict);
-      EXPECT_EQ(bigIntWords(a), c.words) << "the operand is restored";
-      EXPECT_EQ(b.length, c.words.size() + 5);
-      checkProduct(a, other ? *other : a, out, c.chop, true);
-      bigIntDestroy(&out);
+    for (uint32_t faults : {1u, 3u}) {
+      SCOPED_TRACE(testing::Message() << "length " << c.words.size() << " chop " << c.chop
+                                      << " faults " << faults);
+      BigInt a, b, out;
+      makeBigInt(&heap, &a, c.words, c.extra);
+      makeBigInt(&heap, &b, source.anyWords(c.words.size() + 5), 0);
+      for (BigInt* other : {(BigInt*)nullptr, &b, &a}) {
+        output.clear();
+        errorCount = 0;
+        multiplyInjectFaults(faults);
+        if (other == nullptr) bigIntSquare(&heap, &a, &out, c.chop, 0, 0);
+        else bigIntMultiply(&heap, &a, other, &out, c.chop, 0, 0);
+        EXPECT_EQ(output, faults == 1 ? firstFailure + hardwareVerdict
+                                      : firstFailure + secondFailure + softwareVerdict);
+        EXPECT_EQ(errorCount, faults == 1 ? 1u : 2u);
+        EXPECT_EQ(bigIntWords(a), c.words) << "the operand is restored";
+        EXPECT_EQ(b.length, c.words.size() + 5);
+        checkProduct(a, other ? *other : a, out, c.chop, faults == 3);
+        bigIntDestroy(&out);
+        EXPECT_EQ(heap.activeBlocks, 2u) << "the failed product array went back";
+      }
+      for (BigInt* v : {&a, &b}) bigIntDestroy(v);
     }
-    EXPECT_EQ(errorCount, 6u);
-    bigIntDestroy(&a);
-    bigIntDestroy(&b);
   }
 }
 
@@ -278,8 +264,7 @@ TEST_F(FrontEnds, FatalRetryBranches) {
         },
         ::testing::ExitedWithCode(1), c.message);
   }
-  bigIntDestroy(&a);
-  bigIntDestroy(&b);
+  for (BigInt* v : {&a, &b}) bigIntDestroy(v);
 }
 
 TEST_F(FrontEnds, MultiplyWordArrays) {
@@ -376,8 +361,7 @@ TEST_F(FrontEnds, FloatWrappersTreatZeroOperandsDifferently) {
   bigFloatMultiplyInPlace(&heap, &x, &y, 2, 0);
   EXPECT_EQ(x.exponent, -6 + 3 + 5);
   EXPECT_EQ(x.positive, 0u);
-  bigFloatDestroy(&x);
-  bigFloatDestroy(&y);
+  for (BigFloat* f : {&x, &y}) bigFloatDestroy(f);
 }
 
 }  // namespace
