@@ -58,6 +58,13 @@ std::string screenOf(const ComputeSettings& s) {
   return capture.text;
 }
 
+// Everything `menu` prints for the scripted `input`.
+std::string run(void (*menu)(ComputeSettings*), ComputeSettings* s, const std::string& input) {
+  Capture capture(input.c_str());
+  menu(s);
+  return capture.text;
+}
+
 bool contains(const std::string& text, const std::string& piece) {
   return text.find(piece) != std::string::npos;
 }
@@ -137,61 +144,48 @@ TEST(SettingsScreen, EulerSeriesSizeAndEmptyConstant) {
 
 TEST(CustomMenu, NineOnlyInASwapModeAndEveryRoundReEstimates) {
   Settings settings;
-  {
-    // Ram Only: 9 is refused silently, 0 starts.
-    Capture capture("9\n0\n");
-    customComputeMenu(&settings.s);
-    EXPECT_TRUE(contains(capture.text, "  0     Start Computation!\n\n\noption: option: \n"))
-        << capture.text;
-    EXPECT_FALSE(contains(capture.text, "Enter the # of disks"));
-  }
-  {
-    // Basic Swap: 9 opens the disks menu, 10 is refused.
-    settings.s.computeMode = computeModeBasicSwap;
-    Capture capture("10\n9\n0\n0\n");
-    customComputeMenu(&settings.s);
-    EXPECT_TRUE(contains(capture.text, "option: option: \nEnter the # of disks you wish to use:"));
-    EXPECT_EQ(countOccurrences(capture.text, "Custom Compute a Constant\n"), 2u);
-  }
+  // Ram Only: 9 is refused silently, 0 starts.
+  std::string out = run(customComputeMenu, &settings.s, "9\n0\n");
+  EXPECT_TRUE(contains(out, "  0     Start Computation!\n\n\noption: option: \n")) << out;
+  EXPECT_FALSE(contains(out, "Enter the # of disks"));
+  // Basic Swap: 9 opens the disks menu, 10 is refused.
+  settings.s.computeMode = computeModeBasicSwap;
+  out = run(customComputeMenu, &settings.s, "10\n9\n0\n0\n");
+  EXPECT_TRUE(contains(out, "option: option: \nEnter the # of disks you wish to use:"));
+  EXPECT_EQ(countOccurrences(out, "Custom Compute a Constant\n"), 2u);
   // A record edited behind the loop's back is corrected before it is shown.
   settings.s.computeMode = computeModeRamOnly;
   settings.s.memoryNeeded = 1;
   settings.s.digitsPerFile = -1;  // below the compression floor after 3
-  Capture capture("3\n100000\n0\n");
-  customComputeMenu(&settings.s);
+  out = run(customComputeMenu, &settings.s, "3\n100000\n0\n");
   expectEstimated(settings.s);
   EXPECT_EQ(settings.s.digitsPerFile, 0);
-  size_t last = capture.text.rfind("Memory Needed:       ");
+  size_t last = out.rfind("Memory Needed:       ");
   ASSERT_NE(last, std::string::npos);
-  EXPECT_EQ(capture.text.substr(last + 21).rfind(formatBytes(settings.s.memoryNeeded + 1048576), 0),
+  EXPECT_EQ(out.substr(last + 21).rfind(formatBytes(settings.s.memoryNeeded + 1048576), 0),
             0u);
 }
 
 TEST(ConstantMenu, ListingAndEveryId) {
   Settings settings;
-  {
-    Capture capture("11\n8\n");
-    menuConstant(&settings.s);
-    EXPECT_EQ(capture.text,
-              "Compute a Constant: (in ascending order of difficulty to compute)\n\n"
-              "  0         Sqrt(n)\n"
-              "  1         Golden Ratio                = 1.618034...\n\n"
-              "  2         e                           = 2.718281...\n"
-              "  3         Pi                          = 3.141592...\n"
-              "  4         Log(2)                      = 0.693147...\n"
-              "  5         Log(10)                     = 2.302585...\n"
-              "  8         Zeta(3) (Apery's Constant)  = 1.202056...\n\n"
-              "  9         Catalan's Constant          = 0.915965...\n"
-              " 10         Euler-Mascheroni Constant   = 0.577215...\n\n"
-              "Enter your choice:\n"
-              "option: option: \n");
-  }
+  std::string out = run(menuConstant, &settings.s, "11\n8\n");
+  EXPECT_EQ(out,
+            "Compute a Constant: (in ascending order of difficulty to compute)\n\n"
+            "  0         Sqrt(n)\n"
+            "  1         Golden Ratio                = 1.618034...\n\n"
+            "  2         e                           = 2.718281...\n"
+            "  3         Pi                          = 3.141592...\n"
+            "  4         Log(2)                      = 0.693147...\n"
+            "  5         Log(10)                     = 2.302585...\n"
+            "  8         Zeta(3) (Apery's Constant)  = 1.202056...\n\n"
+            "  9         Catalan's Constant          = 0.915965...\n"
+            " 10         Euler-Mascheroni Constant   = 0.577215...\n\n"
+            "Enter your choice:\n"
+            "option: option: \n");
   for (uint32_t id = 1; id <= 10; id++) {
     SCOPED_TRACE(id);
     settings.s.algorithm = 1;
-    std::string input = std::to_string(id) + "\n";
-    Capture capture(input.c_str());
-    menuConstant(&settings.s);
+    run(menuConstant, &settings.s, std::to_string(id) + "\n");
     EXPECT_EQ(settings.s.constantId, id);
     EXPECT_EQ(settings.s.algorithm, 0u);
     expectEstimated(settings.s);
@@ -201,128 +195,99 @@ TEST(ConstantMenu, ListingAndEveryId) {
 
 TEST(ConstantMenu, SquareRootRefusesPerfectSquaresAndOne) {
   Settings settings;
-  {
-    // 1 is out of range (asked again silently); 4, 9 and 65535^2 are squares.
-    Capture capture("0\n1\n4\n9\n4294836225\n2\n");
-    menuConstant(&settings.s);
-    EXPECT_EQ(countOccurrences(capture.text,
-                               "This number is a perfect square.\n"
-                               "Please choose something more interesting :)\n\n"),
-              3u);
-    EXPECT_TRUE(contains(capture.text, "option: \nSquare Root of n\n\nn = n = \n"
-                                       "This number is a perfect square.\n"))
-        << capture.text;
-    EXPECT_EQ(settings.s.constantId, constantSqrtN);
-    EXPECT_EQ(settings.s.constantParameter, 2u);
-    EXPECT_STREQ(settings.s.displayName, "Sqrt(2)");
-    EXPECT_STREQ(settings.s.decimalFileStem, "Sqrt(2) - Dec - Newton");
-    expectEstimated(settings.s);
-  }
+  // 1 is out of range (asked again silently); 4, 9 and 65535^2 are squares.
+  std::string out = run(menuConstant, &settings.s, "0\n1\n4\n9\n4294836225\n2\n");
+  EXPECT_EQ(countOccurrences(out,
+                             "This number is a perfect square.\n"
+                             "Please choose something more interesting :)\n\n"),
+            3u);
+  EXPECT_TRUE(contains(out, "option: \nSquare Root of n\n\nn = n = \n"
+                                     "This number is a perfect square.\n"))
+      << out;
+  EXPECT_EQ(settings.s.constantId, constantSqrtN);
+  EXPECT_EQ(settings.s.constantParameter, 2u);
+  EXPECT_STREQ(settings.s.displayName, "Sqrt(2)");
+  EXPECT_STREQ(settings.s.decimalFileStem, "Sqrt(2) - Dec - Newton");
+  expectEstimated(settings.s);
   for (uint32_t n : {3u, 4294836224u, 4294836226u, 4294967295u}) {
-    std::string input = "0\n" + std::to_string(n) + "\n";
-    Capture capture(input.c_str());
-    menuConstant(&settings.s);
+    out = run(menuConstant, &settings.s, "0\n" + std::to_string(n) + "\n");
     EXPECT_EQ(settings.s.constantParameter, n);
-    EXPECT_FALSE(contains(capture.text, "perfect square")) << n;
+    EXPECT_FALSE(contains(out, "perfect square")) << n;
   }
   // Squares of 16-bit roots are refused (sampled); 2^32 is out of range.
   for (uint32_t r = 2; r < 65536; r += 4999) {
-    std::string input = "0\n4294967296\n" + std::to_string(r * r) + "\n7\n";
-    Capture capture(input.c_str());
-    menuConstant(&settings.s);
+    out = run(menuConstant, &settings.s, "0\n4294967296\n" + std::to_string(r * r) + "\n7\n");
     EXPECT_EQ(settings.s.constantParameter, 7u) << r;
-    EXPECT_EQ(countOccurrences(capture.text, "This number is a perfect square."), 1u) << r;
+    EXPECT_EQ(countOccurrences(out, "This number is a perfect square."), 1u) << r;
   }
 }
 
 TEST(AlgorithmMenu, LinesRangeAndStems) {
   Settings settings;
   selectConstant(nullptr, &settings.s, constantLog2);
-  {
-    // Each line is the number, five blanks and the constant's menu text.
-    Capture capture("0\n4\n3\n");
-    menuAlgorithm(&settings.s);
-    EXPECT_EQ(capture.text, std::string("Select an Algorithm:\n\n1     ") +
-                                settings.s.algorithmMenuLines[0] + "\n2     " +
-                                settings.s.algorithmMenuLines[1] + "\n3     " +
-                                settings.s.algorithmMenuLines[2] +
-                                "\n\nEnter your choice:\noption: option: option: \n");
-    EXPECT_TRUE(contains(capture.text, "3     Compute and Verify using: Log(2) =\n\n"));
-    EXPECT_EQ(settings.s.algorithm, 2u);
-    EXPECT_STREQ(settings.s.decimalFileStem, "Log(2) - Dec - ");
-    expectEstimated(settings.s);
-  }
-  {
-    // Pi has two algorithms: 3 is refused.
-    selectConstant(nullptr, &settings.s, constantPi);
-    Capture capture("3\n2\n");
-    menuAlgorithm(&settings.s);
-    EXPECT_EQ(settings.s.algorithm, 1u);
-    EXPECT_TRUE(contains(capture.text, "2     Ramanujan's Formula     (~40% slower)\n"));
-    EXPECT_TRUE(contains(capture.text, "option: option: \n"));
-  }
+  // Each line is the number, five blanks and the constant's menu text.
+  std::string out = run(menuAlgorithm, &settings.s, "0\n4\n3\n");
+  EXPECT_EQ(out, std::string("Select an Algorithm:\n\n1     ") +
+                              settings.s.algorithmMenuLines[0] + "\n2     " +
+                              settings.s.algorithmMenuLines[1] + "\n3     " +
+                              settings.s.algorithmMenuLines[2] +
+                              "\n\nEnter your choice:\noption: option: option: \n");
+  EXPECT_TRUE(contains(out, "3     Compute and Verify using: Log(2) =\n\n"));
+  EXPECT_EQ(settings.s.algorithm, 2u);
+  EXPECT_STREQ(settings.s.decimalFileStem, "Log(2) - Dec - ");
+  expectEstimated(settings.s);
+  // Pi has two algorithms: 3 is refused.
+  selectConstant(nullptr, &settings.s, constantPi);
+  out = run(menuAlgorithm, &settings.s, "3\n2\n");
+  EXPECT_EQ(settings.s.algorithm, 1u);
+  EXPECT_TRUE(contains(out, "2     Ramanujan's Formula     (~40% slower)\n"));
+  EXPECT_TRUE(contains(out, "option: option: \n"));
   // An empty constant offers nothing and reads nothing.
   selectConstant(nullptr, &settings.s, 7);
-  Capture capture("");
-  menuAlgorithm(&settings.s);
-  EXPECT_EQ(capture.text, "Select an Algorithm:\n\n");
+  EXPECT_EQ(run(menuAlgorithm, &settings.s, ""), "Select an Algorithm:\n\n");
 }
 
 TEST(DigitMenus, DecimalRangeRulesAndTheLimit) {
   Settings settings;
   ComputeSettings& s = settings.s;
-  {
-    // 27 digits (4 words) and the limit + 1 are refused; 28 (5 words) is not.
-    std::string input = "27\nabc\n" + std::to_string(s.digitLimit + 1) + "\n28\n";
-    Capture capture(input.c_str());
-    menuDecimalDigits(&s);
-    EXPECT_EQ(capture.text,
-              "Select the # of decimal digits to compute:\n\n"
-              "Digits: Error: # of digits is out of range\n"
-              "Digits: Digits: Error: # of digits is out of range\n"
-              "Digits: \n");
-    EXPECT_EQ(s.decimalDigits, 28u);
-    EXPECT_EQ(s.hexDigits, 24u);
-    EXPECT_EQ(s.wordCount, 5u);
-    expectEstimated(s);
-  }
+  // 27 digits (4 words) and the limit + 1 are refused; 28 (5 words) is not.
+  EXPECT_EQ(run(menuDecimalDigits, &s, "27\nabc\n" + std::to_string(s.digitLimit + 1) + "\n28\n"),
+            "Select the # of decimal digits to compute:\n\n"
+            "Digits: Error: # of digits is out of range\n"
+            "Digits: Digits: Error: # of digits is out of range\n"
+            "Digits: \n");
+  EXPECT_EQ(s.decimalDigits, 28u);
+  EXPECT_EQ(s.hexDigits, 24u);
+  EXPECT_EQ(s.wordCount, 5u);
+  expectEstimated(s);
   // The limit itself is accepted and keeps a swap mode.
   s.computeMode = computeModeBasicSwap;
-  std::string input = std::to_string(s.digitLimit) + "\n";
-  Capture capture(input.c_str());
-  menuDecimalDigits(&s);
+  std::string out = run(menuDecimalDigits, &s, std::to_string(s.digitLimit) + "\n");
   EXPECT_EQ(s.decimalDigits, largestRunDecimalDigits);
   EXPECT_EQ(s.wordCount, largestRunWords);
   EXPECT_EQ(s.computeMode, computeModeBasicSwap);
-  EXPECT_FALSE(contains(capture.text, "Advanced Swap"));
+  EXPECT_FALSE(contains(out, "Advanced Swap"));
   expectEstimated(s);
 }
 
 TEST(DigitMenus, HexadecimalRangeRules) {
   Settings settings;
   ComputeSettings& s = settings.s;
-  {
-    // No lower limit on this path.
-    Capture capture("0\n");
-    menuHexDigits(&s);
-    EXPECT_EQ(capture.text, "Select the # of hexadecimal digits to compute:\n\nDigits: \n");
-    EXPECT_EQ(s.hexDigits, 0u);
-    EXPECT_EQ(s.decimalDigits, 0u);
-    EXPECT_EQ(s.wordCount, 2u);
-    expectEstimated(s);
-  }
-  {
-    // The largest count within the digit limit, after three over it.
-    Capture capture("79999999999192\n18446744073709551615\n96329598611500\n79999999999191\n");
-    menuHexDigits(&s);
-    EXPECT_EQ(countOccurrences(capture.text, "Digits: Error: Digit Limit Exceeded\n"), 3u);
-    EXPECT_EQ(s.hexDigits, 79999999999191u);
-    EXPECT_EQ(s.decimalDigits, s.digitLimit);
-    EXPECT_EQ(s.wordCount, 79999999999191u / 8 + 2);
-    expectEstimated(s);
-  }
-  Capture capture("1048577\n");
-  menuHexDigits(&s);
+  // No lower limit on this path.
+  std::string out = run(menuHexDigits, &s, "0\n");
+  EXPECT_EQ(out, "Select the # of hexadecimal digits to compute:\n\nDigits: \n");
+  EXPECT_EQ(s.hexDigits, 0u);
+  EXPECT_EQ(s.decimalDigits, 0u);
+  EXPECT_EQ(s.wordCount, 2u);
+  expectEstimated(s);
+  // The largest count within the digit limit, after three over it.
+  out = run(menuHexDigits, &s, "79999999999192\n18446744073709551615\n96329598611500\n79999999999191\n");
+  EXPECT_EQ(countOccurrences(out, "Digits: Error: Digit Limit Exceeded\n"), 3u);
+  EXPECT_EQ(s.hexDigits, 79999999999191u);
+  EXPECT_EQ(s.decimalDigits, s.digitLimit);
+  EXPECT_EQ(s.wordCount, 79999999999191u / 8 + 2);
+  expectEstimated(s);
+  run(menuHexDigits, &s, "1048577\n");
   EXPECT_EQ(s.hexDigits, 1048577u);
   EXPECT_EQ(s.decimalDigits, 1262612u);  // floor(1048577 * log(16) / log(10))
   EXPECT_EQ(s.wordCount, 131074u);
@@ -347,7 +312,7 @@ TEST(DigitMenus, AdvancedSwapRefusalRestoresTheOldRecord) {
   setHexDigits(&s, (advancedSwapWords - 2) * 8);
   ASSERT_EQ(s.wordCount, advancedSwapWords);
   {
-    Capture capture("");
+    Capture capture("");  // silent
     EXPECT_FALSE(refuseAdvancedSwap(&s, before.decimalDigits, before.computeMode));
     EXPECT_EQ(capture.text, "");
   }
@@ -388,16 +353,14 @@ TEST(ThreadsMenu, TextRangeAndEstimate) {
   Settings settings(0);
   ComputeSettings& s = settings.s;
   uint64_t oneThread = s.memoryNeeded;
-  Capture capture("9\n3\n");
-  menuThreads(&s);
-  EXPECT_EQ(capture.text.rfind("Select a threading mode: \n\n k      Threads\n\n"
-                               " 0            1  (no multi-threading)\n",
-                               0),
+  std::string out = run(menuThreads, &s, "9\n3\n");
+  EXPECT_EQ(out.rfind("Select a threading mode: \n\n k      Threads\n\n"
+                      " 0            1  (no multi-threading)\n",
+                      0),
             0u);
-  EXPECT_TRUE(contains(capture.text,
-                       "Otherwise, numbrella will end up using more cores than what you "
-                       "specify.\nk = k = \n"))
-      << capture.text;
+  EXPECT_TRUE(contains(out, "Otherwise, numbrella will end up using more cores than what you "
+                            "specify.\nk = k = \n"))
+      << out;
   EXPECT_EQ(s.threadPower, 3u);
   expectEstimated(s);
   EXPECT_GT(s.memoryNeeded, oneThread);
@@ -412,44 +375,29 @@ TEST(OutputFormatMenu, FloorOfCompressionAndDigitsPerFile) {
   ComputeSettings& s = settings.s;
   setHexDigits(&s, 1048575);
   s.digitsPerFile = -1;
-  {
-    Capture capture("");
-    menuOutputFormat(&s);
-    EXPECT_EQ(capture.text, "Computation is too small for compression.\n\n\n");
-    EXPECT_EQ(s.digitsPerFile, 0);  // an earlier choice is reset
-  }
+  std::string out = run(menuOutputFormat, &s, "");
+  EXPECT_EQ(out, "Computation is too small for compression.\n\n\n");
+  EXPECT_EQ(s.digitsPerFile, 0);  // an earlier choice is reset
   setHexDigits(&s, 1048576);
-  {
-    Capture capture("3\n1\n");
-    menuOutputFormat(&s);
-    EXPECT_EQ(capture.text,
-              "Select an Output Format:\n\n"
-              "  0     Write to a text file. Do not compress.\n"
-              "  1     Compress digits into a single .zdg file.\n"
-              "  2     Compress digits into multiple .zdg files with a user-specified\n"
-              "        number of digits per file.\n\n"
-              "option: option: \n");
-    EXPECT_EQ(s.digitsPerFile, -1);
-  }
-  {
-    Capture capture("0\n");
-    menuOutputFormat(&s);
-    EXPECT_EQ(s.digitsPerFile, 0);
-  }
+  out = run(menuOutputFormat, &s, "3\n1\n");
+  EXPECT_EQ(out,
+            "Select an Output Format:\n\n"
+            "  0     Write to a text file. Do not compress.\n"
+            "  1     Compress digits into a single .zdg file.\n"
+            "  2     Compress digits into multiple .zdg files with a user-specified\n"
+            "        number of digits per file.\n\n"
+            "option: option: \n");
+  EXPECT_EQ(s.digitsPerFile, -1);
+  run(menuOutputFormat, &s, "0\n");
+  EXPECT_EQ(s.digitsPerFile, 0);
   setHexDigits(&s, 41524102);
-  {
-    Capture capture("2\n999999\n41524102\nmany\n41524101\n");
-    menuOutputFormat(&s);
-    EXPECT_EQ(countOccurrences(capture.text, "Digits per file: "), 4u);
-  }
+  out = run(menuOutputFormat, &s, "2\n999999\n41524102\nmany\n41524101\n");
+  EXPECT_EQ(countOccurrences(out, "Digits per file: "), 4u);
   EXPECT_EQ(s.digitsPerFile, 41524101);
   expectEstimated(s);
-  {
-    // A new digit count does not ask again for the split size.
-    Capture capture("2\n1000000\n40000000\n");
-    menuOutputFormat(&s);
-    menuDecimalDigits(&s);
-  }
+  // A new digit count does not ask again for the split size.
+  run(menuOutputFormat, &s, "2\n1000000\n");
+  run(menuDecimalDigits, &s, "40000000\n");
   EXPECT_EQ(s.digitsPerFile, 1000000);
 }
 
@@ -463,17 +411,13 @@ TEST(PathMenus, ProbeAndOutputPath) {
 
   Settings settings;
   ComputeSettings& s = settings.s;
-  {
-    // The line end of the option before is skipped; blanks are kept.
-    Capture capture("\n/tmp/my digits \n");
-    menuOutputPath(&s);
-    EXPECT_EQ(capture.text,
-              "Enter the path to write the digits to. (e.g. \"C:\" or \"C:/temp\" )\n\n"
-              "Path: \n");
-    EXPECT_STREQ(s.outputPath, "/tmp/my digits ");
-  }
-  Capture capture("D:\\out\\\n");
-  menuOutputPath(&s);
+  // The line end of the option before is skipped; blanks are kept.
+  std::string out = run(menuOutputPath, &s, "\n/tmp/my digits \n");
+  EXPECT_EQ(out,
+            "Enter the path to write the digits to. (e.g. \"C:\" or \"C:/temp\" )\n\n"
+            "Path: \n");
+  EXPECT_STREQ(s.outputPath, "/tmp/my digits ");
+  run(menuOutputPath, &s, "D:\\out\\\n");
   EXPECT_STREQ(s.outputPath, "D:\\out\\");
 }
 
@@ -482,37 +426,30 @@ TEST(PathMenus, SwapDisksListAndTheCountThatKeepsGrowing) {
   ComputeSettings& s = settings.s;
   s.computeMode = computeModeBasicSwap;
   estimateResources(&s);
-  {
-    Capture capture("x\n2\n/disk/a\n/disk/b\n");
-    menuSwapDisks(&s);
-    EXPECT_EQ(capture.text,
-              "Enter the # of disks you wish to use:\n\n"
-              "Disks (zero will use one disk at the default path): "
-              "Disks (zero will use one disk at the default path): \n"
-              "Please enter the paths of each disk: (e.g. \"C:\" or \"C:/temp\" )\n"
-              "Note: For maximum efficiency:\n"
-              "        1 - The paths MUST be on separate physical disks.\n"
-              "        2 - Each disk should be identical. (speed, size, brand...)\n"
-              "        3 - Ideally, (though not required), the disks should be empty.\n"
-              "Path 0: Path 1: \n");
-  }
+  std::string out = run(menuSwapDisks, &s, "x\n2\n/disk/a\n/disk/b\n");
+  EXPECT_EQ(out,
+            "Enter the # of disks you wish to use:\n\n"
+            "Disks (zero will use one disk at the default path): "
+            "Disks (zero will use one disk at the default path): \n"
+            "Please enter the paths of each disk: (e.g. \"C:\" or \"C:/temp\" )\n"
+            "Note: For maximum efficiency:\n"
+            "        1 - The paths MUST be on separate physical disks.\n"
+            "        2 - Each disk should be identical. (speed, size, brand...)\n"
+            "        3 - Ideally, (though not required), the disks should be empty.\n"
+            "Path 0: Path 1: \n");
   ASSERT_NE(s.swapPaths, nullptr);
   ASSERT_EQ(s.swapPaths->count, 2u);
   EXPECT_STREQ(s.swapPaths->paths[0], "/disk/a");
   EXPECT_STREQ(s.swapPaths->paths[1], "/disk/b");
   EXPECT_EQ(s.swapDiskCount, 2u);
   expectEstimated(s);
-  {
-    // A second visit starts a new list but adds to the count.
-    Capture capture("1\n/disk/c\n");
-    menuSwapDisks(&s);
-  }
+  // A second visit starts a new list but adds to the count.
+  run(menuSwapDisks, &s, "1\n/disk/c\n");
   ASSERT_NE(s.swapPaths, nullptr);
   ASSERT_EQ(s.swapPaths->count, 1u);
   EXPECT_STREQ(s.swapPaths->paths[0], "/disk/c");
   EXPECT_EQ(s.swapDiskCount, 3u);
-  Capture capture("0\n");
-  menuSwapDisks(&s);
+  run(menuSwapDisks, &s, "0\n");
   EXPECT_EQ(s.swapPaths, nullptr);
   EXPECT_EQ(s.swapDiskCount, 3u);
 }
@@ -521,40 +458,32 @@ TEST(ModeMenu, SwapOfferedFromFiveMillionWords) {
   Settings settings;
   ComputeSettings& s = settings.s;
   uint64_t ram = 0, swap = 0, disk = 0;
-  {
-    // Default record: 5,190,514 words, both modes with their memory.
-    estimateConstant(s.constantId, s.algorithm, s.wordCount, s.threadPower, computeModeRamOnly,
-                     &ram, &disk);
-    estimateConstant(s.constantId, s.algorithm, s.wordCount, s.threadPower, computeModeBasicSwap,
-                     &swap, &disk);
-    Capture capture("0\n3\n2\n");
-    menuComputationMode(&s);
-    EXPECT_EQ(capture.text, "Select a Mode:\n\n"
-                            "Option      Mode                Approx. Memory Needed\n\n"
-                            " 1      Ram Only                    " +
-                                formatBytes(ram) + "\n 2      Basic Disk Swapping         " +
-                                formatBytes(swap) + "\n\noption: option: option: \n");
-    EXPECT_EQ(s.computeMode, computeModeBasicSwap);
-    EXPECT_EQ(s.memoryNeeded, swap);
-    EXPECT_EQ(s.diskNeeded, disk);
-  }
-  {
-    // Just below the floor only Ram Only is offered and 2 is refused.
-    setHexDigits(&s, (swapFloorWords - 3) * 8);
-    ASSERT_EQ(s.wordCount, swapFloorWords - 1);
-    Capture capture("2\n1\n");
-    menuComputationMode(&s);
-    EXPECT_FALSE(contains(capture.text, "Basic Disk Swapping"));
-    EXPECT_TRUE(contains(capture.text, "option: option: \n"));
-    EXPECT_EQ(s.computeMode, computeModeRamOnly);
-    EXPECT_EQ(s.diskNeeded, 0u);
-  }
+  // Default record: 5,190,514 words, both modes with their memory.
+  estimateConstant(s.constantId, s.algorithm, s.wordCount, s.threadPower, computeModeRamOnly,
+                   &ram, &disk);
+  estimateConstant(s.constantId, s.algorithm, s.wordCount, s.threadPower, computeModeBasicSwap,
+                   &swap, &disk);
+  EXPECT_EQ(run(menuComputationMode, &s, "0\n3\n2\n"),
+            "Select a Mode:\n\nOption      Mode                Approx. Memory Needed\n\n"
+            " 1      Ram Only                    " +
+                formatBytes(ram) + "\n 2      Basic Disk Swapping         " + formatBytes(swap) +
+                "\n\noption: option: option: \n");
+  EXPECT_EQ(s.computeMode, computeModeBasicSwap);
+  EXPECT_EQ(s.memoryNeeded, swap);
+  EXPECT_EQ(s.diskNeeded, disk);
+  // Just below the floor only Ram Only is offered and 2 is refused.
+  setHexDigits(&s, (swapFloorWords - 3) * 8);
+  ASSERT_EQ(s.wordCount, swapFloorWords - 1);
+  std::string out = run(menuComputationMode, &s, "2\n1\n");
+  EXPECT_FALSE(contains(out, "Basic Disk Swapping"));
+  EXPECT_TRUE(contains(out, "option: option: \n"));
+  EXPECT_EQ(s.computeMode, computeModeRamOnly);
+  EXPECT_EQ(s.diskNeeded, 0u);
   // A swap mode chosen earlier falls back to Ram Only when the size drops.
   setDecimalDigits(&s, 50000000);
   setComputeMode(&s, computeModeBasicSwap);
   EXPECT_GT(s.diskNeeded, 0u);
-  Capture capture("1000\n");
-  menuDecimalDigits(&s);
+  run(menuDecimalDigits, &s, "1000\n");
   EXPECT_EQ(s.computeMode, computeModeRamOnly);
   EXPECT_EQ(s.diskNeeded, 0u);
 }
