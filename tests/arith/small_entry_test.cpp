@@ -1,11 +1,8 @@
 // The workers smallSquare, smallMultiply and smallMultiplyEqual: the full
 // product at chop 0, the exact upper words while chop stays within the
-// operands, and the shortened product when chop passes an operand length;
+// operands, and past an operand length the upper words of the product with
+// the low words dropped by the rule, 0 to 3 units below the true quotient;
 // plus their use of the heap and the fatal Toom-3 self-check.
-//
-// For a chop beyond an operand the retained words must equal exactly the
-// upper words of the product of the operands with their low words dropped as
-// the rule says, and lie 0 to 3 units below the true floor(a b / 2^(32 chop)).
 #include <gtest/gtest.h>
 #include <unistd.h>
 
