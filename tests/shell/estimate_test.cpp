@@ -32,14 +32,8 @@ void prepareChild() {
 }
 
 TEST(EstimateResources, ModePickFollowsTheSwapFloor) {
+  // At the floor Basic Swap is kept; below it the mode menu test shows the fallback.
   Settings s;
-  setDecimalDigits(&s.record, 10000000);
-  s.record.computeMode = computeModeBasicSwap;
-  ASSERT_LT(s.record.wordCount, swapFloorWords);
-  estimateResources(&s.record);
-  EXPECT_EQ(s.record.computeMode, computeModeRamOnly);
-  EXPECT_EQ(s.record.diskNeeded, 0u);
-
   s.record.wordCount = swapFloorWords;
   s.record.computeMode = computeModeBasicSwap;
   estimateModes(&s.record);
