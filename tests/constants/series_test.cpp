@@ -433,45 +433,56 @@ TEST(SeriesLayers, MergesAlignStrippedWordsAndBorrowThroughTheTop) {
   splitRecordRelease(&out);
 }
 
-TEST(SeriesSums, ThreadedSerialAndFallbackSumsAreTheSameBits) {
+// The sum is good to the words asked for (two words of slack for the
+// truncated blocks); on 2 and 8 threads, with every thread creation failing
+// (the halves run on the caller) and in Basic Swap (the top pages through
+// real swap files) it has the same bits as on one thread.
+TEST(SeriesSums, ThreadedFallbackAndSwappedSumsAreTheSerialBits) {
   buildFftTables(40000);
   const uint32_t savedPower = globalThreadPower;
+  std::string folders[2] = {makeFolder("series_swap"), makeFolder("series_swap")};
+  char* paths[2] = {folders[0].data(), folders[1].data()};
+  PathList list = {2, paths};
+  globalSwapPaths = &list;
   for (const SeriesKind* kind : {&plainKind, &alternatingKind}) {
     for (uint64_t words : {4ull, 300ull, 2500ull}) {
-      Arena arena(48ull << 20);
+      Arena arena(128ull << 20);
       SplitFloats serial;
       globalThreadPower = 0;
       const uint64_t terms = sumSeries(&arena.heap, kind, &serial, words, 0, 1, 0);
-      // The sum is good to the words asked for (two words of slack for the
-      // truncated blocks).
       EXPECT_LT(relativeErrorBits(*kind, &serial, terms), -32.0 * double(words - 2)) << words;
-      for (uint32_t threads : {1u, 3u}) {
-        globalThreadPower = threads;
-        SplitFloats threaded;
-        sumSeries(&arena.heap, kind, &threaded, words, threads, 1, 0);
-        EXPECT_TRUE(sameFloat(serial.q, threaded.q)) << words << " threads " << threads;
-        EXPECT_TRUE(sameFloat(serial.r[0], threaded.r[0])) << words << " threads " << threads;
-        splitFloatsRelease(&threaded);
-      }
-      // Every thread creation failing: the halves run on the caller.
       std::string console;
-      consoleCaptureTo(&console);
-      threadFailNextSpawnsForTesting(1000);
-      SplitFloats fallback;
-      sumSeries(&arena.heap, kind, &fallback, words, 2, 1, 0);
-      threadFailNextSpawnsForTesting(0);
-      consoleCaptureTo(nullptr);
-      EXPECT_TRUE(sameFloat(serial.q, fallback.q));
-      EXPECT_TRUE(sameFloat(serial.r[0], fallback.r[0]));
+      for (uint32_t run = 0; run < 4; run++) {
+        const uint32_t threads = run == 0 ? 1 : run == 1 ? 3 : run == 2 ? 2 : 1;
+        globalThreadPower = threads;
+        if (run == 2) {
+          consoleCaptureTo(&console);
+          threadFailNextSpawnsForTesting(1000);
+        }
+        SplitFloats other;
+        sumSeries(&arena.heap, kind, &other, words, threads, run == 3 ? 2 : 1, 0);
+        if (run == 2) {
+          threadFailNextSpawnsForTesting(0);
+          consoleCaptureTo(nullptr);
+        }
+        if (run == 3) splitFloatsLoad(&arena.heap, &other);
+        EXPECT_TRUE(sameFloat(serial.q, other.q)) << words << " run " << run;
+        EXPECT_TRUE(sameFloat(serial.r[0], other.r[0])) << words << " run " << run;
+        splitFloatsRelease(&other);
+      }
       // 2500 words make blocks long enough for the thread layer to split.
       if (words == 2500) {
         EXPECT_NE(console.find("Unable to create thread"), std::string::npos);
       }
-      splitFloatsRelease(&fallback);
       splitFloatsRelease(&serial);
     }
   }
   globalThreadPower = savedPower;
+  globalSwapPaths = nullptr;
+  for (const std::string& folder : folders) {
+    EXPECT_TRUE(std::filesystem::is_empty(folder)) << "swap files left in " << folder;
+    std::filesystem::remove_all(folder);
+  }
   releaseFftTables();
 }
 
@@ -518,31 +529,6 @@ TEST(SeriesSums, ProgressLinesOnlyForLongSums) {
   // Blocks before the last one show the terms done, then the path.
   EXPECT_NE(console.find("\rSumming...  "), std::string::npos);
   EXPECT_NE(console.find("%0"), std::string::npos);
-  releaseFftTables();
-}
-
-TEST(SeriesSums, BasicSwapPagesTheTopAndGivesTheSameBits) {
-  buildFftTables(20000);
-  std::string folders[2] = {makeFolder("series_swap"), makeFolder("series_swap")};
-  char* paths[2] = {folders[0].data(), folders[1].data()};
-  PathList list = {2, paths};
-  globalSwapPaths = &list;
-  Arena arena(128ull << 20);
-  for (const SeriesKind* kind : {&plainKind, &alternatingKind}) {
-    SplitFloats ram, swapped;
-    sumSeries(&arena.heap, kind, &ram, 1500, 1, 1, 0);
-    sumSeries(&arena.heap, kind, &swapped, 1500, 1, 2, 0);
-    splitFloatsLoad(&arena.heap, &swapped);
-    EXPECT_TRUE(sameFloat(ram.q, swapped.q));
-    EXPECT_TRUE(sameFloat(ram.r[0], swapped.r[0]));
-    splitFloatsRelease(&swapped);
-    splitFloatsRelease(&ram);
-  }
-  globalSwapPaths = nullptr;
-  for (const std::string& folder : folders) {
-    EXPECT_TRUE(std::filesystem::is_empty(folder)) << "swap files left in " << folder;
-    std::filesystem::remove_all(folder);
-  }
   releaseFftTables();
 }
 

@@ -162,11 +162,7 @@ TEST(ConversionTable, EntriesAreExactPowersAndTheirReciprocals) {
     EXPECT_EQ(table.levels, 0u);
     bigFloatDestroy(&x);
     EXPECT_EQ(capture.text.rfind("Constructing Base Conversion Table:\n", 0), 0u);
-    if (levels > 0) {
-      EXPECT_NE(capture.text.find("Squaring      : "), std::string::npos);
-      EXPECT_NE(capture.text.find("    ( "), std::string::npos);
-    }
-    EXPECT_NE(capture.text.find("Time: "), std::string::npos);
+    EXPECT_NE(capture.text.find("Squaring      : "), std::string::npos);
     EXPECT_NE(capture.text.find(" seconds  ( "), std::string::npos);
   }
 }

@@ -104,18 +104,22 @@ TEST(ConvertToDecimal, TwoHundredThousandWords) {
   ASSERT_TRUE(integerConvertsLikeGmp(&arena.heap, words, 1));
 }
 
-// A number x = M * 2^(32 e) with a fraction: the output is Y with
-// Y / 10^(9 m) = x, m = trunc(-e * 1.0703...), Y exact but for the guard
-// words of the products: 0 <= x * 10^(9 m) - Y < 2^(32 * 4).
-TEST(ConvertToDecimal, FractionsAreScaledByPowersOfABillion) {
+// x = M * 2^(32 e) comes out as Y with Y / 10^(9 m) = x, m = trunc(-e *
+// 1.0703...). With a fraction (e < 0, between a value of a few words and
+// one just above 2^-32) Y is exact but for the guard words of the
+// products: 0 <= x * 10^(9 m) - Y < 2^(32 * 4). With a positive exponent
+// the scale is negative and Y * 10^(9 |m|) is x to about its precision.
+TEST(ConvertToDecimal, ExponentsAreScaledByPowersOfABillion) {
   TestHeap arena(64 << 20);
   Random random = testRandom();
-  for (int round = 0; round < 16; ++round) {
-    uint64_t n = random.logUniform(2, 3000);
+  for (int round = 0; round < 20; ++round) {
+    const bool fraction = round < 16;
+    uint64_t n = fraction ? random.logUniform(2, 3000) : 50;
     std::vector<uint32_t> words = operand(random, Kind::Uniform, n);
     words.back() |= 0x10000;
-    // Between a value of a few words and one just above 2^-32.
-    int64_t exponent = -int64_t(n) + int64_t(random.below(std::min<uint64_t>(n, 4)));
+    const int64_t exponent = fraction
+                                 ? -int64_t(n) + int64_t(random.below(std::min<uint64_t>(n, 4)))
+                                 : std::vector<int64_t>{1, 2, 7, 40}[round - 16];
     BigFloat x;
     makeNumber(&arena.heap, &x, words.data(), n, exponent);
     ConversionOutput out;
@@ -123,49 +127,27 @@ TEST(ConvertToDecimal, FractionsAreScaledByPowersOfABillion) {
     const int64_t m = int64_t(double(-exponent) * radixWordsPerWord);
     ASSERT_EQ(out.scale, m);
     ASSERT_TRUE(wellFormed(out));
-    Number y, exact, bound;
+    Number y, exact, power, bound;
     mpz_set_str(y.z, decimalText(out).c_str(), 10);
     toMpz(exact.z, words.data(), n);
-    Number power;
-    mpz_ui_pow_ui(power.z, 10, 9 * uint64_t(m));
-    mpz_mul(exact.z, exact.z, power.z);
-    mpz_tdiv_q_2exp(exact.z, exact.z, 32 * uint64_t(-exponent));
-    mpz_sub(exact.z, exact.z, y.z);
-    mpz_set_ui(bound.z, 1);
-    mpz_mul_2exp(bound.z, bound.z, 32 * 4);
-    ASSERT_GE(mpz_sgn(exact.z), 0) << n << " words, exponent " << exponent;
-    ASSERT_LT(mpz_cmp(exact.z, bound.z), 0) << n << " words, exponent " << exponent;
-    releaseConversionOutput(&out);
-  }
-}
-
-// A number with a positive exponent is divided by 10^(9 |m|): scale < 0 and
-// Y * 10^(9 |m|) is the number up to the last words of the precision.
-TEST(ConvertToDecimal, LargeExponentsGiveANegativeScale) {
-  TestHeap arena(32 << 20);
-  Random random = testRandom();
-  for (int64_t exponent : {1, 2, 7, 40}) {
-    uint64_t n = 50;
-    std::vector<uint32_t> words = operand(random, Kind::Uniform, n);
-    words.back() |= 1;
-    BigFloat x;
-    makeNumber(&arena.heap, &x, words.data(), n, exponent);
-    ConversionOutput out;
-    convertNumber(&arena.heap, &x, digitsForWords(n), 0, 0, &out);
-    const int64_t m = int64_t(-double(exponent) * radixWordsPerWord);
-    ASSERT_EQ(out.scale, m);
-    ASSERT_LT(m, 0);
-    Number y, exact, power, difference;
-    mpz_set_str(y.z, decimalText(out).c_str(), 10);
-    mpz_ui_pow_ui(power.z, 10, 9 * uint64_t(-m));
-    toMpz(exact.z, words.data(), n);
-    mpz_mul_2exp(exact.z, exact.z, 32 * uint64_t(exponent));
-    mpz_tdiv_q(exact.z, exact.z, power.z);
-    // Relative agreement to the precision (about n words).
-    mpz_sub(difference.z, exact.z, y.z);
-    mpz_abs(difference.z, difference.z);
-    mpz_mul_2exp(difference.z, difference.z, 32 * (n - 2));
-    EXPECT_LT(mpz_cmp(difference.z, exact.z), 0) << "exponent " << exponent;
+    mpz_ui_pow_ui(power.z, 10, 9 * uint64_t(m < 0 ? -m : m));
+    if (fraction) {
+      mpz_mul(exact.z, exact.z, power.z);
+      mpz_tdiv_q_2exp(exact.z, exact.z, 32 * uint64_t(-exponent));
+      mpz_sub(exact.z, exact.z, y.z);
+      mpz_set_ui(bound.z, 1);
+      mpz_mul_2exp(bound.z, bound.z, 32 * 4);
+      ASSERT_GE(mpz_sgn(exact.z), 0) << n << " words, exponent " << exponent;
+      ASSERT_LT(mpz_cmp(exact.z, bound.z), 0) << n << " words, exponent " << exponent;
+    } else {
+      ASSERT_LT(m, 0);
+      mpz_mul_2exp(exact.z, exact.z, 32 * uint64_t(exponent));
+      mpz_tdiv_q(exact.z, exact.z, power.z);
+      mpz_sub(bound.z, exact.z, y.z);
+      mpz_abs(bound.z, bound.z);
+      mpz_mul_2exp(bound.z, bound.z, 32 * (n - 2));
+      EXPECT_LT(mpz_cmp(bound.z, exact.z), 0) << "exponent " << exponent;
+    }
     releaseConversionOutput(&out);
   }
 }

@@ -100,9 +100,8 @@ TEST(DigitWriters, BothRadixesAgainstMpfr) {
   // One integer word with 1 to 8 hexadecimal digits (up to ten decimal
   // ones, which take two words of 10^9), and values below one.
   const Shape shapes[] = {{1, 1}, {1, 4}, {1, 5}, {1, 8}, {0, 8}, {0, 3}, {-2, 6}};
-  const uint64_t digitCounts[] = {1000, 12345};
   for (const Shape& shape : shapes) {
-    for (uint64_t digits : digitCounts) {
+    for (uint64_t digits : {1000, 12345}) {
       WriterRun run(digits, computeModeRamOnly);
       const uint64_t n = run.settings.wordCount + 2;
       std::vector<uint32_t> words = randomWords(random, n, shape.topDigits);
@@ -129,14 +128,6 @@ TEST(DigitWriters, BothRadixesAgainstMpfr) {
       EXPECT_EQ(run.file("Hex"), expectedLayout(hexValue, hexDigits + hexInteger, 16)) << where;
       EXPECT_EQ(run.file("Dec"), expectedLayout(decimalValue, digits + decimalInteger, 10))
           << where;
-      if (shape.position == 1 && decimalValue.point <= 9) {
-        // One integer word in both radixes: exactly the requested digits
-        // after the point.
-        std::string decimal = run.file("Dec");
-        EXPECT_EQ(decimal.size() - decimal.find('.') - 1, digits) << where;
-        std::string hex = run.file("Hex");
-        EXPECT_EQ(hex.size() - hex.find('.') - 1, hexDigits) << where;
-      }
     }
   }
 }
@@ -179,20 +170,17 @@ TEST(DigitWriters, BasicSwapPagesInAndGivesTheSameFiles) {
     if (words.empty()) words = randomWords(random, n, 2);
     BigFloat x;
     makeValue(&run.heap, &x, words, 1 - int64_t(n));
-    if (mode == computeModeBasicSwap) {
-      // The number comes in paged out and leaves as it came.
-      bigFloatPushToDisk(&x);
-      run.hex(&x, 2);
-      EXPECT_TRUE(bigIntIsPagedOut(x.mantissa));
-      run.decimal(&x, 3);
-      EXPECT_EQ(run.file("Hex"), hexRam);
-      EXPECT_EQ(run.file("Dec"), decimalRam);
-    } else {
-      run.hex(&x, 2);
-      run.decimal(&x, 3);
+    // In Basic Swap the number comes in paged out and leaves as it came.
+    if (mode == computeModeBasicSwap) bigFloatPushToDisk(&x);
+    run.hex(&x, 2);
+    EXPECT_EQ(bigIntIsPagedOut(x.mantissa), mode == computeModeBasicSwap);
+    run.decimal(&x, 3);
+    if (mode == computeModeRamOnly) {
       hexRam = run.file("Hex");
       decimalRam = run.file("Dec");
     }
+    EXPECT_EQ(run.file("Hex"), hexRam);
+    EXPECT_EQ(run.file("Dec"), decimalRam);
   }
   globalSwapPaths = nullptr;
   EXPECT_TRUE(swapFolder.empty()) << "swap files left behind";
