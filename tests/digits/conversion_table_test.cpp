@@ -31,28 +31,26 @@ void billionPower(uint64_t n, mpz_t z) {
 
 }  // namespace
 
+// Up to 13 words the table is empty; from 14 words (L = 16 radix words) the
+// radix words are halved, rounding up, until they are below 16.
 TEST(ConversionTable, SizingHalvesTheRadixWordsDownBelowSixteen) {
   uint64_t c = 0;
   uint32_t levels = 0;
-  // Up to 13 words the table is empty; 14 words make L = 16 and one level.
-  for (uint64_t length = 0; length <= 13; ++length) {
+  Random random = testRandom();
+  for (int i = 0; i < 2000; ++i) {
+    uint64_t length = i < 20 ? uint64_t(i) : random.logUniform(14, uint64_t(1) << 34);
     baseConversionTableSize(length, &c, &levels);
-    EXPECT_EQ(levels, 0u) << length;
-    EXPECT_EQ(c, uint64_t(double(length) * radixWordsPerWord) + 2);
+    uint64_t radixWords = uint64_t(double(length) * radixWordsPerWord) + 2;
+    ASSERT_EQ(levels == 0, length <= 13) << length;
+    ASSERT_LE(c, 15u) << length;
+    if (levels > 0) {
+      ASSERT_GE(c, 8u) << length;
+    }
+    ASSERT_EQ(c, (radixWords + (uint64_t(1) << levels) - 1) >> levels) << length;
   }
   baseConversionTableSize(14, &c, &levels);
   EXPECT_EQ(levels, 1u);
   EXPECT_EQ(c, 8u);
-  Random random = testRandom();
-  for (int i = 0; i < 2000; ++i) {
-    uint64_t length = random.logUniform(14, uint64_t(1) << 34);
-    baseConversionTableSize(length, &c, &levels);
-    uint64_t radixWords = uint64_t(double(length) * radixWordsPerWord) + 2;
-    ASSERT_GE(c, 8u);
-    ASSERT_LE(c, 15u);
-    // Halving with rounding up leaves ceil(L / 2^levels).
-    ASSERT_EQ(c, (radixWords + (uint64_t(1) << levels) - 1) >> levels) << length;
-  }
 }
 
 // 10^(9n) exact, with its whole zero words in the exponent (it ends in 9n
