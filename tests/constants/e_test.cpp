@@ -24,26 +24,9 @@ namespace {
 
 using testbridge::Number;
 
-// P of exp(1), P of exp(-1) (magnitude) and Q over (a, b]: term by term
-// P = P k +/- 1, Q = Q k; long ranges cut in two and joined by
-// P = P1 Q2 +/- P2.
+// P of exp(1), P of exp(-1) (magnitude) and Q over (a, b], term by term:
+// P = P k +/- 1, Q = Q k.
 void exactRange(uint64_t a, uint64_t b, mpz_t plus, mpz_t minus, mpz_t q) {
-  if (b - a > 64) {
-    const uint64_t m = a + (b - a) / 2;
-    Number plus2, minus2, q2;
-    exactRange(a, m, plus, minus, q);
-    exactRange(m, b, plus2.z, minus2.z, q2.z);
-    mpz_mul(plus, plus, q2.z);
-    mpz_add(plus, plus, plus2.z);
-    mpz_mul(minus, minus, q2.z);
-    if ((m - a) & 1) {
-      mpz_sub(minus, minus, minus2.z);
-    } else {
-      mpz_add(minus, minus, minus2.z);
-    }
-    mpz_mul(q, q, q2.z);
-    return;
-  }
   mpz_set_ui(plus, 0);
   mpz_set_ui(minus, 0);
   mpz_set_ui(q, 1);

@@ -149,51 +149,44 @@ uint64_t roomyArena(uint32_t algorithm, uint64_t digits, uint32_t threadPower) {
 
 TEST(PiTerms, BothFormsAgreeWithGmpAcrossTheirRanges) {
   testbridge::Random random = testbridge::testRandom();
-  std::vector<uint64_t> small;
-  for (uint64_t k = 1; k <= 64; k++) small.push_back(k);
-  // Where c k^3 stops fitting 64 bits, and the 32-bit bounds of both series.
-  for (uint64_t k : {2642244ull, 2642245ull, 2642246ull, 715827880ull, 715827881ull, 715827882ull,
-                     1073741823ull, 1073741824ull}) {
-    small.push_back(k);
-  }
-  for (int i = 0; i < 200; i++) small.push_back(random.logUniform(1, 715827882));
-  PiTerm term32, term64;
-  for (uint64_t k : small) {
-    chudnovskyTerm64(k, &term64);
-    ASSERT_TRUE(termMatches(piChudnovsky, k, term64));
-    ramanujanTerm64(k, &term64);
-    ASSERT_TRUE(termMatches(piRamanujan, k, term64));
-    if (k <= chudnovskyLimit32) {
-      chudnovskyTerm32(uint32_t(k), &term32);
-      ASSERT_TRUE(termMatches(piChudnovsky, k, term32));
-    }
-    ramanujanTerm32(uint32_t(k), &term32);
-    ASSERT_TRUE(termMatches(piRamanujan, k, term32));
-  }
-  // The 64-bit forms alone, up to their bound, and the dispatch past the
-  // 32-bit bounds; Ramanujan's linear factor changes method at 2^49.
-  std::vector<uint64_t> large = {chudnovskyLimit32 + 1, ramanujanLimit32 + 1, (1ull << 49) - 1,
-                                 1ull << 49, (1ull << 49) + 1, piTermLimit64};
-  for (int i = 0; i < 200; i++) large.push_back(random.logUniform(715827883ull, piTermLimit64));
-  for (uint64_t k : large) {
-    chudnovskyTerm64(k, &term64);
-    ASSERT_TRUE(termMatches(piChudnovsky, k, term64));
-    ramanujanTerm64(k, &term64);
-    ASSERT_TRUE(termMatches(piRamanujan, k, term64));
+  // Where c k^3 stops fitting 64 bits, the 32-bit bounds of both series
+  // (piTerm dispatches past them) and the 64-bit one; Ramanujan's linear
+  // factor changes method at 2^49.
+  std::vector<uint64_t> ks = {2642244ull,  2642245ull,  2642246ull,     715827880ull,
+                              715827881ull, 715827882ull, 1073741823ull,  1073741824ull,
+                              chudnovskyLimit32 + 1, ramanujanLimit32 + 1, (1ull << 49) - 1,
+                              1ull << 49,   (1ull << 49) + 1, piTermLimit64};
+  for (uint64_t k = 1; k <= 64; k++) ks.push_back(k);
+  for (int i = 0; i < 200; i++) ks.push_back(random.logUniform(1, 715827882));
+  for (int i = 0; i < 200; i++) ks.push_back(random.logUniform(715827883ull, piTermLimit64));
+  PiTerm term;
+  for (uint64_t k : ks) {
+    chudnovskyTerm64(k, &term);
+    ASSERT_TRUE(termMatches(piChudnovsky, k, term));
+    ramanujanTerm64(k, &term);
+    ASSERT_TRUE(termMatches(piRamanujan, k, term));
     for (uint32_t algorithm : {piChudnovsky, piRamanujan}) {
-      piTerm(algorithm, k, &term32);
-      ASSERT_TRUE(termMatches(algorithm, k, term32));
+      piTerm(algorithm, k, &term);
+      ASSERT_TRUE(termMatches(algorithm, k, term));
+    }
+    if (k <= chudnovskyLimit32) {
+      chudnovskyTerm32(uint32_t(k), &term);
+      ASSERT_TRUE(termMatches(piChudnovsky, k, term));
+    }
+    if (k <= ramanujanLimit32) {
+      ramanujanTerm32(uint32_t(k), &term);
+      ASSERT_TRUE(termMatches(piRamanujan, k, term));
     }
   }
   // At the 32-bit bound both forms agree; Q = c k^3 passes 4 words near
   // k = 2^25 (c is 54 bits).
-  piTerm(piChudnovsky, chudnovskyLimit32, &term32);
-  EXPECT_EQ(term32.qLength, 5u);
-  EXPECT_TRUE(termMatches(piChudnovsky, chudnovskyLimit32, term32));
-  chudnovskyTerm32(31000000, &term32);
-  EXPECT_EQ(term32.qLength, 4u);
-  chudnovskyTerm32(32000000, &term32);
-  EXPECT_EQ(term32.qLength, 5u);
+  piTerm(piChudnovsky, chudnovskyLimit32, &term);
+  EXPECT_EQ(term.qLength, 5u);
+  EXPECT_TRUE(termMatches(piChudnovsky, chudnovskyLimit32, term));
+  chudnovskyTerm32(31000000, &term);
+  EXPECT_EQ(term.qLength, 4u);
+  chudnovskyTerm32(32000000, &term);
+  EXPECT_EQ(term.qLength, 5u);
 }
 
 TEST(PiTermsDeathTest, IndicesOutsideAFormAreRefused) {

@@ -173,24 +173,6 @@ TEST(RootCompute, SqrtOfManyNonSquaresAndTheGoldenRatio) {
   heapDestroy(&heap);
 }
 
-TEST(RootCompute, IntegerWordOfTheRoot) {
-  Heap heap;
-  heapInit(nullptr, &heap, 1 << 20);
-  const std::pair<uint32_t, uint32_t> roots[] = {
-      {2, 1}, {99, 9}, {1000001u, 1000}, {4294967295u, 65535}, {4294836226u, 65535}};
-  for (auto [n, root] : roots) {
-    BigFloat v;
-    sqrtNCompute(&heap, &v, 4, 0, n, 0, nullptr);
-    EXPECT_EQ(rootIntegerWord(&v), root) << n;
-    bigFloatDestroy(&v);
-  }
-  BigFloat small;
-  bigFloatFromDouble(&heap, &small, 0.25);
-  EXPECT_EQ(rootIntegerWord(&small), 0u);
-  bigFloatDestroy(&small);
-  heapDestroy(&heap);
-}
-
 // The arena's high-water mark of a whole entry against the estimate the
 // arena was made from. The writers' buffers are sized from what is free and
 // are not counted in the mark.
