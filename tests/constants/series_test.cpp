@@ -113,8 +113,6 @@ SeriesKind makeKind(bool alternating) {
   kind.alternatingMask = alternating ? 1 : 0;
   kind.leafTerms = 3;
   kind.floatLeafTerms = 8;
-  kind.singleBlock = 0;
-  kind.firstIndex = 0;
   kind.termsPerWord = testTermsPerWord;
   kind.sizeWords = testSizeWords;
   kind.sizePWords = testSizePWords;
@@ -135,12 +133,6 @@ struct Arena {
   }
 };
 
-// The value of an integer-form number.
-void mpzFromNumber(mpz_t z, const SplitNumber& n) {
-  testbridge::toMpz(z, n.words, n.length);
-  mpz_mul_2exp(z, z, 32 * n.stripped);
-}
-
 ::testing::AssertionResult numberIs(const SplitNumber& n, const mpz_t want, const char* name) {
   if (n.length != 0 && (n.words[n.length - 1] == 0 || n.words[0] == 0)) {
     return ::testing::AssertionFailure() << name << " has a zero top or low word";
@@ -149,7 +141,8 @@ void mpzFromNumber(mpz_t z, const SplitNumber& n) {
     if (*w != 0) return ::testing::AssertionFailure() << name << " has words below it";
   }
   Number got;
-  mpzFromNumber(got.z, n);
+  testbridge::toMpz(got.z, n.words, n.length);
+  mpz_mul_2exp(got.z, got.z, 32 * n.stripped);
   if (mpz_cmp(got.z, want) != 0) return ::testing::AssertionFailure() << name << " differs";
   return ::testing::AssertionSuccess();
 }
