@@ -256,19 +256,6 @@ TEST(SeriesSplit, MidpointBelowAHundredTermsAndHalfTheSizeAbove) {
   }
 }
 
-TEST(SeriesSplit, TopLevelsFollowTheProductSizes) {
-  EXPECT_EQ(seriesTopLevels(1000, 0), 1u);
-  // x = (W + 100) / 2 + 10 below 26114: one level.
-  EXPECT_EQ(seriesTopLevels(52107, 3), 1u);
-  // From there x is halved threads + 1 times: two levels once that is small.
-  EXPECT_EQ(seriesTopLevels(52108, 0), 2u);
-  EXPECT_EQ(seriesTopLevels(104000, 0), 2u);
-  EXPECT_EQ(seriesTopLevels(110000, 0), 1u);
-  EXPECT_EQ(seriesTopLevels(110000, 1), 2u);
-  EXPECT_EQ(seriesTopLevels(5000000, 2), 1u);
-  EXPECT_EQ(seriesTopLevels(5000000, 7), 2u);
-}
-
 TEST(SeriesPlans, BlocksCoverTheTermsWithFallingPrecision) {
   for (uint32_t mode : {0u, 1u, 2u}) {
     for (uint64_t words : {50ull, 4000ull, 300000ull}) {

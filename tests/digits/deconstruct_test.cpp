@@ -2,14 +2,12 @@
 // division at every table level with its edge dividends and the fatal ends
 // of a wrong reciprocal; the leaf against GMP within its window; the
 // deconstruction layers on windows that must be cleared (a zero remainder,
-// a number shorter than its window) under poisoned output; the levels kept
-// on all threads.
+// a number shorter than its window) under poisoned output.
 #include <gmp.h>
 #include <gtest/gtest.h>
 
 #include <vector>
 
-#include "arith/tuning.h"
 #include "conversion_support.h"
 #include "digits/base_conversion.h"
 #include "support/gmp_bridge.h"
@@ -209,24 +207,4 @@ TEST(Deconstruct, ClearsZeroRemaindersAndTheWindowsOfShortNumbers) {
     }
   }
   releaseBaseConversionTable(&table);
-}
-
-TEST(Deconstruct, TopLevelsAndTheThreadExponentHandedDown) {
-  uint32_t down = 99;
-  // Small numbers: two levels on all threads.
-  EXPECT_EQ(conversionTopLevels(8, 3, 0, &down), 2u);
-  EXPECT_EQ(down, 0u);
-  EXPECT_EQ(conversionTopLevels(8, 0, 3, &down), 0u);
-  EXPECT_EQ(down, 5u);
-  // c << 19 = 4194304: x = 3918805, then 1959412 and 979716 (above the
-  // limit of 26114); two halvings more give 244944 (2 levels), six more
-  // 15327 (3 levels).
-  EXPECT_EQ(2 * std::max(hybridSquareThreshold, hybridMultiplyThreshold), 26114u);
-  const uint32_t cases[][3] = {{0, 2, 0}, {1, 2, 2}, {4, 3, 6}, {2, 2, 4}};
-  for (auto [threads, levels, handed] : cases) {
-    EXPECT_EQ(conversionTopLevels(8, 20, threads, &down), levels) << threads;
-    if (threads != 0) {
-      EXPECT_EQ(down, handed) << threads;
-    }
-  }
 }
