@@ -11,21 +11,7 @@
 #include "platform/threads.h"
 #include "shell/dispatch.h"
 
-namespace {
-
-// Margin added to the estimate for the small blocks of a run.
-constexpr uint64_t arenaMargin = 1048576;
-
-// "Constant :", "Algorithm:" (with the Euler series size), digit counts,
-// threads and mode. Sets the process-wide thread power and swap paths.
-void printRunHeader(const ComputeSettings* settings) {
-  printWide("\n\nConstant :  ");
-  setColor(constantColor(settings->constantId));
-  printWide(settings->displayName != nullptr ? settings->displayName : "");
-  colorDefault();
-  printWide("\n");
-
-  printWide("Algorithm:  ");
+void printAlgorithmName(const ComputeSettings* settings) {
   colorYellow(true);
   if (settings->algorithm < algorithmCount(settings)) {
     printWide(settings->algorithmNames[settings->algorithm]);
@@ -39,6 +25,21 @@ void printRunHeader(const ComputeSettings* settings) {
     }
   }
   colorDefault();
+}
+
+namespace {
+
+// "Constant :", "Algorithm:" (with the Euler series size), digit counts,
+// threads and mode. Sets the process-wide thread power and swap paths.
+void printRunHeader(const ComputeSettings* settings) {
+  printWide("\n\nConstant :  ");
+  setColor(constantColor(settings->constantId));
+  printWide(settings->displayName != nullptr ? settings->displayName : "");
+  colorDefault();
+  printWide("\n");
+
+  printWide("Algorithm:  ");
+  printAlgorithmName(settings);
   printWide("\n\n");
 
   printWide("Decimal Digits    :   ");

@@ -1,7 +1,17 @@
 // The computation driver: turns a ComputeSettings record into a run.
 #pragma once
 
+#include <cstdint>
+
 struct ComputeSettings;
+
+// Margin the driver adds to the estimate when it reserves the arena, for the
+// small blocks of a run; the settings screen shows the same sum.
+constexpr uint64_t arenaMargin = 1048576;
+
+// The algorithm's name in colour 14, with the size of the Euler series for
+// constant 10, then colour 7. Shared by the run header and the settings screen.
+void printAlgorithmName(const ComputeSettings* settings);
 
 // Prints the run's header, reserves the arena (memoryNeeded + 1 MiB, kept in
 // settings->heap), builds the transform tables, runs the constant, prints the

@@ -5,28 +5,13 @@
 #include "constants/compute_settings.h"
 #include "platform/console.h"
 #include "shell/custom_menu.h"
+#include "shell/driver.h"
 
 namespace {
 
-// The driver adds this margin to the estimate when it reserves the arena;
-// the screen shows the same sum.
-constexpr uint64_t arenaMargin = 1048576;
-
 void printAlgorithmLine(const ComputeSettings* settings) {
   printWide("  2     Algorithm:   ");
-  colorYellow(true);
-  if (settings->algorithm < algorithmCount(settings)) {
-    printWide(settings->algorithmNames[settings->algorithm]);
-  }
-  if (settings->constantId == constantEuler) {
-    uint32_t k = settings->constantParameter;
-    if (settings->algorithm == 2) {
-      printNarrow("  ( n = 2^%u , 2^%u )", k, k + 1);
-    } else {
-      printNarrow("  ( n = 2^%u )", k + 1);
-    }
-  }
-  colorDefault();
+  printAlgorithmName(settings);
   printWide("\n\n");
 }
 
