@@ -1,8 +1,6 @@
 // The memory and the shape of an FFT product: heap blocks that fail with a
 // byte count rather than fatally, and the transform that a size asks for.
-#include <atomic>
 #include <cstdlib>
-#include <mutex>
 
 #include "arith/fft_internal.h"
 #include "memory/heap.h"
@@ -57,29 +55,14 @@ FftShape fftShapeFor(uint64_t operandBits, const FftLookupTables* tables) {
   return shape;
 }
 
-// INTERIM, until the hybrid transform takes over the products past the
-// direct FFT's range (and past what the run's tables were built for): such
-// products run on the FFT's larger rows with tables of this module. They grow
-// on demand under a lock and are kept for the life of the process; a grown
-// table replaces the older one for new products but the older one is never
-// freed, since another thread may still be reading it. This is the one place
-// that routes a product to tables the run did not build.
+// The tables a transform of `code` reads: the run's, which are built for
+// every product the run makes (the direct FFT up to its largest plain size
+// and every element of the hybrid transform). A code they don't serve is a
+// fault of the caller.
 const FftLookupTables* fftTablesServing(const FftLookupTables* tables, SizeCode code) {
-  if (tables != nullptr && code <= tables->builtCode) return tables;
-  static std::mutex growing;
-  static std::atomic<FftLookupTables*> own{nullptr};
-  FftLookupTables* current = own.load(std::memory_order_acquire);
-  if (current != nullptr && code <= current->builtCode) return current;
-  std::lock_guard<std::mutex> hold(growing);
-  current = own.load(std::memory_order_acquire);
-  if (current != nullptr && code <= current->builtCode) return current;
-  FftLookupTables* fresh = static_cast<FftLookupTables*>(calloc(1, sizeof(FftLookupTables)));
-  if (fresh == nullptr || growFftTables(fresh, code) != 0) fatalMemory();
-  // Codes only grow, so a few dozen retired tables at most; they stay
-  // reachable here for the life of the process.
-  static FftLookupTables* retired[128];
-  static uint32_t retiredCount = 0;
-  if (current != nullptr && retiredCount < 128) retired[retiredCount++] = current;
-  own.store(fresh, std::memory_order_release);
-  return fresh;
+  if (tables == nullptr || code > tables->builtCode) {
+    invalidParameters("FFT Multiplication",
+                      "The lookup tables were not built for this transform length.");
+  }
+  return tables;
 }

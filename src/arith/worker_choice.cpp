@@ -5,6 +5,7 @@
 #include "arith/multiply.h"
 #include "arith/fft.h"
 #include "arith/fft_tables.h"
+#include "arith/hybrid.h"
 #include "arith/recursive.h"
 #include "arith/tuning.h"
 
@@ -55,10 +56,7 @@ bool multiplyWantsDiskPath(const BigInt& a, const BigInt& b) {
          lb >= hybridMultiplyThreshold && la <= 4 * lb && lb <= 4 * la;
 }
 
-// The one place that maps a method to its worker. INTERIM: the hybrid
-// transform is not in the build yet, so its sizes run on the FFT with larger
-// table rows (the FFT grows its tables for them); the hybrid workers replace
-// the two MultiplyHybrid arms when they arrive.
+// The one place that maps a method to its worker.
 uint64_t runSquareWorker(Heap* heap, const uint32_t* a, uint64_t n, uint32_t* product,
                          uint64_t chop, uint32_t threadPower, uint32_t attempt) {
   if (injectedFailure(attempt)) return injectedCode;
@@ -66,8 +64,9 @@ uint64_t runSquareWorker(Heap* heap, const uint32_t* a, uint64_t n, uint32_t* pr
     case MultiplyRecursive:
       return smallSquare(heap, a, n, product, chop);
     case MultiplyFft:
-    case MultiplyHybrid:  // interim: hybridSquare
       return fftSquare(heap, a, n, product, chop, fftTables);
+    case MultiplyHybrid:
+      return hybridSquare(heap, a, n, product, chop, fftTables, threadPower);
   }
   return smallSquare(heap, a, n, product, chop);
 }
@@ -82,9 +81,10 @@ uint64_t runMultiplyWorker(Heap* heap, const uint32_t* a, uint64_t lengthA, cons
     case MultiplyRecursive:
       break;
     case MultiplyFft:
-    case MultiplyHybrid:  // interim: hybridMultiply, both forms
       if (equal) return fftMultiplyEqual(heap, a, b, lengthA, product, chop, fftTables);
       return fftMultiply(heap, a, lengthA, b, lengthB, product, chop, fftTables);
+    case MultiplyHybrid:
+      return hybridMultiply(heap, a, lengthA, b, lengthB, product, chop, fftTables, threadPower);
   }
   if (equal) return smallMultiplyEqual(heap, a, b, lengthA, product, chop);
   return smallMultiply(heap, a, lengthA, b, lengthB, product, chop);

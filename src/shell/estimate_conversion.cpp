@@ -88,10 +88,10 @@ uint64_t estimateConversionDisk(uint64_t wordCount) {
 // Newton step of the inverse root, the building of the conversion table, the
 // normalisation of the base conversion (the number times a power of 10^9 of
 // its own length: the largest product of the run) and its top division.
-// Products above the recursive range run on the direct FFT at every size
-// (the hybrid and disk workers are not in the build): a square takes a
-// transform buffer and its points, 12 bytes a point of the row's length, a
-// product two buffers and the points, 20 bytes a point.
+// Products between the recursive range and the hybrid transform's run on
+// the direct FFT: a square takes a transform buffer and its points, 12 bytes
+// a point of the row's length, a product two buffers and the points, 20
+// bytes a point. Larger ones take the hybrid transform's figure.
 
 // Bytes of a heap block of `words` words: payload, header, guards, entry.
 static uint64_t rootBlock(uint64_t words) { return 4 * words + 64; }
@@ -116,6 +116,7 @@ static uint64_t rootHybridWork(uint64_t productWords) {
 static uint64_t rootProductWork(uint64_t na, uint64_t nb, bool square) {
   if (square) {
     if (na < fftSquareThreshold) return rootBlock(2 * na) + rootBlock(recursionScratchWords(na, true));
+    if (na >= hybridSquareThreshold) return rootHybridWork(2 * na);
     uint64_t length = rootFftLength(64 * na);
     if (length == 0) return rootHybridWork(2 * na);
     return 12 * length + 2 * 128;
@@ -123,6 +124,7 @@ static uint64_t rootProductWork(uint64_t na, uint64_t nb, bool square) {
   if (std::min(na, nb) < fftMultiplyThreshold) {
     return rootBlock(na + nb) + rootBlock(unbalancedScratchWords(na, nb));
   }
+  if (std::min(na, nb) >= hybridMultiplyThreshold) return rootHybridWork(na + nb);
   uint64_t length = rootFftLength(32 * (na + nb));
   if (length == 0) return rootHybridWork(na + nb);
   return 20 * length + 3 * 128;

@@ -31,16 +31,12 @@ uint64_t karatsubaScratchBytes(uint64_t s) {
   return 16 * s + 4 * t;
 }
 
-// The FFT's share of a product in the hybrid range. INTERIM, until the front
-// ends send these sizes to the hybrid transform: for now they run on the FFT
-// with larger rows, so the FFT's own figure at s is what they need, as far
-// as the FFT's table reaches (past its last row no product runs at all).
-// When the hybrid workers take over, this becomes the FFT at its largest
-// plain size, fftProductBytes(hybridStart - 1), and nothing else changes.
-static uint64_t hybridRangeFftBytes(uint64_t s) {
-  if (fftSizeRowFor(64 * s) >= fftSizeRowCount) return fftProductBytes(hybridStart - 1);
-  return fftProductBytes(s);
-}
+// The FFT's share of a product in the hybrid range: its largest plain size
+// (reached by the pieces of unbalanced products and by one thread below
+// hybridStart). The margin of 100 words that every other size gets would
+// step into a larger transform row here, so only the product's own words
+// of that margin are added: they cover the block headers and guard words.
+static uint64_t hybridRangeFftBytes() { return fftProductBytes(hybridStart - 1) + 8 * 100; }
 
 uint64_t productScratchAt(uint64_t s, uint32_t threadPower) {
   if (s < transformStart) {
@@ -49,7 +45,9 @@ uint64_t productScratchAt(uint64_t s, uint32_t threadPower) {
   }
   if (s >= hybridStart) {
     if (2 * s > hybridProductWordsLimit) estimateSizeExceeded();
-    return std::max(hybridPeakBytes(2 * s, threadPower), hybridRangeFftBytes(s));
+    // The transforms' own figure leaves out the product they write, which
+    // the FFT's figure holds: it is added here so that both mean the same.
+    return std::max(hybridPeakBytes(2 * s, threadPower) + 8 * s, hybridRangeFftBytes());
   }
   return fftProductBytes(s);
 }

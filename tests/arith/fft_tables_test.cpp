@@ -129,6 +129,7 @@ TEST(FftTables, SlowPathAgreesWithMpfrOnSampledAngles) {
 
 TEST(FftTables, GrowRebuildsOnlyShortPyramidsReleaseAndBuildAgain) {
   TablesGone cleanup;
+  releaseFftTables();
   buildFftTables(84);  // 5376 bits: the 256-point row, code 32
   ASSERT_NE(fftTables, nullptr);
   EXPECT_EQ(fftTables->builtCode, 32u);

@@ -14,6 +14,7 @@
 #include "arith/tuning.h"
 #include "memory/heap.h"
 #include "platform/console.h"
+#include "support/death_console.h"
 
 namespace {
 
@@ -207,14 +208,6 @@ TEST_F(FrontEnds, FailedAttemptsAreRetried) {
       for (BigInt* v : {&a, &b}) bigIntDestroy(v);
     }
   }
-}
-
-// In a death test the console goes to standard error, where the matcher can
-// see it, and the pause finds no input.
-void consoleToStandardError() {
-  consoleCaptureTo(nullptr);
-  dup2(STDERR_FILENO, STDOUT_FILENO);
-  consoleInputFrom("");
 }
 
 // Each ends the program: a third failure; a failure with ECC disabled; worker

@@ -16,16 +16,10 @@
 #include "digits/base_conversion.h"
 #include "memory/heap.h"
 #include "platform/console.h"
+#include "support/death_console.h"
 #include "support/gmp_bridge.h"
 
 namespace conversion_test {
-
-// In a death test the console goes to standard error, where the matcher
-// sees it, and the pause finds no input.
-inline void consoleToStandardError() {
-  dup2(STDERR_FILENO, STDOUT_FILENO);
-  consoleInputFrom("");
-}
 
 // A root heap for one test; it must be empty again at the end.
 struct TestHeap {

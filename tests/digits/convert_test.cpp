@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "arith/fft_tables.h"
 #include "conversion_support.h"
 #include "digits/base_conversion.h"
 #include "platform/threads.h"
@@ -181,6 +182,8 @@ TEST(ConvertToDecimal, PrimaryAndSecondaryCutsGiveTheSameDigits) {
 
 TEST(ConvertToDecimalDeathTest, ACorruptedWordIsCaughtByTheChecksum) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
+  // The child of a threadsafe death test starts without the tables.
+  buildFftTables(100000);
   Random random = testRandom();
   std::vector<uint32_t> words = operand(random, Kind::Uniform, 3000);
   for (uint32_t threads : {0u, 1u}) {

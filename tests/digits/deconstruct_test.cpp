@@ -8,6 +8,7 @@
 
 #include <vector>
 
+#include "arith/fft_tables.h"
 #include "conversion_support.h"
 #include "digits/base_conversion.h"
 #include "support/gmp_bridge.h"
@@ -132,6 +133,8 @@ TEST(DivideAndModulus, RandomAndEdgeDividendsAtEveryLevelAgreeWithGmp) {
 // runs out. Both end as algorithmic failures (a deliberate crash).
 TEST(DivideAndModulusDeathTest, AWrongReciprocalRunsOutOfCorrections) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
+  // The child of a threadsafe death test starts without the tables.
+  buildFftTables(100000);
   TestHeap arena(16 << 20);
   BaseConversionTable table;
   buildTable(&arena.heap, 200, &table);

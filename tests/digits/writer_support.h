@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "support/death_console.h"
 #include "support/gmp_bridge.h"
 
 namespace writer_test {
@@ -37,13 +38,6 @@ inline std::string readFile(const std::string& path) {
   std::stringstream text;
   text << in.rdbuf();
   return text.str();
-}
-
-// In a death test the console goes to standard error, where the matcher
-// sees it, and the pause finds no input.
-inline void consoleToStandardError() {
-  dup2(STDERR_FILENO, STDOUT_FILENO);
-  consoleInputFrom("");
 }
 
 // A value's digits without leading zeros and the place of the point in

@@ -129,16 +129,12 @@ TEST(EstimateProduct, ScratchByClassAtItsMargin) {
   EXPECT_EQ(productScratchAt(57, 0), 16u * 57 + 4 * (58 + 30 + 16));
   EXPECT_EQ(productScratchAt(58, 0), fftProductBytes(58));
   EXPECT_EQ(productScratchAt(13056, 0), fftProductBytes(13056));
-  // From 13057 the hybrid at twice the length, and for now the FFT's own
-  // figure, since the front ends still send these sizes to the FFT; past the
-  // FFT's last row the FFT at its largest plain size.
+  // From 13057 the hybrid at twice the length with the product's words, or
+  // the FFT at its largest plain size (the pieces of unbalanced products).
   for (uint32_t t : {0u, 4u}) {
-    for (uint64_t s : {uint64_t(13057), uint64_t(1000000)}) {
-      EXPECT_EQ(productScratchAt(s, t), std::max(hybridPeakBytes(2 * s, t), fftProductBytes(s)));
+    for (uint64_t s : {uint64_t(13057), uint64_t(1000000), fftProductBitsLimit / 64 + 1}) {
+      EXPECT_EQ(productScratchAt(s, t), std::max(hybridPeakBytes(2 * s, t) + 8 * s, fftProductBytes(13056) + 800));
     }
-    uint64_t beyond = fftProductBitsLimit / 64 + 1;
-    EXPECT_EQ(productScratchAt(beyond, t),
-              std::max(hybridPeakBytes(2 * beyond, t), fftProductBytes(13056)));
   }
   EXPECT_EQ(productScratch(1000, 0), productScratchAt(1100, 0));
 }
