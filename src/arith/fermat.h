@@ -32,6 +32,23 @@ void fermatShift(uint32_t* out, const uint32_t* x, uint64_t W, uint64_t bits);
 // scratch: W + 1 words (odd e only), overlapping neither.
 void fermatShiftHalf(uint32_t* out, const uint32_t* x, uint64_t W, uint64_t e, uint32_t* scratch);
 
+// ---- One-pass kernels (fermat_kernels.cpp) -----------------------------------
+// sum = a + b and out = (a - b) * 2^bits, bits < 2n, the difference written
+// straight at its shifted place. sum may alias a or b; out must not overlap
+// a or b unless bits mod n < 32 (then it may be either, word for word).
+void fermatSumShifted(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
+                      uint64_t W, uint64_t bits);
+// out = x * 2^bits, bits < 2n. out must not overlap x unless bits mod n < 32.
+void fermatShiftWords(uint32_t* out, const uint32_t* x, uint64_t W, uint64_t bits);
+// y = y * (2^(n/2) - 1) in place, which with a shift by n/4 more makes
+// sqrt(2) = 2^(3n/4) - 2^(n/4). Needs W even (false, y untouched, if odd).
+bool fermatTimesRootTwoFactor(uint32_t* y, uint64_t W);
+// The inverse butterfly in one pass: t = b * 2^bits (bits < 2n), sum =
+// a + t, out = a - t. sum may alias a; out must not overlap b unless
+// bits mod n < 32; neither output may overlap the other input.
+void fermatShiftedSum(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
+                      uint64_t W, uint64_t bits);
+
 // ---- Butterflies (fermat_butterfly.cpp) --------------------------------------
 // Words of butterfly scratch per thread.
 inline uint64_t fermatButterflyScratchWords(uint64_t W) { return 2 * (W + 1); }
@@ -39,6 +56,16 @@ inline uint64_t fermatButterflyScratchWords(uint64_t W) { return 2 * (W + 1); }
 void butterflyForward(uint32_t* a, uint32_t* b, uint64_t W, uint64_t e, uint32_t* scratch);
 // Its inverse up to a factor 2: t = b * 2^(-e/2), a = a + t, b = a - t.
 void butterflyInverse(uint32_t* a, uint32_t* b, uint64_t W, uint64_t e, uint32_t* scratch);
+// a = a + b, b = a - b.
+void butterflyPlain(uint32_t* a, uint32_t* b, uint64_t W);
+// Two levels on a0 .. a3 (the elements j, j + M, j + 2M, j + 3M of a
+// transform whose first-level butterfly j has the exponent e): the same
+// ring values as the four radix-2 butterflies. W must be even.
+void radix4Forward(uint32_t* a0, uint32_t* a1, uint32_t* a2, uint32_t* a3, uint64_t W, uint64_t e,
+                   uint32_t* scratch);
+// Its inverse (the inputs back, times 4), from the same e.
+void radix4Inverse(uint32_t* a0, uint32_t* a1, uint32_t* a2, uint32_t* a3, uint64_t W, uint64_t e,
+                   uint32_t* scratch);
 
 // ---- Transforms (fermat_radix.cpp, fermat_transform.cpp) ---------------------
 // Forward transform of 2^levels elements at `stride` words apart, decimation

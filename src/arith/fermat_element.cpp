@@ -2,9 +2,6 @@
 // addition, subtraction and negation with the overflow word folded back,
 // and multiplication by powers of two (sqrt(2) included).
 #include <cstdint>
-#include <cstring>
-
-#include <immintrin.h>
 
 #include "arith/fermat.h"
 
@@ -70,91 +67,20 @@ void fermatNegate(uint32_t* x, uint64_t W) {
   fermatFold(x, W, (acc >> 32) - int64_t(x[W]));
 }
 
-// Word `index` of x << r for an element x whose overflow word is 0, index
-// in [1, W]: the two words below meet in one 64-bit shift (r = 0 included).
-static inline uint32_t shiftedPair(const uint32_t* x, uint64_t index, uint32_t r) {
-  return uint32_t(((uint64_t(x[index]) << 32) | x[index - 1]) >> (32 - r));
-}
-
-// out = -2^bits for x = -1 (bits < 2n).
-static void shiftMinusOne(uint32_t* out, uint64_t W, uint64_t bits) {
-  const uint64_t n = 32 * W;
-  memset(out, 0, 4 * (W + 1));
-  const bool positive = bits >= n;  // -2^bits = 2^(bits - n)
-  if (positive) bits -= n;
-  out[bits >> 5] = uint32_t(1) << (bits & 31);
-  if (!positive) fermatNegate(out, W);
-}
-
-// Two words of x << r at word `index` (1 <= index, index + 1 <= W - 1).
-static inline unsigned long long shiftedPair64(const uint32_t* x, uint64_t index, uint32_t r) {
-  unsigned long long pair;
-  memcpy(&pair, x + index, 8);
-  return (pair << r) | (uint64_t(x[index - 1]) >> (32 - r));
-}
-
-// out[p] = (first - second - borrow) over words [from, to), where one of
-// the two is zero and the other is x << r read at word p + offset.
-template <bool xIsSubtracted>
-static inline unsigned char shiftRun(uint32_t* out, const uint32_t* x, uint64_t from, uint64_t to,
-                                     uint64_t offset, uint32_t r, unsigned char borrow) {
-  uint64_t p = from;
-  for (; p + 2 <= to; p += 2) {
-    const unsigned long long v = shiftedPair64(x, p + offset, r);
-    unsigned long long d;
-    borrow = xIsSubtracted ? _subborrow_u64(borrow, 0, v, &d) : _subborrow_u64(borrow, v, 0, &d);
-    memcpy(out + p, &d, 8);
-  }
-  if (p < to) {
-    const uint32_t v = shiftedPair(x, p + offset, r);
-    unsigned int d;
-    borrow = xIsSubtracted ? _subborrow_u32(borrow, 0, v, &d) : _subborrow_u32(borrow, v, 0, &d);
-    out[p] = d;
-  }
-  return borrow;
-}
-
 void fermatShift(uint32_t* out, const uint32_t* x, uint64_t W, uint64_t bits) {
-  if (x[W] != 0) {
-    shiftMinusOne(out, W, bits);
-    return;
-  }
-  const uint64_t n = 32 * W;
-  const bool negate = bits >= n;
-  if (negate) bits -= n;
-  const uint64_t q = bits >> 5;
-  const uint32_t r = uint32_t(bits & 31);
-  // y = x * 2^bits = A + B 2^n with A, B below 2^n; the result is A - B
-  // (B - A when the shift passed n), one borrow chain. B's words land at
-  // positions [0, q], A's at [q, W); the single word at q has both.
-  const uint32_t lowAtQ = x[0] << r;
-  const uint32_t highAtQ = r == 0 ? 0 : x[W - 1] >> (32 - r);
-  unsigned char borrow;
-  unsigned int d;
-  if (!negate) {
-    borrow = shiftRun<true>(out, x, 0, q, W - q, r, 0);
-    borrow = _subborrow_u32(borrow, lowAtQ, highAtQ, &d);
-    out[q] = d;
-    borrow = shiftRun<false>(out, x, q + 1, W, uint64_t(0) - q, r, borrow);
-  } else {
-    borrow = shiftRun<false>(out, x, 0, q, W - q, r, 0);
-    borrow = _subborrow_u32(borrow, highAtQ, lowAtQ, &d);
-    out[q] = d;
-    borrow = shiftRun<true>(out, x, q + 1, W, uint64_t(0) - q, r, borrow);
-  }
-  fermatFold(out, W, -int64_t(borrow));
+  fermatShiftWords(out, x, W, bits);
 }
 
 void fermatShiftHalf(uint32_t* out, const uint32_t* x, uint64_t W, uint64_t e, uint32_t* scratch) {
   const uint64_t n = 32 * W;
   e %= 4 * n;
   if ((e & 1) == 0) {
-    fermatShift(out, x, W, e >> 1);
+    fermatShiftWords(out, x, W, e >> 1);
     return;
   }
-  // 2^(e/2) = 2^s * sqrt(2) = 2^(s + 3n/4) - 2^(s + n/4), s = (e - 1) / 2.
-  const uint64_t s = e >> 1;
-  fermatShift(out, x, W, (s + 3 * n / 4) % (2 * n));
-  fermatShift(scratch, x, W, (s + n / 4) % (2 * n));
-  fermatSub(out, out, scratch, W);
+  // 2^(e/2) = 2^s sqrt(2) = 2^(s + n/4) (2^(n/2) - 1), s = (e - 1) / 2.
+  fermatShiftWords(out, x, W, ((e >> 1) + n / 4) % (2 * n));
+  if (fermatTimesRootTwoFactor(out, W)) return;
+  fermatShiftWords(scratch, out, W, n / 2);
+  fermatSub(out, scratch, out, W);
 }

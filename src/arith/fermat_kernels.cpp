@@ -1,0 +1,341 @@
+// The one-pass kernels of the Fermat transform: the sum of two elements
+// together with their difference multiplied by 2^bits, written straight at
+// its shifted position; the bare shift; and the multiplication by
+// 2^(n/2) - 1 that turns a shift into one by an odd number of half bits.
+//
+// All work on 64-bit limbs through the processor's carry flag, two words
+// at a time, with a single-word step where a run has an odd length.
+//
+// A shift by bits = 32q + r (q < W, r < 32) of the n-bit value d splits it
+// into A = (d << bits) mod 2^n, words [q, W), and B = (d << bits) >> n,
+// words [0, q] (its top part, the r high bits of d, at word q). The result
+// is A - B: d's words from 0 to W - q - 1 give A and are stored as they
+// come; the rest give B, which is subtracted from zero with a borrow chain
+// into words [0, q). The borrow out of that chain, B's word at q and the
+// overflow word of d are then one small signed number added at word q, a
+// carry that stops at the first word that absorbs it.
+#include <cstdint>
+#include <cstring>
+
+#include <immintrin.h>
+
+#include "arith/fermat.h"
+
+namespace {
+
+inline unsigned long long load64(const uint32_t* p) {
+  unsigned long long v;
+  memcpy(&v, p, 8);
+  return v;
+}
+inline void store64(uint32_t* p, unsigned long long v) { memcpy(p, &v, 8); }
+
+// Adds delta * 2^(32 at) to the words of x[0 .. W); returns the carry out
+// of word W - 1, a count of 2^n, added to `top`. Stops where the carry dies.
+inline int64_t rippleAt(uint32_t* x, uint64_t W, uint64_t at, int64_t delta, int64_t top) {
+  for (uint64_t p = at; delta != 0 && p < W; p++) {
+    delta += int64_t(x[p]);
+    x[p] = uint32_t(delta);
+    delta >>= 32;
+  }
+  return top + delta;
+}
+
+enum class Kind { butterfly, shift };
+
+// The difference (or, for Kind::shift, the value itself) word by word:
+// kind butterfly with `swap` gives b - a, without a - b; kind shift with
+// `swap` gives 0 - a. The sum a + b goes to sum[] for a butterfly.
+template <Kind kind, bool swap>
+struct Step {
+  static inline unsigned long long diff64(unsigned char& borrow, unsigned long long x,
+                                          unsigned long long y) {
+    unsigned long long d;
+    if constexpr (kind == Kind::butterfly) {
+      borrow = swap ? _subborrow_u64(borrow, y, x, &d) : _subborrow_u64(borrow, x, y, &d);
+    } else if constexpr (swap) {
+      borrow = _subborrow_u64(borrow, 0, x, &d);
+    } else {
+      d = x;
+    }
+    return d;
+  }
+  static inline unsigned int diff32(unsigned char& borrow, unsigned int x, unsigned int y) {
+    unsigned int d;
+    if constexpr (kind == Kind::butterfly) {
+      borrow = swap ? _subborrow_u32(borrow, y, x, &d) : _subborrow_u32(borrow, x, y, &d);
+    } else if constexpr (swap) {
+      borrow = _subborrow_u32(borrow, 0, x, &d);
+    } else {
+      d = x;
+    }
+    return d;
+  }
+};
+
+// The running state of shiftedKernel: the carry of the sum, the borrow of
+// the difference, the borrow of the wrapped part, d's last word.
+struct Chains {
+  unsigned char carry, borrow, outBorrow;
+  unsigned long long previous;
+};
+
+// L limbs (2L words) of the kernel from word j: the sum to sum + j, the
+// shifted difference to out + at, plain (part A) or subtracted from zero
+// (`wrapped`, part B). Each chain runs through all L limbs in turn, so
+// the carry flag is saved and restored once per chain and block.
+template <Kind kind, bool swap, bool wrapped, bool whole, int L>
+inline void shiftedBlock(Chains& c, uint32_t* sum, uint32_t* out, const uint32_t* a,
+                         const uint32_t* b, uint64_t j, uint64_t at, uint32_t r) {
+  using S = Step<kind, swap>;
+  unsigned long long x[L], y[L], d[L];
+#pragma GCC unroll 4
+  for (int u = 0; u < L; u++) {
+    x[u] = load64(a + j + 2 * u);
+    y[u] = kind == Kind::butterfly ? load64(b + j + 2 * u) : 0;
+  }
+  if constexpr (kind == Kind::butterfly) {
+#pragma GCC unroll 4
+    for (int u = 0; u < L; u++) {
+      unsigned long long t;
+      c.carry = _addcarry_u64(c.carry, x[u], y[u], &t);
+      store64(sum + j + 2 * u, t);
+    }
+  }
+#pragma GCC unroll 4
+  for (int u = 0; u < L; u++) d[u] = S::diff64(c.borrow, x[u], y[u]);
+  if constexpr (!whole) {
+    const uint32_t down = 32 - r;
+#pragma GCC unroll 4
+    for (int u = 0; u < L; u++) {
+      const unsigned long long shifted = (d[u] << r) | (c.previous >> down);
+      c.previous = d[u] >> 32;
+      d[u] = shifted;
+    }
+  }
+  if constexpr (wrapped) {
+#pragma GCC unroll 4
+    for (int u = 0; u < L; u++) c.outBorrow = _subborrow_u64(c.outBorrow, 0, d[u], &d[u]);
+  }
+#pragma GCC unroll 4
+  for (int u = 0; u < L; u++) store64(out + at + 2 * u, d[u]);
+}
+
+// One word of the kernel, for runs of odd length.
+template <Kind kind, bool swap, bool wrapped>
+inline void shiftedWord(Chains& c, uint32_t* sum, uint32_t* out, const uint32_t* a,
+                        const uint32_t* b, uint64_t j, uint64_t at, uint32_t r) {
+  const unsigned int x = a[j], y = kind == Kind::butterfly ? b[j] : 0;
+  if constexpr (kind == Kind::butterfly) {
+    unsigned int t;
+    c.carry = _addcarry_u32(c.carry, x, y, &t);
+    sum[j] = t;
+  }
+  const unsigned int d = Step<kind, swap>::diff32(c.borrow, x, y);
+  const uint32_t shifted = uint32_t((uint64_t(d) << r) | (c.previous >> (32 - r)));
+  c.previous = d;
+  if constexpr (wrapped) {
+    unsigned int o;
+    c.outBorrow = _subborrow_u32(c.outBorrow, 0, shifted, &o);
+    out[at] = o;
+  } else {
+    out[at] = shifted;
+  }
+}
+
+// Words [from, to) of d to out + (j + offset).
+template <Kind kind, bool swap, bool wrapped>
+inline void shiftedRun(Chains& c, uint32_t* sum, uint32_t* out, const uint32_t* a,
+                       const uint32_t* b, uint64_t from, uint64_t to, uint64_t offset,
+                       uint32_t r) {
+  uint64_t j = from;
+  // A whole-word shift needs no bit shifting: d's last word is then only
+  // wanted at the end, for part B's high word at q, which is 0.
+  if (r == 0) {
+    for (; j + 8 <= to; j += 8)
+      shiftedBlock<kind, swap, wrapped, true, 4>(c, sum, out, a, b, j, j + offset, 0);
+    c.previous = 0;
+  } else {
+    for (; j + 8 <= to; j += 8)
+      shiftedBlock<kind, swap, wrapped, false, 4>(c, sum, out, a, b, j, j + offset, r);
+  }
+  for (; j + 2 <= to; j += 2)
+    shiftedBlock<kind, swap, wrapped, false, 1>(c, sum, out, a, b, j, j + offset, r);
+  if (j < to) shiftedWord<kind, swap, wrapped>(c, sum, out, a, b, j, j + offset, r);
+}
+
+// sum = a + b (butterfly only) and out = d * 2^(32q + r) with d as above.
+// sum may alias a or b; out must not overlap a or b unless q = 0.
+template <Kind kind, bool swap>
+void shiftedKernel(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b, uint64_t W,
+                   uint64_t q, uint32_t r) {
+  const int64_t topA = int32_t(a[W]);
+  const int64_t topB = kind == Kind::butterfly ? int64_t(int32_t(b[W])) : 0;
+  Chains c = {0, 0, 0, 0};
+  const uint64_t split = W - q;
+  // Words [0, W - q) of d: the part A, stored at q upward; the rest, the
+  // part B, subtracted from zero at word 0 upward.
+  shiftedRun<kind, swap, false>(c, sum, out, a, b, 0, split, q, r);
+  shiftedRun<kind, swap, true>(c, sum, out, a, b, split, W, uint64_t(0) - split, r);
+  // d = words + topD * 2^n, and 2^n * 2^bits = -2^bits.
+  int64_t topD;
+  if constexpr (kind == Kind::butterfly) {
+    topD = swap ? topB - topA - c.borrow : topA - topB - c.borrow;
+    fermatFold(sum, W, topA + topB + c.carry);
+  } else {
+    topD = swap ? -topA - c.borrow : topA;
+  }
+  const int64_t highAtQ = int64_t(c.previous >> (32 - r));
+  const int64_t delta = -(int64_t(c.outBorrow) + highAtQ) - topD * (int64_t(1) << r);
+  fermatFold(out, W, rippleAt(out, W, q, delta, 0));
+}
+
+template <Kind kind>
+void shiftedDispatch(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
+                     uint64_t W, uint64_t bits) {
+  const uint64_t n = 32 * W;
+  if (bits >= n) {
+    bits -= n;
+    shiftedKernel<kind, true>(sum, out, a, b, W, bits >> 5, uint32_t(bits & 31));
+  } else {
+    shiftedKernel<kind, false>(sum, out, a, b, W, bits >> 5, uint32_t(bits & 31));
+  }
+}
+
+// Word pair p, p + 1 of b << r for 1 <= p, p + 1 < W: b's words p + 1, p
+// and the high bits of p - 1.
+inline unsigned long long shiftedPairAt(const uint32_t* b, uint64_t p, uint32_t r) {
+  return (load64(b + p) << r) | (uint64_t(b[p - 1]) >> (32 - r));
+}
+
+// The inverse butterfly: with t = b * 2^(32q + r) = A - B (parts as
+// above), plus = a + t and minus = a - t, in one pass in the order of the
+// output words: below q, plus subtracts B and minus adds it; above q, plus
+// adds A and minus subtracts it; word q has both, in signed arithmetic,
+// and what its carry can't hand on as a carry flag is rippled in after.
+// With `swap` t is negated (the shift passed n): sum gets minus, out plus.
+template <bool swap>
+void shiftedSumKernel(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
+                      uint64_t W, uint64_t q, uint32_t r) {
+  uint32_t* plus = swap ? out : sum;
+  uint32_t* minus = swap ? sum : out;
+  const int64_t topA = int32_t(a[W]), topB = int32_t(b[W]);
+  const uint32_t down = 32 - r;
+  unsigned char borrowPlus = 0, carryMinus = 0;
+  uint64_t p = 0;
+  for (; p + 2 <= q; p += 2) {
+    const unsigned long long x = load64(a + p), y = shiftedPairAt(b, p + W - q, r);
+    unsigned long long u, v;
+    borrowPlus = _subborrow_u64(borrowPlus, x, y, &u);
+    carryMinus = _addcarry_u64(carryMinus, x, y, &v);
+    store64(plus + p, u);
+    store64(minus + p, v);
+  }
+  if (p < q) {
+    const unsigned int x = a[p];
+    const unsigned int y = uint32_t((uint64_t(b[W - 1]) << r) | (uint64_t(b[W - 2]) >> down));
+    unsigned int u, v;
+    borrowPlus = _subborrow_u32(borrowPlus, x, y, &u);
+    carryMinus = _addcarry_u32(carryMinus, x, y, &v);
+    plus[p] = u;
+    minus[p] = v;
+  }
+  // Word q: A's lowest word and B's highest.
+  const int64_t lowA = uint32_t(b[0] << r), highB = int64_t(uint64_t(b[W - 1]) >> down);
+  const int64_t aq = a[q];
+  const int64_t atPlus = aq + lowA - highB - borrowPlus;
+  const int64_t atMinus = aq - lowA + highB + carryMinus;
+  plus[q] = uint32_t(atPlus);
+  minus[q] = uint32_t(atMinus);
+  // Carries of -1 (plus) or +1 (minus) don't fit the flags: kept for later.
+  unsigned char carryPlus = (atPlus >> 32) > 0 ? 1 : 0;
+  unsigned char borrowMinus = (atMinus >> 32) < 0 ? 1 : 0;
+  const int64_t laterPlus = (atPlus >> 32) < 0 ? -1 : 0;
+  const int64_t laterMinus = (atMinus >> 32) > 0 ? 1 : 0;
+  p = q + 1;
+  for (; p + 2 <= W; p += 2) {
+    const unsigned long long x = load64(a + p), y = shiftedPairAt(b, p - q, r);
+    unsigned long long u, v;
+    carryPlus = _addcarry_u64(carryPlus, x, y, &u);
+    borrowMinus = _subborrow_u64(borrowMinus, x, y, &v);
+    store64(plus + p, u);
+    store64(minus + p, v);
+  }
+  if (p < W) {
+    const unsigned int x = a[p];
+    const unsigned int y = uint32_t((uint64_t(b[p - q]) << r) | (uint64_t(b[p - q - 1]) >> down));
+    unsigned int u, v;
+    carryPlus = _addcarry_u32(carryPlus, x, y, &u);
+    borrowMinus = _subborrow_u32(borrowMinus, x, y, &v);
+    plus[p] = u;
+    minus[p] = v;
+  }
+  // b's overflow word: t has -topB 2^(32q + r) besides A - B.
+  const int64_t topTerm = topB * (int64_t(1) << r);
+  int64_t top = rippleAt(plus, W, q, -topTerm, topA + carryPlus);
+  fermatFold(plus, W, rippleAt(plus, W, q + 1, laterPlus, top));
+  top = rippleAt(minus, W, q, topTerm, topA - borrowMinus);
+  fermatFold(minus, W, rippleAt(minus, W, q + 1, laterMinus, top));
+}
+
+}  // namespace
+
+void fermatShiftedSum(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
+                      uint64_t W, uint64_t bits) {
+  const uint64_t n = 32 * W;
+  if (bits >= n) {
+    bits -= n;
+    shiftedSumKernel<true>(sum, out, a, b, W, bits >> 5, uint32_t(bits & 31));
+  } else {
+    shiftedSumKernel<false>(sum, out, a, b, W, bits >> 5, uint32_t(bits & 31));
+  }
+}
+
+void fermatSumShifted(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
+                      uint64_t W, uint64_t bits) {
+  shiftedDispatch<Kind::butterfly>(sum, out, a, b, W, bits);
+}
+
+void fermatShiftWords(uint32_t* out, const uint32_t* x, uint64_t W, uint64_t bits) {
+  shiftedDispatch<Kind::shift>(nullptr, out, x, nullptr, W, bits);
+}
+
+bool fermatTimesRootTwoFactor(uint32_t* y, uint64_t W) {
+  if (W % 2 != 0) return false;
+  if (y[W] != 0) {
+    // -1 times the factor is 1 - 2^(n/2), that is 2^n - 2^(n/2) + 2.
+    memset(y, 0, 4 * (W + 1));
+    memset(y + W / 2, 0xff, 4 * (W / 2));
+    y[0] = 2;
+    return true;
+  }
+  // y = L + H 2^(n/2): y (2^(n/2) - 1) = -(L + H) + (L - H) 2^(n/2). Word i
+  // of the low half and word i of the high half depend on L_i and H_i only,
+  // so the pass runs in place.
+  const uint64_t h = W / 2;
+  uint32_t* low = y;
+  uint32_t* high = y + h;
+  unsigned char b1 = 0, b2 = 0, b3 = 0;
+  uint64_t i = 0;
+  for (; i + 2 <= h; i += 2) {
+    const unsigned long long l = load64(low + i), u = load64(high + i);
+    unsigned long long t, s, d;
+    b1 = _subborrow_u64(b1, 0, l, &t);
+    b2 = _subborrow_u64(b2, t, u, &s);
+    b3 = _subborrow_u64(b3, l, u, &d);
+    store64(low + i, s);
+    store64(high + i, d);
+  }
+  if (i < h) {
+    const unsigned int l = low[i], u = high[i];
+    unsigned int t, s, d;
+    b1 = _subborrow_u32(b1, 0, l, &t);
+    b2 = _subborrow_u32(b2, t, u, &s);
+    b3 = _subborrow_u32(b3, l, u, &d);
+    low[i] = s;
+    high[i] = d;
+  }
+  // The low chain left (b1 + b2) 2^(n/2) too much, the high chain b3 2^n.
+  fermatFold(y, W, rippleAt(y, W, h, -int64_t(b1) - int64_t(b2), -int64_t(b3)));
+  return true;
+}
