@@ -3,12 +3,13 @@
 // (arb_get_str) in the same process, on one and two threads, and checks that
 // both give the same digits.
 //
-//   pi_bench [--digits D]... [--algorithm 0|1] [--quick]
+//   pi_bench [--digits D]... [--algorithm 0|1] [--two-threads] [--quick]
 //
 // Default sizes are 1,000,000 and 10,000,000 digits (--quick: the first
 // only). Per size and thread count it prints numbrella's series-and-finish
 // time, its conversion time, their sum, Arb's constant and conversion times,
-// their sum and the ratio of the two sums. Each figure is one run; Arb's
+// their sum, the ratio of the two sums, and numbrella's memory estimate
+// against the arena's measured peak. Each figure is one run; Arb's
 // cache of the constant is emptied before each of its runs.
 #include <arb.h>
 #include <flint/flint.h>
@@ -40,6 +41,7 @@ double now() {
 struct Options {
   std::vector<uint64_t> digits;
   uint32_t algorithm = piChudnovsky;
+  std::vector<uint32_t> threadPowers = {0, 1};
 };
 
 Options parse(int argc, char** argv) {
@@ -50,11 +52,13 @@ Options parse(int argc, char** argv) {
       quick = true;
     } else if (!std::strcmp(argv[i], "--digits") && i + 1 < argc) {
       options.digits.push_back(std::strtoull(argv[++i], nullptr, 10));
+    } else if (!std::strcmp(argv[i], "--two-threads")) {
+      options.threadPowers = {1};
     } else if (!std::strcmp(argv[i], "--algorithm") && i + 1 < argc) {
       options.algorithm =
           uint32_t(std::strtoul(argv[++i], nullptr, 10)) == 1 ? piRamanujan : piChudnovsky;
     } else {
-      std::fprintf(stderr, "usage: %s [--digits D]... [--algorithm 0|1] [--quick]\n", argv[0]);
+      std::fprintf(stderr, "usage: %s [--digits D]... [--algorithm 0|1] [--two-threads] [--quick]\n", argv[0]);
       std::exit(2);
     }
   }
@@ -82,6 +86,8 @@ struct Timing {
   double compute;
   double convert;
   std::string digits;  // "3" and the fraction, no point
+  uint64_t estimate = 0;  // numbrella only: the run's memory estimate, bytes
+  uint64_t peak = 0;      // and the arena's measured high-water mark
 };
 
 Timing runNumbrella(uint32_t algorithm, uint64_t decimalDigits, uint32_t threadPower) {
@@ -115,6 +121,8 @@ Timing runNumbrella(uint32_t algorithm, uint64_t decimalDigits, uint32_t threadP
   consoleCaptureTo(nullptr);
 
   timing.digits = decimalText(out.digits.words, out.digits.length, decimalDigits + 1);
+  timing.estimate = memory;
+  timing.peak = uint64_t(heap.peakUsed - heap.base);
   releaseConversionOutput(&out);
   releaseBaseConversionTable(&table);
   bigFloatDestroy(&pi);
@@ -151,11 +159,11 @@ int main(int argc, char** argv) {
   Options options = parse(argc, argv);
   std::printf("Pi by %s; times in seconds; ratio = numbrella / Arb\n",
               options.algorithm == piChudnovsky ? "Chudnovsky" : "Ramanujan");
-  std::printf("%10s %7s  %9s %9s %9s  %9s %9s %9s  %6s\n", "digits", "threads", "series", "convert",
-              "total", "arb pi", "arb str", "arb tot", "ratio");
+  std::printf("%10s %7s  %9s %9s %9s  %9s %9s %9s  %6s  %9s %9s\n", "digits", "threads", "series",
+              "convert", "total", "arb pi", "arb str", "arb tot", "ratio", "est MiB", "peak MiB");
   int failures = 0;
   for (uint64_t digits : options.digits) {
-    for (uint32_t threadPower : {0u, 1u}) {
+    for (uint32_t threadPower : options.threadPowers) {
       Timing ours = runNumbrella(options.algorithm, digits, threadPower);
       Timing arb = runArb(digits, threadPower);
       // Arb rounds its last digit; the ten before it must agree.
@@ -164,10 +172,12 @@ int main(int argc, char** argv) {
       if (!same) failures++;
       double total = ours.compute + ours.convert;
       double arbTotal = arb.compute + arb.convert;
-      std::printf("%10llu %7u  %9.3f %9.3f %9.3f  %9.3f %9.3f %9.3f  %6.2f%s\n",
+      if (ours.peak > ours.estimate) failures++;
+      std::printf("%10llu %7u  %9.3f %9.3f %9.3f  %9.3f %9.3f %9.3f  %6.2f  %9.1f %9.1f%s%s\n",
                   (unsigned long long)digits, 1u << threadPower, ours.compute, ours.convert, total,
                   arb.compute, arb.convert, arbTotal, total / arbTotal,
-                  same ? "" : "  DIGITS DIFFER");
+                  double(ours.estimate) / 1048576, double(ours.peak) / 1048576,
+                  same ? "" : "  DIGITS DIFFER", ours.peak > ours.estimate ? "  PEAK OVER ESTIMATE" : "");
       std::fflush(stdout);
     }
   }
