@@ -10,16 +10,20 @@
 // into A = (d << bits) mod 2^n, words [q, W), and B = (d << bits) >> n,
 // words [0, q] (its top part, the r high bits of d, at word q). The result
 // is A - B: d's words from 0 to W - q - 1 give A and are stored as they
-// come; the rest give B, which is subtracted from zero with a borrow chain
-// into words [0, q). The borrow out of that chain, B's word at q and the
-// overflow word of d are then one small signed number added at word q, a
-// carry that stops at the first word that absorbs it.
+// come; the rest give B, whose words [0, q) are stored complemented:
+// ~B = 2^(32q) - 1 - B, so 1 at word 0 and -1 at word q make them -B.
+// That -1, B's word at q and the overflow word of d are then one small
+// signed number added at word q, a carry that stops at the first word
+// that absorbs it.
 #include <cstdint>
 #include <cstring>
 
 #include <immintrin.h>
 
 #include "arith/fermat.h"
+#if defined(__ADX__) && defined(__BMI2__)
+#include "arith/fermat_kernels_adx.h"
+#endif
 
 namespace {
 
@@ -74,15 +78,15 @@ struct Step {
 };
 
 // The running state of shiftedKernel: the carry of the sum, the borrow of
-// the difference, the borrow of the wrapped part, d's last word.
+// the difference, d's last word.
 struct Chains {
-  unsigned char carry, borrow, outBorrow;
+  unsigned char carry, borrow;
   unsigned long long previous;
 };
 
 // L limbs (2L words) of the kernel from word j: the sum to sum + j, the
 // shifted difference to out + at, plain (part A) or subtracted from zero
-// (`wrapped`, part B). Each chain runs through all L limbs in turn, so
+// (`wrapped`, part B, stored complemented). Each chain runs through all L limbs in turn, so
 // the carry flag is saved and restored once per chain and block.
 template <Kind kind, bool swap, bool wrapped, bool whole, int L>
 inline void shiftedBlock(Chains& c, uint32_t* sum, uint32_t* out, const uint32_t* a,
@@ -115,7 +119,7 @@ inline void shiftedBlock(Chains& c, uint32_t* sum, uint32_t* out, const uint32_t
   }
   if constexpr (wrapped) {
 #pragma GCC unroll 4
-    for (int u = 0; u < L; u++) c.outBorrow = _subborrow_u64(c.outBorrow, 0, d[u], &d[u]);
+    for (int u = 0; u < L; u++) d[u] = ~d[u];
   }
 #pragma GCC unroll 4
   for (int u = 0; u < L; u++) store64(out + at + 2 * u, d[u]);
@@ -134,13 +138,7 @@ inline void shiftedWord(Chains& c, uint32_t* sum, uint32_t* out, const uint32_t*
   const unsigned int d = Step<kind, swap>::diff32(c.borrow, x, y);
   const uint32_t shifted = uint32_t((uint64_t(d) << r) | (c.previous >> (32 - r)));
   c.previous = d;
-  if constexpr (wrapped) {
-    unsigned int o;
-    c.outBorrow = _subborrow_u32(c.outBorrow, 0, shifted, &o);
-    out[at] = o;
-  } else {
-    out[at] = shifted;
-  }
+  out[at] = wrapped ? ~shifted : shifted;
 }
 
 // Words [from, to) of d to out + (j + offset).
@@ -149,6 +147,29 @@ inline void shiftedRun(Chains& c, uint32_t* sum, uint32_t* out, const uint32_t* 
                        const uint32_t* b, uint64_t from, uint64_t to, uint64_t offset,
                        uint32_t r) {
   uint64_t j = from;
+#ifdef NUMBRELLA_FERMAT_ADX
+  if constexpr (kind == Kind::butterfly) {
+    const uint64_t blocks = (to - from) / 8;
+    if (blocks > 0) {
+      uint64_t carry = c.carry, noBorrow = 1 - c.borrow;
+      const uint32_t* u = swap ? b : a;
+      const uint32_t* v = swap ? a : b;
+      if (r == 0) {
+        fermat_adx::forwardWords<wrapped>(u + j, v + j, sum + j, out + j + offset, blocks, carry,
+                                          noBorrow);
+        c.previous = 0;
+      } else {
+        uint64_t previous = c.previous << 32;
+        fermat_adx::forwardBits<wrapped>(u + j, v + j, sum + j, out + j + offset, blocks, r, carry,
+                                         noBorrow, previous);
+        c.previous = previous >> 32;
+      }
+      c.carry = uint8_t(carry);
+      c.borrow = uint8_t(1 - noBorrow);
+      j += 8 * blocks;
+    }
+  }
+#endif
   // A whole-word shift needs no bit shifting: d's last word is then only
   // wanted at the end, for part B's high word at q, which is 0.
   if (r == 0) {
@@ -171,7 +192,7 @@ void shiftedKernel(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32
                    uint64_t q, uint32_t r) {
   const int64_t topA = int32_t(a[W]);
   const int64_t topB = kind == Kind::butterfly ? int64_t(int32_t(b[W])) : 0;
-  Chains c = {0, 0, 0, 0};
+  Chains c = {0, 0, 0};
   const uint64_t split = W - q;
   // Words [0, W - q) of d: the part A, stored at q upward; the rest, the
   // part B, subtracted from zero at word 0 upward.
@@ -186,8 +207,10 @@ void shiftedKernel(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32
     topD = swap ? -topA - c.borrow : topA;
   }
   const int64_t highAtQ = int64_t(c.previous >> (32 - r));
-  const int64_t delta = -(int64_t(c.outBorrow) + highAtQ) - topD * (int64_t(1) << r);
-  fermatFold(out, W, rippleAt(out, W, q, delta, 0));
+  const int64_t complemented = q > 0 ? 1 : 0;
+  const int64_t delta = -(complemented + highAtQ) - topD * (int64_t(1) << r);
+  const int64_t top = rippleAt(out, W, q, delta, 0);
+  fermatFold(out, W, rippleAt(out, W, 0, complemented, top));
 }
 
 template <Kind kind>
@@ -223,6 +246,15 @@ void shiftedSumKernel(uint32_t* sum, uint32_t* out, const uint32_t* a, const uin
   const uint32_t down = 32 - r;
   unsigned char borrowPlus = 0, carryMinus = 0;
   uint64_t p = 0;
+#ifdef NUMBRELLA_FERMAT_ADX
+  if (q >= 8) {
+    uint64_t carry = 0, noBorrow = 1;
+    fermat_adx::inverseBlocks(a, b + W - q, minus, plus, q / 8, r, carry, noBorrow);
+    carryMinus = uint8_t(carry);
+    borrowPlus = uint8_t(1 - noBorrow);
+    p = q / 8 * 8;
+  }
+#endif
   for (; p + 2 <= q; p += 2) {
     const unsigned long long x = load64(a + p), y = shiftedPairAt(b, p + W - q, r);
     unsigned long long u, v;
@@ -253,6 +285,16 @@ void shiftedSumKernel(uint32_t* sum, uint32_t* out, const uint32_t* a, const uin
   const int64_t laterPlus = (atPlus >> 32) < 0 ? -1 : 0;
   const int64_t laterMinus = (atMinus >> 32) > 0 ? 1 : 0;
   p = q + 1;
+#ifdef NUMBRELLA_FERMAT_ADX
+  if (W - p >= 8) {
+    const uint64_t blocks = (W - p) / 8;
+    uint64_t carry = carryPlus, noBorrow = 1 - borrowMinus;
+    fermat_adx::inverseBlocks(a + p, b + 1, plus + p, minus + p, blocks, r, carry, noBorrow);
+    carryPlus = uint8_t(carry);
+    borrowMinus = uint8_t(1 - noBorrow);
+    p += 8 * blocks;
+  }
+#endif
   for (; p + 2 <= W; p += 2) {
     const unsigned long long x = load64(a + p), y = shiftedPairAt(b, p - q, r);
     unsigned long long u, v;

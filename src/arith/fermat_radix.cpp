@@ -45,12 +45,41 @@ void butterflyRun(uint32_t* elements, Shape shape, uint64_t half, uint64_t begin
   }
 }
 
-// The straight pass: all `levels` levels by radix-2 steps on 2^levels
-// elements (which a column stage keeps in cache together).
+// Radix-4 steps j in [0, quarter) on j, j + quarter, j + 2 quarter and
+// j + 3 quarter, the first-level exponent j * root + twist.
+void radix4Run(uint32_t* elements, Shape shape, uint64_t quarter, uint64_t root, uint64_t twist,
+               bool inverse, uint32_t* scratch) {
+  const uint64_t period = 128 * shape.W, step = quarter * shape.stride;
+  uint64_t e = twist % period;
+  for (uint64_t j = 0; j < quarter; j++) {
+    uint32_t* a = elements + j * shape.stride;
+    if (inverse) {
+      radix4Inverse(a, a + step, a + 2 * step, a + 3 * step, shape.W, e, scratch);
+    } else {
+      radix4Forward(a, a + step, a + 2 * step, a + 3 * step, shape.W, e, scratch);
+    }
+    e = (e + root) % period;
+  }
+}
+
+// The straight pass: all `levels` levels on 2^levels elements (which a
+// column stage keeps in cache together), two at a time by radix-4 steps
+// when W is even, else by radix-2 steps.
 void straightPass(uint32_t* elements, Shape shape, uint32_t levels, uint64_t twist, bool inverse,
                   uint32_t* scratch) {
   if (levels == 0) return;
   const uint64_t period = 128 * shape.W;
+  if (levels >= 2 && shape.W % 2 == 0) {
+    const uint64_t quarter = uint64_t(1) << (levels - 2), root = rootOf(shape.W, levels);
+    const uint64_t nextTwist = (4 * twist) % period;
+    if (!inverse) radix4Run(elements, shape, quarter, root, twist, false, scratch);
+    for (uint64_t part = 0; part < 4; part++) {
+      straightPass(elements + part * quarter * shape.stride, shape, levels - 2, nextTwist, inverse,
+                   scratch);
+    }
+    if (inverse) radix4Run(elements, shape, quarter, root, twist, true, scratch);
+    return;
+  }
   const uint64_t half = uint64_t(1) << (levels - 1), root = rootOf(shape.W, levels);
   const uint64_t nextTwist = (2 * twist) % period;
   if (!inverse) butterflyRun(elements, shape, half, 0, half, root, twist, false, scratch);
