@@ -141,14 +141,15 @@ inline void shiftedWord(Chains& c, uint32_t* sum, uint32_t* out, const uint32_t*
   out[at] = wrapped ? ~shifted : shifted;
 }
 
-// Words [from, to) of d to out + (j + offset).
-template <Kind kind, bool swap, bool wrapped>
+// Words [from, to) of d to out + (j + offset); `fast` takes the ADX loops
+// where the build has them.
+template <Kind kind, bool swap, bool wrapped, bool fast>
 inline void shiftedRun(Chains& c, uint32_t* sum, uint32_t* out, const uint32_t* a,
                        const uint32_t* b, uint64_t from, uint64_t to, uint64_t offset,
                        uint32_t r) {
   uint64_t j = from;
 #ifdef NUMBRELLA_FERMAT_ADX
-  if constexpr (kind == Kind::butterfly) {
+  if constexpr (fast && kind == Kind::butterfly) {
     const uint64_t blocks = (to - from) / 8;
     if (blocks > 0) {
       uint64_t carry = c.carry, noBorrow = 1 - c.borrow;
@@ -187,7 +188,7 @@ inline void shiftedRun(Chains& c, uint32_t* sum, uint32_t* out, const uint32_t* 
 
 // sum = a + b (butterfly only) and out = d * 2^(32q + r) with d as above.
 // sum may alias a or b; out must not overlap a or b unless q = 0.
-template <Kind kind, bool swap>
+template <Kind kind, bool swap, bool fast>
 void shiftedKernel(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b, uint64_t W,
                    uint64_t q, uint32_t r) {
   const int64_t topA = int32_t(a[W]);
@@ -196,8 +197,8 @@ void shiftedKernel(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32
   const uint64_t split = W - q;
   // Words [0, W - q) of d: the part A, stored at q upward; the rest, the
   // part B, subtracted from zero at word 0 upward.
-  shiftedRun<kind, swap, false>(c, sum, out, a, b, 0, split, q, r);
-  shiftedRun<kind, swap, true>(c, sum, out, a, b, split, W, uint64_t(0) - split, r);
+  shiftedRun<kind, swap, false, fast>(c, sum, out, a, b, 0, split, q, r);
+  shiftedRun<kind, swap, true, fast>(c, sum, out, a, b, split, W, uint64_t(0) - split, r);
   // d = words + topD * 2^n, and 2^n * 2^bits = -2^bits.
   int64_t topD;
   if constexpr (kind == Kind::butterfly) {
@@ -213,15 +214,15 @@ void shiftedKernel(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32
   fermatFold(out, W, rippleAt(out, W, 0, complemented, top));
 }
 
-template <Kind kind>
+template <Kind kind, bool fast>
 void shiftedDispatch(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
                      uint64_t W, uint64_t bits) {
   const uint64_t n = 32 * W;
   if (bits >= n) {
     bits -= n;
-    shiftedKernel<kind, true>(sum, out, a, b, W, bits >> 5, uint32_t(bits & 31));
+    shiftedKernel<kind, true, fast>(sum, out, a, b, W, bits >> 5, uint32_t(bits & 31));
   } else {
-    shiftedKernel<kind, false>(sum, out, a, b, W, bits >> 5, uint32_t(bits & 31));
+    shiftedKernel<kind, false, fast>(sum, out, a, b, W, bits >> 5, uint32_t(bits & 31));
   }
 }
 
@@ -237,7 +238,7 @@ inline unsigned long long shiftedPairAt(const uint32_t* b, uint64_t p, uint32_t 
 // adds A and minus subtracts it; word q has both, in signed arithmetic,
 // and what its carry can't hand on as a carry flag is rippled in after.
 // With `swap` t is negated (the shift passed n): sum gets minus, out plus.
-template <bool swap>
+template <bool swap, bool fast>
 void shiftedSumKernel(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
                       uint64_t W, uint64_t q, uint32_t r) {
   uint32_t* plus = swap ? out : sum;
@@ -247,7 +248,7 @@ void shiftedSumKernel(uint32_t* sum, uint32_t* out, const uint32_t* a, const uin
   unsigned char borrowPlus = 0, carryMinus = 0;
   uint64_t p = 0;
 #ifdef NUMBRELLA_FERMAT_ADX
-  if (q >= 8) {
+  if (fast && q >= 8) {
     uint64_t carry = 0, noBorrow = 1;
     fermat_adx::inverseBlocks(a, b + W - q, minus, plus, q / 8, r, carry, noBorrow);
     carryMinus = uint8_t(carry);
@@ -286,7 +287,7 @@ void shiftedSumKernel(uint32_t* sum, uint32_t* out, const uint32_t* a, const uin
   const int64_t laterMinus = (atMinus >> 32) > 0 ? 1 : 0;
   p = q + 1;
 #ifdef NUMBRELLA_FERMAT_ADX
-  if (W - p >= 8) {
+  if (fast && W - p >= 8) {
     const uint64_t blocks = (W - p) / 8;
     uint64_t carry = carryPlus, noBorrow = 1 - borrowMinus;
     fermat_adx::inverseBlocks(a + p, b + 1, plus + p, minus + p, blocks, r, carry, noBorrow);
@@ -322,24 +323,44 @@ void shiftedSumKernel(uint32_t* sum, uint32_t* out, const uint32_t* a, const uin
 
 }  // namespace
 
-void fermatShiftedSum(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
-                      uint64_t W, uint64_t bits) {
+namespace {
+
+template <bool fast>
+void shiftedSumDispatch(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
+                        uint64_t W, uint64_t bits) {
   const uint64_t n = 32 * W;
   if (bits >= n) {
     bits -= n;
-    shiftedSumKernel<true>(sum, out, a, b, W, bits >> 5, uint32_t(bits & 31));
+    shiftedSumKernel<true, fast>(sum, out, a, b, W, bits >> 5, uint32_t(bits & 31));
   } else {
-    shiftedSumKernel<false>(sum, out, a, b, W, bits >> 5, uint32_t(bits & 31));
+    shiftedSumKernel<false, fast>(sum, out, a, b, W, bits >> 5, uint32_t(bits & 31));
   }
+}
+
+}  // namespace
+
+void fermatShiftedSum(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
+                      uint64_t W, uint64_t bits) {
+  shiftedSumDispatch<true>(sum, out, a, b, W, bits);
 }
 
 void fermatSumShifted(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
                       uint64_t W, uint64_t bits) {
-  shiftedDispatch<Kind::butterfly>(sum, out, a, b, W, bits);
+  shiftedDispatch<Kind::butterfly, true>(sum, out, a, b, W, bits);
 }
 
 void fermatShiftWords(uint32_t* out, const uint32_t* x, uint64_t W, uint64_t bits) {
-  shiftedDispatch<Kind::shift>(nullptr, out, x, nullptr, W, bits);
+  shiftedDispatch<Kind::shift, true>(nullptr, out, x, nullptr, W, bits);
+}
+
+void fermatSumShiftedPortable(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
+                              uint64_t W, uint64_t bits) {
+  shiftedDispatch<Kind::butterfly, false>(sum, out, a, b, W, bits);
+}
+
+void fermatShiftedSumPortable(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
+                              uint64_t W, uint64_t bits) {
+  shiftedSumDispatch<false>(sum, out, a, b, W, bits);
 }
 
 bool fermatTimesRootTwoFactor(uint32_t* y, uint64_t W) {

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "../support/gmp_bridge.h"
@@ -133,6 +134,129 @@ TEST(FermatElement, ButterfliesOnMinusOneAndZeroExponent) {
       mpz_mul_2exp(vb.z, vb.z, 1);
       ASSERT_TRUE(isResidue(a.data(), va.z, ring));
       ASSERT_TRUE(isResidue(b.data(), vb.z, ring));
+    }
+  }
+}
+
+// The one-pass kernels against GMP, in both forms (processor loops and
+// portable), at every edge of the shift: nothing wrapped (bits < 32), all
+// but a word wrapped, exactly n (a pure negation), just below 2n; with
+// operands -1, 0, 1, all ones and long bit runs; and in place.
+TEST(FermatKernels, ShiftedButterfliesMatchGmpInBothForms) {
+  Random random = testbridge::testRandom();
+  for (uint64_t W : {1u, 2u, 3u, 7u, 8u, 9u, 16u, 17u, 40u, 67u, 130u}) {
+    const Ring ring(W);
+    const uint64_t n = 32 * W;
+    const uint64_t edges[] = {0,      1,      31,     32,         33,         n - 32, n - 1,
+                              n,      n + 1,  n + 31, n + 32,     2 * n - 32, 2 * n - 1};
+    std::vector<uint32_t> sum(W + 1), out(W + 1), sum2(W + 1), out2(W + 1);
+    for (int trial = 0; trial < 60; trial++) {
+      const std::vector<uint32_t> a = randomElement(random, W), b = randomElement(random, W);
+      uint64_t bits = random.below(2 * n);
+      if (trial < 13) bits = edges[trial] % (2 * n);
+      if (trial >= 13 && trial % 2 == 0) bits &= ~uint64_t(31);
+      Number va, vb, factor, want, shifted;
+      elementValue(va.z, a.data(), W);
+      elementValue(vb.z, b.data(), W);
+      mpz_set_ui(factor.z, 0);
+      mpz_setbit(factor.z, bits);
+      const std::string where = "W " + std::to_string(W) + " bits " + std::to_string(bits);
+
+      fermatSumShifted(sum.data(), out.data(), a.data(), b.data(), W, bits);
+      mpz_add(want.z, va.z, vb.z);
+      ASSERT_TRUE(isResidue(sum.data(), want.z, ring)) << "sum, " << where;
+      mpz_sub(want.z, va.z, vb.z);
+      mpz_mul(want.z, want.z, factor.z);
+      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "shifted difference, " << where;
+      fermatSumShiftedPortable(sum2.data(), out2.data(), a.data(), b.data(), W, bits);
+      ASSERT_EQ(sum, sum2) << where;
+      ASSERT_EQ(out, out2) << where;
+      // The sum in place of either operand; the difference in place of b
+      // when nothing moves by whole words.
+      std::vector<uint32_t> x = a, y = b;
+      fermatSumShifted(x.data(), out2.data(), x.data(), b.data(), W, bits);
+      ASSERT_EQ(x, sum) << where;
+      fermatSumShifted(y.data(), out2.data(), a.data(), y.data(), W, bits);
+      ASSERT_EQ(y, sum) << where;
+      if (bits % n < 32) {
+        x = a;
+        y = b;
+        fermatSumShifted(x.data(), y.data(), x.data(), y.data(), W, bits);
+        ASSERT_EQ(x, sum) << where;
+        ASSERT_EQ(y, out) << where;
+      }
+
+      fermatShiftedSum(sum.data(), out.data(), a.data(), b.data(), W, bits);
+      mpz_mul(shifted.z, vb.z, factor.z);
+      mpz_add(want.z, va.z, shifted.z);
+      ASSERT_TRUE(isResidue(sum.data(), want.z, ring)) << "inverse sum, " << where;
+      mpz_sub(want.z, va.z, shifted.z);
+      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "inverse difference, " << where;
+      fermatShiftedSumPortable(sum2.data(), out2.data(), a.data(), b.data(), W, bits);
+      ASSERT_EQ(sum, sum2) << where;
+      ASSERT_EQ(out, out2) << where;
+      x = a;
+      fermatShiftedSum(x.data(), out2.data(), x.data(), b.data(), W, bits);
+      ASSERT_EQ(x, sum) << where;
+      x = a;
+      fermatShiftedSum(sum2.data(), x.data(), x.data(), b.data(), W, bits);
+      ASSERT_EQ(x, out) << where;
+    }
+  }
+}
+
+TEST(FermatKernels, RootTwoFactorInPlace) {
+  Random random = testbridge::testRandom();
+  for (uint64_t W : {2u, 6u, 8u, 18u, 64u}) {
+    const Ring ring(W);
+    for (int trial = 0; trial < 40; trial++) {
+      std::vector<uint32_t> y = randomElement(random, W);
+      Number value, factor;
+      elementValue(value.z, y.data(), W);
+      mpz_setbit(factor.z, 16 * W);
+      mpz_sub_ui(factor.z, factor.z, 1);
+      mpz_mul(value.z, value.z, factor.z);
+      ASSERT_TRUE(fermatTimesRootTwoFactor(y.data(), W));
+      ASSERT_TRUE(isResidue(y.data(), value.z, ring)) << "W " << W;
+    }
+  }
+  std::vector<uint32_t> odd = {5, 6, 7, 0};
+  EXPECT_FALSE(fermatTimesRootTwoFactor(odd.data(), 3));
+  EXPECT_EQ(odd, (std::vector<uint32_t>{5, 6, 7, 0}));
+}
+
+// A radix-4 step is the four radix-2 butterflies of its two levels, for
+// either parity of e, and its inverse gives the inputs back times 4.
+TEST(FermatKernels, RadixFourStepIsTwoLevelsOfButterflies) {
+  Random random = testbridge::testRandom();
+  for (uint64_t W : {2u, 10u, 16u, 42u}) {
+    const Ring ring(W);
+    const uint64_t stride = W + 1, period = 128 * W;
+    std::vector<uint32_t> scratch(fermatButterflyScratchWords(W));
+    for (int trial = 0; trial < 12; trial++) {
+      const uint64_t e = trial == 0 ? 0 : trial == 1 ? 1 : random.below(period);
+      std::vector<uint32_t> data(4 * stride);
+      for (int i = 0; i < 4; i++) {
+        std::vector<uint32_t> x = randomElement(random, W);
+        std::copy(x.begin(), x.end(), data.begin() + i * stride);
+      }
+      const std::vector<uint32_t> original = data;
+      std::vector<uint32_t> reference = data;
+      uint32_t* r = reference.data();
+      butterflyForward(r, r + 2 * stride, W, e, scratch.data());
+      butterflyForward(r + stride, r + 3 * stride, W, e + 32 * W, scratch.data());
+      butterflyForward(r, r + stride, W, 2 * e, scratch.data());
+      butterflyForward(r + 2 * stride, r + 3 * stride, W, 2 * e, scratch.data());
+      uint32_t* d = data.data();
+      radix4Forward(d, d + stride, d + 2 * stride, d + 3 * stride, W, e, scratch.data());
+      ASSERT_EQ(data, reference) << "W " << W << " e " << e;
+      radix4Inverse(d, d + stride, d + 2 * stride, d + 3 * stride, W, e, scratch.data());
+      Number value;
+      for (int i = 0; i < 4; i++) {
+        elementValue(value.z, original.data() + i * stride, W);
+        mpz_mul_2exp(value.z, value.z, 2);
+        ASSERT_TRUE(isResidue(d + i * stride, value.z, ring)) << "W " << W << " e " << e;
+      }
     }
   }
 }
