@@ -112,6 +112,18 @@ uint32_t hybridInverse(uint32_t* destination, uint64_t end, uint64_t start, uint
 // The address-space check of a transform: fatal unless stride << k is exact.
 void hybridCheckStride(uint64_t stride, uint32_t k);
 
+// ---- Cuts and threads (fermat_radix.cpp) ------------------------------------
+// The one cache constant: a stage's working set is about 1.5 MiB.
+constexpr uint64_t fermatStageBytes = 0x180000;
+// Work below which a range of columns or rows is not split over threads
+// (words of elements).
+constexpr uint64_t fermatForkColumnWords = 50000;
+constexpr uint64_t fermatForkRowWords = 250000;
+// Levels of the column stage of a blocked cut of `levels` levels: p - 1
+// for the least p in 3 .. levels / 2 whose 2^p elements (with the
+// butterfly scratch) reach fermatStageBytes, else levels / 2.
+uint32_t fermatColumnLevels(uint64_t W, uint32_t levels);
+
 // ---- Fork and join -----------------------------------------------------------
 // Runs `upper` on a new thread and `lower` on this one, then joins. When no
 // thread can be had, threadSpawn has already run `upper` on this thread.
@@ -126,4 +138,42 @@ void fermatFork(Upper& upper, Lower&& lower) {
   threadSpawn(&handle, fermatForkTrampoline<Upper>, &upper);
   lower();
   threadJoin(&handle);
+}
+
+// Runs column(j, scratch, threadPower) for j in [begin, end), halving the
+// range over threads while it holds fermatForkColumnWords words or more;
+// each thread's scratch lies fermatButterflyScratchWords(W) << (t - 1)
+// words above its sibling's.
+template <typename Column>
+void fermatColumnRange(uint64_t begin, uint64_t end, uint64_t columnWords, uint64_t W,
+                       uint32_t* scratch, uint32_t threadPower, Column column) {
+  if (threadPower > 0 && end - begin >= 2 && (end - begin) * columnWords >= fermatForkColumnWords) {
+    const uint64_t middle = begin + (end - begin) / 2;
+    uint32_t* upperScratch = scratch + (fermatButterflyScratchWords(W) << (threadPower - 1));
+    auto upper = [&] {
+      fermatColumnRange(middle, end, columnWords, W, upperScratch, threadPower - 1, column);
+    };
+    fermatFork(upper, [&] {
+      fermatColumnRange(begin, middle, columnWords, W, scratch, threadPower - 1, column);
+    });
+    return;
+  }
+  for (uint64_t j = begin; j < end; j++) column(j, scratch, threadPower);
+}
+
+// The same for rows, with the limit fermatForkRowWords.
+template <typename Row>
+void fermatRowRange(uint64_t begin, uint64_t end, uint64_t rowWords, uint64_t W, uint32_t* scratch,
+                    uint32_t threadPower, Row row) {
+  if (threadPower > 0 && end - begin >= 2 && (end - begin) * rowWords >= fermatForkRowWords) {
+    const uint64_t middle = begin + (end - begin) / 2;
+    uint32_t* upperScratch = scratch + (fermatButterflyScratchWords(W) << (threadPower - 1));
+    auto upper = [&] {
+      fermatRowRange(middle, end, rowWords, W, upperScratch, threadPower - 1, row);
+    };
+    fermatFork(upper,
+               [&] { fermatRowRange(begin, middle, rowWords, W, scratch, threadPower - 1, row); });
+    return;
+  }
+  for (uint64_t j = begin; j < end; j++) row(j, scratch, threadPower);
 }

@@ -13,13 +13,6 @@
 
 namespace {
 
-// Work below which a range of butterflies, columns or rows is not split
-// over threads (words of elements).
-constexpr uint64_t forkColumnWords = 50000;
-constexpr uint64_t forkRowWords = 250000;
-// The one cache constant: a stage's working set is about 1.5 MiB.
-constexpr uint64_t stageBytes = 0x180000;
-
 struct Shape {
   uint64_t W;
   uint64_t stride;
@@ -88,40 +81,6 @@ void straightPass(uint32_t* elements, Shape shape, uint32_t levels, uint64_t twi
   if (inverse) butterflyRun(elements, shape, half, 0, half, root, twist, true, scratch);
 }
 
-// Columns [begin, end) of a transform of `levels` levels cut after
-// `columnLevels`: column j is a transform of columnLevels levels at stride
-// stride << (levels - columnLevels), twist + j * root.
-template <typename Column>
-void columnRange(uint64_t begin, uint64_t end, uint64_t columnWords, uint64_t W,
-                 uint32_t* scratch, uint32_t threadPower, Column column) {
-  if (threadPower > 0 && end - begin >= 2 && (end - begin) * columnWords >= forkColumnWords) {
-    const uint64_t middle = begin + (end - begin) / 2;
-    uint32_t* upperScratch = scratch + (fermatButterflyScratchWords(W) << (threadPower - 1));
-    auto upper = [&] {
-      columnRange(middle, end, columnWords, W, upperScratch, threadPower - 1, column);
-    };
-    fermatFork(upper, [&] {
-      columnRange(begin, middle, columnWords, W, scratch, threadPower - 1, column);
-    });
-    return;
-  }
-  for (uint64_t j = begin; j < end; j++) column(j, scratch, threadPower);
-}
-
-// Rows [begin, end), each of rowElements contiguous elements.
-template <typename Row>
-void rowRange(uint64_t begin, uint64_t end, uint64_t rowWords, uint64_t W, uint32_t* scratch,
-              uint32_t threadPower, Row row) {
-  if (threadPower > 0 && end - begin >= 2 && (end - begin) * rowWords >= forkRowWords) {
-    const uint64_t middle = begin + (end - begin) / 2;
-    uint32_t* upperScratch = scratch + (fermatButterflyScratchWords(W) << (threadPower - 1));
-    auto upper = [&] { rowRange(middle, end, rowWords, W, upperScratch, threadPower - 1, row); };
-    fermatFork(upper, [&] { rowRange(begin, middle, rowWords, W, scratch, threadPower - 1, row); });
-    return;
-  }
-  for (uint64_t j = begin; j < end; j++) row(j, scratch, threadPower);
-}
-
 // A transform cut into a column stage of `columnLevels` levels and a row
 // stage; `columns` and `rows` run the sub-transforms (radixPass or the
 // blocked form again). Forward: columns first; inverse: rows first.
@@ -143,9 +102,9 @@ void cutTransform(uint32_t* elements, Shape shape, uint32_t levels, uint32_t col
            (twist << columnLevels) % period, s, t);
   };
   const uint64_t columnWords = shape.W << columnLevels, rowWords = shape.W << rowLevels;
-  if (!inverse) columnRange(0, columns, columnWords, shape.W, scratch, threadPower, column);
-  rowRange(0, rows, rowWords, shape.W, scratch, threadPower, row);
-  if (inverse) columnRange(0, columns, columnWords, shape.W, scratch, threadPower, column);
+  if (!inverse) fermatColumnRange(0, columns, columnWords, shape.W, scratch, threadPower, column);
+  fermatRowRange(0, rows, rowWords, shape.W, scratch, threadPower, row);
+  if (inverse) fermatColumnRange(0, columns, columnWords, shape.W, scratch, threadPower, column);
 }
 
 void radixPassAny(uint32_t* elements, Shape shape, uint32_t levels, uint64_t twist, bool inverse,
@@ -172,20 +131,6 @@ void radixPassAny(uint32_t* elements, Shape shape, uint32_t levels, uint64_t twi
                sub, sub);
 }
 
-// Column levels of a blocked cut: the least p in 3 .. levels / 2 whose
-// 2^p elements (with the butterfly scratch) reach 1.5 MiB, else
-// levels / 2 + 1; the column stage takes p - 1 levels.
-uint32_t blockedColumnLevels(uint64_t W, uint32_t levels) {
-  uint32_t p = levels / 2 + 1;
-  for (uint32_t candidate = 3; candidate <= levels / 2; candidate++) {
-    if (4 * (W + 1) * (uint64_t(1) << candidate) + 8 * W + 8 >= stageBytes) {
-      p = candidate;
-      break;
-    }
-  }
-  return p - 1;
-}
-
 template <bool inverse>
 void blockedAny(uint32_t* elements, Shape shape, uint32_t levels, uint64_t twist,
                 uint32_t* scratch, uint32_t threadPower) {
@@ -193,12 +138,23 @@ void blockedAny(uint32_t* elements, Shape shape, uint32_t levels, uint64_t twist
     radixPassAny(elements, shape, levels, twist, inverse, scratch, threadPower);
     return;
   }
-  const uint32_t columnLevels = blockedColumnLevels(shape.W, levels);
+  const uint32_t columnLevels = fermatColumnLevels(shape.W, levels);
   cutTransform(elements, shape, levels, columnLevels, twist, inverse, scratch, threadPower,
                SubTransform(blockedAny<inverse>), SubTransform(blockedAny<inverse>));
 }
 
 }  // namespace
+
+uint32_t fermatColumnLevels(uint64_t W, uint32_t levels) {
+  uint32_t p = levels / 2 + 1;
+  for (uint32_t candidate = 3; candidate <= levels / 2; candidate++) {
+    if (4 * (W + 1) * (uint64_t(1) << candidate) + 8 * W + 8 >= fermatStageBytes) {
+      p = candidate;
+      break;
+    }
+  }
+  return p - 1;
+}
 
 void radixPass(uint32_t* elements, uint64_t W, uint64_t stride, uint32_t levels, uint64_t e,
                uint32_t* scratch, uint32_t threadPower) {

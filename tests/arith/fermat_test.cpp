@@ -350,6 +350,39 @@ TEST(FermatTransform, ForwardThenInverseGivesInputTimesTwoToTheK) {
   checkRoundTrip(128, 10, 8);  // eight threads on columns and rows
 }
 
+// hybridForward loads the operand inside its first level; the result is
+// the plain load followed by the blocked transform: operands filling less
+// than half the elements (a square), more than half (the long operand of
+// a product), none at all; one stage (k < 5) and column and row stages;
+// odd W (the sqrt(2) factor without the in-place form); threads.
+TEST(FermatTransform, LoadedForwardIsLoadThenTransform) {
+  Random random = testbridge::testRandom();
+  struct Case {
+    uint64_t W;
+    uint32_t k, threadPower;
+  };
+  for (const Case& t : {Case{6, 3, 0}, Case{9, 4, 0}, Case{12, 5, 0}, Case{34, 7, 1},
+                        Case{40, 9, 2}, Case{9, 7, 0}, Case{18, 8, 1}}) {
+    const uint64_t W = t.W, stride = W + 1, count = uint64_t(1) << t.k, c = W / 2 - 1;
+    for (uint64_t n : {uint64_t(0), uint64_t(1), c * count / 2 - 3, c * count / 2 + c + 1,
+                       c * count}) {
+      std::vector<uint32_t> source(n + 1);
+      testbridge::fill(random, testbridge::randomKind(random), source.data(), n + 1);
+      std::vector<uint32_t> loaded((count + 1) * stride, 0xdeadbeef), plain(count * stride, 0);
+      for (uint64_t i = 0; i < count; i++) {
+        for (uint64_t j = 0; j < c && i * c + j < n; j++) plain[i * stride + j] = source[i * c + j];
+      }
+      std::vector<uint32_t> scratch(fermatButterflyScratchWords(W) << t.threadPower);
+      hybridForward(source.data(), n, c, loaded.data(), W, stride, t.k, scratch.data(),
+                    t.threadPower);
+      blockedForward(plain.data(), W, stride, t.k, 0, scratch.data(), 0);
+      ASSERT_TRUE(std::equal(plain.begin(), plain.end(), loaded.begin()))
+          << "W " << W << " k " << t.k << " n " << n;
+      ASSERT_EQ(loaded[count * stride], 0xdeadbeef) << "written past the transform";
+    }
+  }
+}
+
 TEST(FermatTransformDeathTest, StrideOverflowIsFatal) {
   EXPECT_DEATH(hybridCheckStride(uint64_t(1) << 40, 30), "");
 }
