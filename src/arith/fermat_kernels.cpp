@@ -250,7 +250,11 @@ void shiftedSumKernel(uint32_t* sum, uint32_t* out, const uint32_t* a, const uin
 #ifdef NUMBRELLA_FERMAT_ADX
   if (fast && q >= 8) {
     uint64_t carry = 0, noBorrow = 1;
-    fermat_adx::inverseBlocks(a, b + W - q, minus, plus, q / 8, r, carry, noBorrow);
+    if (r == 0) {
+      fermat_adx::inverseWords(a, b + W - q, minus, plus, q / 8, carry, noBorrow);
+    } else {
+      fermat_adx::inverseBlocks(a, b + W - q, minus, plus, q / 8, r, carry, noBorrow);
+    }
     carryMinus = uint8_t(carry);
     borrowPlus = uint8_t(1 - noBorrow);
     p = q / 8 * 8;
@@ -290,7 +294,11 @@ void shiftedSumKernel(uint32_t* sum, uint32_t* out, const uint32_t* a, const uin
   if (fast && W - p >= 8) {
     const uint64_t blocks = (W - p) / 8;
     uint64_t carry = carryPlus, noBorrow = 1 - borrowMinus;
-    fermat_adx::inverseBlocks(a + p, b + 1, plus + p, minus + p, blocks, r, carry, noBorrow);
+    if (r == 0) {
+      fermat_adx::inverseWords(a + p, b + 1, plus + p, minus + p, blocks, carry, noBorrow);
+    } else {
+      fermat_adx::inverseBlocks(a + p, b + 1, plus + p, minus + p, blocks, r, carry, noBorrow);
+    }
     carryPlus = uint8_t(carry);
     borrowMinus = uint8_t(1 - noBorrow);
     p += 8 * blocks;

@@ -211,4 +211,46 @@ inline void inverseBlocks(const uint32_t* a, const uint32_t* b, uint32_t* added,
 #undef FERMAT_LIMB
 }
 
+// The same for r = 0: X is b's words as they are.
+inline void inverseWords(const uint32_t* a, const uint32_t* b, uint32_t* added,
+                         uint32_t* subtracted, uint64_t blocks, uint64_t& carry,
+                         uint64_t& noBorrow) {
+  uint64_t x, X;
+#define FERMAT_LIMB(off)                 \
+  "movq " off "(%[b]), %[X]\n\t"         \
+  "movq " off "(%[a]), %[x]\n\t"         \
+  "movq %[x], %[t0]\n\t"                 \
+  "adcx %[X], %[t0]\n\t"                 \
+  "movq %[t0], " off "(%[ad])\n\t"       \
+  "notq %[X]\n\t"                        \
+  "adox %[X], %[x]\n\t"                  \
+  "movq %[x], " off "(%[sb])\n\t"
+  asm volatile(
+      "addb $0x7f, %b[t1]\n\t"
+      "movq $-1, %[t1]\n\t"
+      "adcx %[t1], %[t0]\n\t"
+      "1:\n\t"
+      FERMAT_LIMB("0")
+      FERMAT_LIMB("8")
+      FERMAT_LIMB("16")
+      FERMAT_LIMB("24")
+      "leaq 32(%[a]), %[a]\n\t"
+      "leaq 32(%[b]), %[b]\n\t"
+      "leaq 32(%[ad]), %[ad]\n\t"
+      "leaq 32(%[sb]), %[sb]\n\t"
+      "leaq -1(%%rcx), %%rcx\n\t"
+      "jrcxz 2f\n\t"
+      "jmp 1b\n\t"
+      "2:\n\t"
+      "movl $0, %k[t0]\n\t"
+      "setc %b[t0]\n\t"
+      "movl $0, %k[t1]\n\t"
+      "seto %b[t1]\n\t"
+      : [a] "+r"(a), [b] "+r"(b), [ad] "+r"(added), [sb] "+r"(subtracted), "+c"(blocks),
+        [t0] "+r"(carry), [t1] "+r"(noBorrow), [x] "=&r"(x), [X] "=&r"(X)
+      :
+      : "cc", "memory");
+#undef FERMAT_LIMB
+}
+
 }  // namespace fermat_adx
