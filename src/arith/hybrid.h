@@ -82,13 +82,31 @@ struct OutputRange {
 // thread. Returns 0 or 1 (a failed check).
 uint32_t hybridOutputStage(const OutputRange& range, uint32_t* transform, uint64_t stride,
                            uint32_t* scratch, uint32_t threadPower);
+// Its parts, for the inverse that feeds the stage column by column. One
+// element i: divided, checked (returns 1 on a failure), with the tail of
+// element i - 1 (left in that element's slot) added when `withTail`; its
+// wanted words written, its own tail left in its slot. Elements wholly
+// below `start` are passed over (0). Scratch: W + 1 words.
+uint32_t hybridOutputElement(const OutputRange& range, uint32_t* transform, uint64_t stride,
+                             uint64_t i, bool withTail, uint32_t* scratch);
+// Elements [begin, end) in order, the first without its predecessor.
+uint32_t hybridOutputRun(const OutputRange& range, uint32_t* transform, uint64_t stride,
+                         uint64_t begin, uint64_t end, uint32_t* scratch);
+// A seam: adds the tail of element i - 1 into the destination at element
+// i's place (i * c >= start), the carry running up to the end. Call after
+// every element and hybridOutputLastTail are done.
+void hybridOutputSeam(const OutputRange& range, const uint32_t* transform, uint64_t stride,
+                      uint64_t i);
+// The tail of the last of `elements` finished elements, written above them.
+void hybridOutputLastTail(const OutputRange& range, const uint32_t* transform, uint64_t stride,
+                          uint64_t elements);
 
 // ---- Fault injection (tests only) ----------------------------------------------
 // When `stage` is 1 the next product flips bit 0 of word `word` of element
 // `element` (taken modulo 2^k) right after the forward transform(s); with
-// stage 2 right after the inverse transform, before the output stage. The
-// hook clears itself when it fires. Not synchronised: set it only while one
-// product runs.
+// stage 2 when that element, finished by the inverse, enters the output
+// stage. The hook clears itself when it fires. Not synchronised: set it
+// only while one product runs.
 struct HybridFault {
   uint32_t stage;
   uint64_t element;
@@ -96,4 +114,3 @@ struct HybridFault {
 };
 extern HybridFault hybridFaultForTesting;
 void hybridFaultAfterForward(uint32_t* transform, uint64_t stride, uint32_t k);
-void hybridFaultAfterInverse(uint32_t* transform, uint64_t stride, uint32_t k);

@@ -22,8 +22,12 @@ void hybridFaultAfterForward(uint32_t* transform, uint64_t stride, uint32_t k) {
   hybridFaultFire(1, transform, stride, k);
 }
 
-void hybridFaultAfterInverse(uint32_t* transform, uint64_t stride, uint32_t k) {
-  hybridFaultFire(2, transform, stride, k);
+static void hybridFaultBeforeOutput(uint32_t* element, uint64_t index, uint64_t stride,
+                                    uint32_t k) {
+  if (hybridFaultForTesting.stage != 2) return;
+  if ((hybridFaultForTesting.element & ((uint64_t(1) << k) - 1)) != index) return;
+  element[hybridFaultForTesting.word % (stride - 1)] ^= 1;
+  hybridFaultForTesting.stage = 0;
 }
 
 // Writes words[0 .. count) of the product, placed at product word `at`, as
@@ -35,6 +39,24 @@ static void writeWanted(const OutputRange& range, const uint32_t* words, uint64_
   if (to > count) to = count;
   if (from >= to) return;
   memcpy(range.destination + (at + from - range.start), words + from, 4 * (to - from));
+}
+
+// Adds words[0 .. count) at product word `at` (>= start) into the
+// destination, the carry running up to the end.
+static void addWanted(const OutputRange& range, const uint32_t* words, uint64_t count,
+                      uint64_t at) {
+  uint32_t* out = range.destination - range.start;
+  uint64_t carry = 0, p = at;
+  for (uint64_t j = 0; j < count && p < range.end; j++, p++) {
+    carry += uint64_t(out[p]) + words[j];
+    out[p] = uint32_t(carry);
+    carry >>= 32;
+  }
+  for (; carry != 0 && p < range.end; p++) {
+    carry += out[p];
+    out[p] = uint32_t(carry);
+    carry >>= 32;
+  }
 }
 
 namespace {
@@ -49,44 +71,63 @@ struct OutputJob {
   uint64_t seams[512];  // seam element of tree node i (0: none)
 };
 
-// Elements [begin, end) in increasing order, the first without a
-// predecessor. Each finished element leaves its tail in its own slot.
-uint32_t outputRun(const OutputRange& range, uint32_t* transform, uint64_t stride, uint64_t begin,
-                   uint64_t end, uint32_t* scratch) {
-  const uint64_t W = range.words, c = range.chunk, tailWords = W - c;
+}  // namespace
+
+uint32_t hybridOutputElement(const OutputRange& range, uint32_t* transform, uint64_t stride,
+                             uint64_t i, bool withTail, uint32_t* scratch) {
+  const uint64_t W = range.words, c = range.chunk, tailWords = W - c, base = i * c;
+  uint32_t* element = transform + i * stride;
+  hybridFaultBeforeOutput(element, i, stride, range.levels);
+  // Wholly below the wanted words: neither divided nor checked; its carry
+  // into the wanted part is dropped.
+  if (range.start > base + W) return 0;
+  // Divide by 2^k: multiply by 2^(2n - k).
+  fermatShift(scratch, element, W, 64 * W - range.levels);
+  const uint32_t failed = (scratch[W - 1] | scratch[W]) != 0 ? 1 : 0;
+  if (withTail) {
+    const uint32_t* tail = element - stride;
+    uint64_t carry = 0;
+    for (uint64_t j = 0; j < tailWords; j++) {
+      carry += uint64_t(scratch[j]) + tail[j];
+      scratch[j] = uint32_t(carry);
+      carry >>= 32;
+    }
+    for (uint64_t j = tailWords; j < W && carry != 0; j++) {
+      carry += scratch[j];
+      scratch[j] = uint32_t(carry);
+      carry >>= 32;
+    }
+  }
+  writeWanted(range, scratch, c, base);
+  memcpy(element, scratch + c, 4 * tailWords);
+  return failed;
+}
+
+uint32_t hybridOutputRun(const OutputRange& range, uint32_t* transform, uint64_t stride,
+                         uint64_t begin, uint64_t end, uint32_t* scratch) {
+  const uint64_t W = range.words, c = range.chunk;
   uint32_t failed = 0;
-  const uint32_t* tail = nullptr;  // the previous element's upper words, if it was finished
   for (uint64_t i = begin; i < end; i++) {
-    const uint64_t base = i * c;
-    if (range.start > base + W) {
-      // Wholly below the wanted words: neither divided nor checked; its
-      // carry into the wanted part is dropped.
-      tail = nullptr;
-      continue;
-    }
-    uint32_t* element = transform + i * stride;
-    // Divide by 2^k: multiply by 2^(2n - k).
-    fermatShift(scratch, element, W, 64 * W - range.levels);
-    failed |= (scratch[W - 1] | scratch[W]) != 0 ? 1 : 0;
-    if (tail != nullptr) {
-      uint64_t carry = 0;
-      for (uint64_t j = 0; j < tailWords; j++) {
-        carry += uint64_t(scratch[j]) + tail[j];
-        scratch[j] = uint32_t(carry);
-        carry >>= 32;
-      }
-      for (uint64_t j = tailWords; j < W && carry != 0; j++) {
-        carry += scratch[j];
-        scratch[j] = uint32_t(carry);
-        carry >>= 32;
-      }
-    }
-    writeWanted(range, scratch, c, base);
-    memcpy(element, scratch + c, 4 * tailWords);
-    tail = element;
+    // The element before left its tail in its slot unless it was skipped.
+    const bool withTail = i > begin && range.start <= (i - 1) * c + W;
+    failed |= hybridOutputElement(range, transform, stride, i, withTail, scratch);
   }
   return failed;
 }
+
+void hybridOutputSeam(const OutputRange& range, const uint32_t* transform, uint64_t stride,
+                      uint64_t i) {
+  addWanted(range, transform + (i - 1) * stride, range.words - range.chunk, i * range.chunk);
+}
+
+void hybridOutputLastTail(const OutputRange& range, const uint32_t* transform, uint64_t stride,
+                          uint64_t elements) {
+  const uint64_t last = elements - 1, W = range.words, c = range.chunk;
+  if (range.start <= last * c + W)
+    writeWanted(range, transform + last * stride, W - c, elements * c);
+}
+
+namespace {
 
 // The range split over threads: a split point is only taken where all the
 // words of its seam are wanted (at or above `start`), and it is recorded
@@ -99,7 +140,7 @@ uint32_t outputSplit(OutputJob* job, uint64_t begin, uint64_t end, uint32_t* scr
   const uint64_t lowest = (range.start + c - 1) / c;
   if (middle < lowest) middle = lowest;
   if (threadPower == 0 || middle <= begin || middle >= end || (end - begin) * W < forkOutputWords)
-    return outputRun(range, job->transform, job->stride, begin, end, scratch);
+    return hybridOutputRun(range, job->transform, job->stride, begin, end, scratch);
   job->seams[node] = middle;
   uint32_t* upperScratch = scratch + (fermatButterflyScratchWords(W) << (threadPower - 1));
   uint32_t upperFailed = 0, lowerFailed = 0;
@@ -110,23 +151,6 @@ uint32_t outputSplit(OutputJob* job, uint64_t begin, uint64_t end, uint32_t* scr
     lowerFailed = outputSplit(job, begin, middle, scratch, threadPower - 1, 2 * node);
   });
   return upperFailed | lowerFailed;
-}
-
-// Adds words[0 .. count) at product word `at` (>= start) into the
-// destination, the carry running up to the end.
-void addWanted(const OutputRange& range, const uint32_t* words, uint64_t count, uint64_t at) {
-  uint32_t* out = range.destination - range.start;
-  uint64_t carry = 0, p = at;
-  for (uint64_t j = 0; j < count && p < range.end; j++, p++) {
-    carry += uint64_t(out[p]) + words[j];
-    out[p] = uint32_t(carry);
-    carry >>= 32;
-  }
-  for (; carry != 0 && p < range.end; p++) {
-    carry += out[p];
-    out[p] = uint32_t(carry);
-    carry >>= 32;
-  }
 }
 
 }  // namespace
@@ -146,11 +170,9 @@ uint32_t hybridOutputStage(const OutputRange& range, uint32_t* transform, uint64
   const uint32_t failed = outputSplit(&job, 0, elements, scratch, t, 1);
   // The last element's tail lies above every chunk; then the seams: each
   // range's first element was finished without its predecessor's tail.
-  const uint64_t last = elements - 1;
-  if (range.start <= last * c + W)
-    writeWanted(range, transform + last * stride, W - c, elements * c);
+  hybridOutputLastTail(range, transform, stride, elements);
   for (uint64_t seam : job.seams) {
-    if (seam != 0) addWanted(range, transform + (seam - 1) * stride, W - c, seam * c);
+    if (seam != 0) hybridOutputSeam(range, transform, stride, seam);
   }
   return failed;
 }

@@ -12,6 +12,7 @@
 
 #include "../support/gmp_bridge.h"
 #include "arith/fermat.h"
+#include "arith/hybrid.h"
 
 namespace {
 
@@ -379,6 +380,53 @@ TEST(FermatTransform, LoadedForwardIsLoadThenTransform) {
       ASSERT_TRUE(std::equal(plain.begin(), plain.end(), loaded.begin()))
           << "W " << W << " k " << t.k << " n " << n;
       ASSERT_EQ(loaded[count * stride], 0xdeadbeef) << "written past the transform";
+    }
+  }
+}
+
+// hybridInverse hands each column's elements to the output stage as the
+// column is done, with seams at thread ranges and rows; its words must be
+// those of the whole inverse followed by the one-thread output stage, for
+// chops anywhere (on a row start, just below one, one element below), and
+// exact without a chop. Coefficients of mostly all-ones words make the
+// carries run across every seam.
+TEST(FermatTransform, InverseWithTheOutputStageIsInverseThenOutput) {
+  Random random = testbridge::testRandom();
+  for (uint32_t m : {3u, 5u}) {
+    const uint32_t k = m == 3 ? 11 : 9;
+    const uint64_t W = uint64_t(m) << (k - 7), c = W / 2 - 1, stride = W + 1;
+    const uint64_t count = uint64_t(1) << k, end = c * count;
+    std::vector<uint32_t> transform(count * stride, 0);
+    Number sum, term;
+    for (uint64_t i = 0; i + 2 < count; i++) {
+      uint32_t* x = transform.data() + i * stride;
+      for (uint64_t j = 0; j < W - 2; j++) x[j] = random.below(4) == 0 ? random.word() : ~0u;
+      testbridge::toMpz(term.z, x, W + 1);
+      mpz_mul_2exp(term.z, term.z, 32 * c * i);
+      mpz_add(sum.z, sum.z, term.z);
+    }
+    std::vector<uint32_t> scratch(fermatButterflyScratchWords(W) << 3);
+    blockedForward(transform.data(), W, stride, k, 0, scratch.data(), 0);
+    std::vector<uint64_t> starts = {0, 1000, end / 2 + 7};
+    for (uint64_t row = 16; row <= 256; row *= 2) {
+      for (uint64_t below : {uint64_t(0), uint64_t(1), c + 1, W - 1})
+        if (3 * row * c < end) starts.push_back(3 * row * c - below);
+    }
+    for (uint64_t start : starts) {
+      std::vector<uint32_t> reference = transform, want(end - start);
+      const OutputRange range = {want.data(), end, start, c, k, W};
+      blockedInverse(reference.data(), W, stride, k, 0, scratch.data(), 0);
+      ASSERT_EQ(hybridOutputStage(range, reference.data(), stride, scratch.data(), 0), 0u);
+      if (start == 0) {
+        ASSERT_EQ(want, testbridge::fromMpz(sum.z, end)) << "m " << m;
+      }
+      for (uint32_t threadPower : {0u, 1u, 3u}) {
+        std::vector<uint32_t> data = transform, got(end - start);
+        ASSERT_EQ(hybridInverse(got.data(), end, start, c, data.data(), W, stride, k,
+                                scratch.data(), threadPower),
+                  0u);
+        ASSERT_EQ(got, want) << "m " << m << " start " << start << " threads 2^" << threadPower;
+      }
     }
   }
 }
