@@ -2,6 +2,7 @@
 // together with their difference multiplied by 2^bits, written straight at
 // its shifted position; the bare shift; and the multiplication by
 // 2^(n/2) - 1 that turns a shift into one by an odd number of half bits.
+// The inverse butterfly is in fermat_kernels_inverse.cpp.
 //
 // All work on 64-bit limbs through the processor's carry flag, two words
 // at a time, with a single-word step where a run has an odd length.
@@ -21,29 +22,16 @@
 #include <immintrin.h>
 
 #include "arith/fermat.h"
+#include "arith/fermat_words.h"
 #if defined(__ADX__) && defined(__BMI2__)
 #include "arith/fermat_kernels_adx.h"
 #endif
 
+using fermat_words::load64;
+using fermat_words::rippleAt;
+using fermat_words::store64;
+
 namespace {
-
-inline unsigned long long load64(const uint32_t* p) {
-  unsigned long long v;
-  memcpy(&v, p, 8);
-  return v;
-}
-inline void store64(uint32_t* p, unsigned long long v) { memcpy(p, &v, 8); }
-
-// Adds delta * 2^(32 at) to the words of x[0 .. W); returns the carry out
-// of word W - 1, a count of 2^n, added to `top`. Stops where the carry dies.
-inline int64_t rippleAt(uint32_t* x, uint64_t W, uint64_t at, int64_t delta, int64_t top) {
-  for (uint64_t p = at; delta != 0 && p < W; p++) {
-    delta += int64_t(x[p]);
-    x[p] = uint32_t(delta);
-    delta >>= 32;
-  }
-  return top + delta;
-}
 
 enum class Kind { butterfly, shift };
 
@@ -86,8 +74,9 @@ struct Chains {
 
 // L limbs (2L words) of the kernel from word j: the sum to sum + j, the
 // shifted difference to out + at, plain (part A) or subtracted from zero
-// (`wrapped`, part B, stored complemented). Each chain runs through all L limbs in turn, so
-// the carry flag is saved and restored once per chain and block.
+// (`wrapped`, part B, stored complemented). Each chain runs through all L
+// limbs in turn, so the carry flag is saved and restored once per chain
+// and block.
 template <Kind kind, bool swap, bool wrapped, bool whole, int L>
 inline void shiftedBlock(Chains& c, uint32_t* sum, uint32_t* out, const uint32_t* a,
                          const uint32_t* b, uint64_t j, uint64_t at, uint32_t r) {
@@ -226,131 +215,7 @@ void shiftedDispatch(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint
   }
 }
 
-// Word pair p, p + 1 of b << r for 1 <= p, p + 1 < W: b's words p + 1, p
-// and the high bits of p - 1.
-inline unsigned long long shiftedPairAt(const uint32_t* b, uint64_t p, uint32_t r) {
-  return (load64(b + p) << r) | (uint64_t(b[p - 1]) >> (32 - r));
-}
-
-// The inverse butterfly: with t = b * 2^(32q + r) = A - B (parts as
-// above), plus = a + t and minus = a - t, in one pass in the order of the
-// output words: below q, plus subtracts B and minus adds it; above q, plus
-// adds A and minus subtracts it; word q has both, in signed arithmetic,
-// and what its carry can't hand on as a carry flag is rippled in after.
-// With `swap` t is negated (the shift passed n): sum gets minus, out plus.
-template <bool swap, bool fast>
-void shiftedSumKernel(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
-                      uint64_t W, uint64_t q, uint32_t r) {
-  uint32_t* plus = swap ? out : sum;
-  uint32_t* minus = swap ? sum : out;
-  const int64_t topA = int32_t(a[W]), topB = int32_t(b[W]);
-  const uint32_t down = 32 - r;
-  unsigned char borrowPlus = 0, carryMinus = 0;
-  uint64_t p = 0;
-#ifdef NUMBRELLA_FERMAT_ADX
-  if (fast && q >= 8) {
-    uint64_t carry = 0, noBorrow = 1;
-    if (r == 0) {
-      fermat_adx::inverseWords(a, b + W - q, minus, plus, q / 8, carry, noBorrow);
-    } else {
-      fermat_adx::inverseBlocks(a, b + W - q, minus, plus, q / 8, r, carry, noBorrow);
-    }
-    carryMinus = uint8_t(carry);
-    borrowPlus = uint8_t(1 - noBorrow);
-    p = q / 8 * 8;
-  }
-#endif
-  for (; p + 2 <= q; p += 2) {
-    const unsigned long long x = load64(a + p), y = shiftedPairAt(b, p + W - q, r);
-    unsigned long long u, v;
-    borrowPlus = _subborrow_u64(borrowPlus, x, y, &u);
-    carryMinus = _addcarry_u64(carryMinus, x, y, &v);
-    store64(plus + p, u);
-    store64(minus + p, v);
-  }
-  if (p < q) {
-    const unsigned int x = a[p];
-    const unsigned int y = uint32_t((uint64_t(b[W - 1]) << r) | (uint64_t(b[W - 2]) >> down));
-    unsigned int u, v;
-    borrowPlus = _subborrow_u32(borrowPlus, x, y, &u);
-    carryMinus = _addcarry_u32(carryMinus, x, y, &v);
-    plus[p] = u;
-    minus[p] = v;
-  }
-  // Word q: A's lowest word and B's highest.
-  const int64_t lowA = uint32_t(b[0] << r), highB = int64_t(uint64_t(b[W - 1]) >> down);
-  const int64_t aq = a[q];
-  const int64_t atPlus = aq + lowA - highB - borrowPlus;
-  const int64_t atMinus = aq - lowA + highB + carryMinus;
-  plus[q] = uint32_t(atPlus);
-  minus[q] = uint32_t(atMinus);
-  // Carries of -1 (plus) or +1 (minus) don't fit the flags: kept for later.
-  unsigned char carryPlus = (atPlus >> 32) > 0 ? 1 : 0;
-  unsigned char borrowMinus = (atMinus >> 32) < 0 ? 1 : 0;
-  const int64_t laterPlus = (atPlus >> 32) < 0 ? -1 : 0;
-  const int64_t laterMinus = (atMinus >> 32) > 0 ? 1 : 0;
-  p = q + 1;
-#ifdef NUMBRELLA_FERMAT_ADX
-  if (fast && W - p >= 8) {
-    const uint64_t blocks = (W - p) / 8;
-    uint64_t carry = carryPlus, noBorrow = 1 - borrowMinus;
-    if (r == 0) {
-      fermat_adx::inverseWords(a + p, b + 1, plus + p, minus + p, blocks, carry, noBorrow);
-    } else {
-      fermat_adx::inverseBlocks(a + p, b + 1, plus + p, minus + p, blocks, r, carry, noBorrow);
-    }
-    carryPlus = uint8_t(carry);
-    borrowMinus = uint8_t(1 - noBorrow);
-    p += 8 * blocks;
-  }
-#endif
-  for (; p + 2 <= W; p += 2) {
-    const unsigned long long x = load64(a + p), y = shiftedPairAt(b, p - q, r);
-    unsigned long long u, v;
-    carryPlus = _addcarry_u64(carryPlus, x, y, &u);
-    borrowMinus = _subborrow_u64(borrowMinus, x, y, &v);
-    store64(plus + p, u);
-    store64(minus + p, v);
-  }
-  if (p < W) {
-    const unsigned int x = a[p];
-    const unsigned int y = uint32_t((uint64_t(b[p - q]) << r) | (uint64_t(b[p - q - 1]) >> down));
-    unsigned int u, v;
-    carryPlus = _addcarry_u32(carryPlus, x, y, &u);
-    borrowMinus = _subborrow_u32(borrowMinus, x, y, &v);
-    plus[p] = u;
-    minus[p] = v;
-  }
-  // b's overflow word: t has -topB 2^(32q + r) besides A - B.
-  const int64_t topTerm = topB * (int64_t(1) << r);
-  int64_t top = rippleAt(plus, W, q, -topTerm, topA + carryPlus);
-  fermatFold(plus, W, rippleAt(plus, W, q + 1, laterPlus, top));
-  top = rippleAt(minus, W, q, topTerm, topA - borrowMinus);
-  fermatFold(minus, W, rippleAt(minus, W, q + 1, laterMinus, top));
-}
-
 }  // namespace
-
-namespace {
-
-template <bool fast>
-void shiftedSumDispatch(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
-                        uint64_t W, uint64_t bits) {
-  const uint64_t n = 32 * W;
-  if (bits >= n) {
-    bits -= n;
-    shiftedSumKernel<true, fast>(sum, out, a, b, W, bits >> 5, uint32_t(bits & 31));
-  } else {
-    shiftedSumKernel<false, fast>(sum, out, a, b, W, bits >> 5, uint32_t(bits & 31));
-  }
-}
-
-}  // namespace
-
-void fermatShiftedSum(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
-                      uint64_t W, uint64_t bits) {
-  shiftedSumDispatch<true>(sum, out, a, b, W, bits);
-}
 
 void fermatSumShifted(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
                       uint64_t W, uint64_t bits) {
@@ -364,11 +229,6 @@ void fermatShiftWords(uint32_t* out, const uint32_t* x, uint64_t W, uint64_t bit
 void fermatSumShiftedPortable(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
                               uint64_t W, uint64_t bits) {
   shiftedDispatch<Kind::butterfly, false>(sum, out, a, b, W, bits);
-}
-
-void fermatShiftedSumPortable(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
-                              uint64_t W, uint64_t bits) {
-  shiftedSumDispatch<false>(sum, out, a, b, W, bits);
 }
 
 bool fermatTimesRootTwoFactor(uint32_t* y, uint64_t W) {
