@@ -122,7 +122,8 @@ int main(int argc, char** argv) {
     std::vector<Candidate> candidates;
     for (uint32_t k = e + 1; k + spread >= e && k >= kMin; k--) {
       const uint32_t m = leastMultiplier(k, P);
-      if (m == 0) continue;
+      // A pair that holds more than twice the product only wastes memory.
+      if (m == 0 || hybridCapacity(k, m) > 2 * P) continue;
       serveElements(k, m);
       double best = 1e30, spent = 0;
       for (int run = 0; run < 20 && (run < 2 || spent < target); run++) {

@@ -6,11 +6,67 @@
 
 #include "arith/element_sizes.h"
 #include "arith/fft_sizes.h"
+#include "arith/tuning.h"
 
-// Tuned rows are filled in by timing the hybrid transform; until then the
-// tables are empty and hybridSearch serves every size.
-const HybridParamTable SquareParamTable = {nullptr, 0};
-const HybridParamTable MultiplyParamTable = {nullptr, 0};
+// Rows found by timing the hybrid transform with perf/hybrid_tune (squares)
+// and perf/hybrid_tune --multiply (products of two numbers), one thread, on
+// a 2-core AVX-512 machine: for sizes on a grid of half octaves, the fastest
+// pair among k from 5 up to hybridSearch's range, each with its least m.
+// The element FFT is so much cheaper per bit than a level of the Fermat
+// transform that few, large elements win. Row 0 serves only its exact
+// capacity: smaller products take row 1. Past the last row hybridSearch
+// serves.
+static const HybridParamRow squareRows[] = {
+    {26592, 5, 6656},
+    {38368, 5, 9600},
+    {53184, 6, 3328},
+    {76736, 6, 4800},
+    {106464, 5, 26624},
+    {153568, 5, 38400},
+    {212928, 6, 13312},
+    {307136, 6, 19200},
+    {425856, 7, 6656},
+    {614368, 5, 153600},
+    {851904, 6, 53248},
+    {1228736, 6, 76800},
+    {1703904, 5, 425984},
+    {2555840, 6, 159744},
+    {3407808, 6, 212992},
+    {5111776, 5, 1277952},
+    {6815616, 7, 106496},
+    {10223360, 8, 39936},
+    {13631232, 8, 53248},
+    {19659776, 10, 4800},
+    {27260928, 11, 1664},
+};
+
+static const HybridParamRow multiplyRows[] = {
+    {26592, 5, 6656},
+    {38368, 5, 9600},
+    {53184, 6, 3328},
+    {76736, 6, 4800},
+    {106464, 5, 26624},
+    {153568, 5, 38400},
+    {212928, 6, 13312},
+    {307136, 6, 19200},
+    {425856, 7, 6656},
+    {614368, 5, 153600},
+    {851904, 6, 53248},
+    {1277920, 5, 319488},
+    {1703904, 5, 425984},
+    {2555840, 6, 159744},
+    {3407808, 6, 212992},
+    {5111680, 7, 79872},
+    {6815616, 7, 106496},
+    {10223360, 8, 39936},
+    {13631232, 8, 53248},
+    {20446720, 9, 19968},
+    {27262464, 9, 26624},
+};
+
+const HybridParamTable SquareParamTable = {squareRows, sizeof squareRows / sizeof squareRows[0]};
+const HybridParamTable MultiplyParamTable = {multiplyRows,
+                                             sizeof multiplyRows / sizeof multiplyRows[0]};
 
 // Capacity of the pair in product words: ((m * 2^k) / 256 - 1) * 2^k, with
 // the division in integers; 0 where the chunk is empty.
@@ -105,6 +161,8 @@ static uint32_t tableCodeBound(const HybridParamTable& table, uint64_t n) {
 // each k, an m no larger than the first that holds the top of the bucket (or
 // n itself in the last bucket): every pair below that is counted.
 uint32_t hybridElementCodeBound(uint64_t productWords) {
+  // The front ends send no product below twice the threaded start here.
+  if (productWords < 2 * threadedHybridThreshold) return 0;
   uint64_t n = std::min(productWords, hybridProductWordsLimit);
   uint32_t bound =
       std::max(tableCodeBound(SquareParamTable, n), tableCodeBound(MultiplyParamTable, n));

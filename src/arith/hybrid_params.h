@@ -49,5 +49,7 @@ uint32_t hybridSearch(uint64_t productWords, uint32_t* k, uint32_t* m);
 
 // An upper bound of the element FFT's SizeCode over the parameters of every
 // product of at most `productWords` words (0 when all elements are small
-// enough for the recursive methods): what the twiddle tables must serve.
+// enough for the recursive methods, or the size is below the smallest
+// product the front ends send to the hybrid transform, 24000 words): what
+// the twiddle tables must serve.
 uint32_t hybridElementCodeBound(uint64_t productWords);

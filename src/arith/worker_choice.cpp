@@ -1,5 +1,6 @@
 // Choice of the product method by size, and the one place that maps each
 // method to the worker that runs it.
+#include <algorithm>
 #include <atomic>
 
 #include "arith/multiply.h"
@@ -82,6 +83,13 @@ uint64_t runMultiplyWorker(Heap* heap, const uint32_t* a, uint64_t lengthA, cons
       break;
     case MultiplyFft:
       if (equal) return fftMultiplyEqual(heap, a, b, lengthA, product, chop, fftTables);
+      // Up to four times the short length one transform does it, but only
+      // below twice the hybrid threshold; past that, the hybrid transform on
+      // one thread. Longer operands go in pieces of the short length.
+      if (lengthA + lengthB >= 2 * hybridMultiplyThreshold &&
+          std::max(lengthA, lengthB) <= 4 * shorter) {
+        return hybridMultiply(heap, a, lengthA, b, lengthB, product, chop, fftTables, 0);
+      }
       return fftMultiply(heap, a, lengthA, b, lengthB, product, chop, fftTables);
     case MultiplyHybrid:
       return hybridMultiply(heap, a, lengthA, b, lengthB, product, chop, fftTables, threadPower);

@@ -107,26 +107,30 @@ static uint64_t rootFftLength(uint64_t productBits) {
 
 // The hybrid transform's figure for a product of `productWords` words (the
 // run's limits keep it within the transform's range).
-static uint64_t rootHybridWork(uint64_t productWords) {
-  return productScratchAt(std::min(productWords / 2 + 1, hybridProductWordsLimit / 2), 0);
+static uint64_t rootHybridWork(uint64_t productWords, uint32_t threadPower) {
+  return productScratchAt(std::min(productWords / 2 + 1, hybridProductWordsLimit / 2),
+                          threadPower);
 }
 
 // Bytes a product of na by nb words takes besides its operands and result.
 // Past the FFT's rows only the hybrid transform can take it: its figure.
-static uint64_t rootProductWork(uint64_t na, uint64_t nb, bool square) {
+static uint64_t rootProductWork(uint64_t na, uint64_t nb, bool square, uint32_t t) {
   if (square) {
     if (na < fftSquareThreshold) return rootBlock(2 * na) + rootBlock(recursionScratchWords(na, true));
-    if (na >= hybridSquareThreshold) return rootHybridWork(2 * na);
+    if (na >= hybridSquareThreshold || (t > 0 && na >= threadedHybridThreshold))
+      return rootHybridWork(2 * na, t);
     uint64_t length = rootFftLength(64 * na);
-    if (length == 0) return rootHybridWork(2 * na);
+    if (length == 0) return rootHybridWork(2 * na, t);
     return 12 * length + 2 * 128;
   }
   if (std::min(na, nb) < fftMultiplyThreshold) {
     return rootBlock(na + nb) + rootBlock(unbalancedScratchWords(na, nb));
   }
-  if (std::min(na, nb) >= hybridMultiplyThreshold) return rootHybridWork(na + nb);
+  const uint64_t shorter = std::min(na, nb);
+  if (shorter >= hybridMultiplyThreshold || (t > 0 && shorter >= threadedHybridThreshold))
+    return rootHybridWork(na + nb, t);
   uint64_t length = rootFftLength(32 * (na + nb));
-  if (length == 0) return rootHybridWork(na + nb);
+  if (length == 0) return rootHybridWork(na + nb, t);
   return 20 * length + 3 * 128;
 }
 
@@ -135,12 +139,12 @@ static uint64_t rootProductWork(uint64_t na, uint64_t nb, bool square) {
 // s = s * n (w + 6 words each) and e = 1 - s (w + 6 at most) come above it,
 // s and its first form leaving holes that the product e * x (h + 3 words)
 // may take; its transform comes above e.
-static uint64_t rootNewtonPeak(uint64_t w) {
+static uint64_t rootNewtonPeak(uint64_t w, uint32_t t) {
   const uint64_t h = w / 2 + 1;
   const uint64_t x = 2 * rootBlock(h + 9);
-  const uint64_t square = x + rootBlock(w + 8) + rootProductWork(h + 6, h + 6, true);
+  const uint64_t square = x + rootBlock(w + 8) + rootProductWork(h + 6, h + 6, true, t);
   const uint64_t product =
-      x + 3 * rootBlock(w + 9) + rootBlock(h + 5) + rootProductWork(h + 6, w + 6 - h, false);
+      x + 3 * rootBlock(w + 9) + rootBlock(h + 5) + rootProductWork(h + 6, w + 6 - h, false, t);
   return std::max(square, product);
 }
 
@@ -153,7 +157,7 @@ static uint64_t rootInverseWords(uint64_t n) { return uint64_t(double(n) * radix
 // The conversion of a number of `length` words to `words` words of
 // precision, beside its table: all levels in Ram Only; in Basic Swap only
 // the level in use, the others being on disk.
-static uint64_t rootConversionPeak(uint64_t length, uint64_t words, bool swapped) {
+static uint64_t rootConversionPeak(uint64_t length, uint64_t words, bool swapped, uint32_t t) {
   // The table's shape as the conversion sizes it (without its level limit).
   uint64_t c = uint64_t(double(length) * radixWords) + 2;
   uint32_t levels = 0;
@@ -168,11 +172,11 @@ static uint64_t rootConversionPeak(uint64_t length, uint64_t words, bool swapped
     const uint64_t power = rootPowerWords(n), inverse = rootInverseWords(n);
     const uint64_t r = inverse / 2 + 8;
     uint64_t step = (swapped ? 0 : table) + rootBlock(power + 2) + rootBlock(r) +
-                    rootBlock(inverse + 3) + rootProductWork(power, r, false);
+                    rootBlock(inverse + 3) + rootProductWork(power, r, false, t);
     if (i > 0) {
       const uint64_t below = rootPowerWords(n / 2);
       step = std::max(step, (swapped ? 0 : table) + rootBlock(power + 2) +
-                                rootProductWork(below, below, true));
+                                rootProductWork(below, below, true, t));
     }
     building = std::max(building, number + step);
     table += rootBlock(power + 2) + rootBlock(inverse + 3);
@@ -187,9 +191,9 @@ static uint64_t rootConversionPeak(uint64_t length, uint64_t words, bool swapped
   const uint64_t power = std::min(words + 13, rootPowerWords(m));
   const uint64_t half = std::min(words + 13, rootPowerWords(m / 2 + 1));
   const uint64_t squaring = kept + number + rootBlock(half + 2) + rootBlock(power + 2) +
-                            rootProductWork(half, half, true);
+                            rootProductWork(half, half, true, t);
   const uint64_t product = kept + number + 3 * rootBlock(power + 2) + rootBlock(words + 5) +
-                           rootProductWork(length, power, false);
+                           rootProductWork(length, power, false, t);
   // The top division: the integer Y (in the number's place) and the output
   // beside q = Y * inverse, kept to the precision p of the top power, which
   // leaves p + 3 words of Y in the product.
@@ -202,7 +206,7 @@ static uint64_t rootConversionPeak(uint64_t length, uint64_t words, bool swapped
     const uint64_t levelInUse =
         swapped ? rootBlock(rootPowerWords(n) + 2) + rootBlock(inverse + 3) : table;
     division = levelInUse + number + rootBlock(output) + rootBlock(p + 5) +
-               rootProductWork(std::min(words + 5, p + 3), inverse, false);
+               rootProductWork(std::min(words + 5, p + 3), inverse, false, t);
   }
   return std::max({building, squaring, product, division});
 }
@@ -211,17 +215,17 @@ static uint64_t rootConversionPeak(uint64_t length, uint64_t words, bool swapped
 // split heaps, the conversion's child heaps and their tables.
 static constexpr uint64_t rootSmallBlocks = 1024;
 
-static uint64_t rootPeak(uint64_t wordCount, bool swapped) {
+static uint64_t rootPeak(uint64_t wordCount, bool swapped, uint32_t t) {
   const uint64_t w = wordCount + 2;
   // The conversion asks for the digits of the word count and the integer
   // digits: at most wordCount + 4 words, and one more for the secondary cuts.
   const uint64_t words = wordCount + 5;
-  return std::max(rootNewtonPeak(w), rootConversionPeak(w + 4, words, swapped)) + rootSmallBlocks;
+  return std::max(rootNewtonPeak(w, t), rootConversionPeak(w + 4, words, swapped, t)) +
+         rootSmallBlocks;
 }
 
 uint64_t estimateRoot(uint64_t wordCount, uint32_t threadPower) {
-  (void)threadPower;  // every product of the run is a direct FFT, on one thread
-  return rootPeak(wordCount, false);
+  return rootPeak(wordCount, false, threadPower);
 }
 
 // In Basic Swap only the operands of the product at hand are meant to sit in
@@ -230,6 +234,5 @@ uint64_t estimateRoot(uint64_t wordCount, uint32_t threadPower) {
 // is that of Ram Only without the conversion table's other levels, which
 // stay on disk.
 uint64_t estimateRootSwap(uint64_t wordCount, uint32_t threadPower) {
-  (void)threadPower;
-  return rootPeak(wordCount, true);
+  return rootPeak(wordCount, true, threadPower);
 }

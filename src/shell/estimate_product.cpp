@@ -4,6 +4,7 @@
 
 #include "arith/fft_sizes.h"
 #include "arith/product_bytes.h"
+#include "arith/tuning.h"
 #include "platform/console.h"
 #include "shell/estimate.h"
 #include "shell/estimate_internal.h"
@@ -43,7 +44,8 @@ uint64_t productScratchAt(uint64_t s, uint32_t threadPower) {
     if (s < basecaseLimit) return 2 * s;
     return karatsubaScratchBytes(s);
   }
-  if (s >= hybridStart) {
+  // On threads the front ends take the hybrid transform from 12000 words.
+  if (s >= hybridStart || (threadPower > 0 && s >= threadedHybridThreshold)) {
     if (2 * s > hybridProductWordsLimit) estimateSizeExceeded();
     // The transforms' own figure leaves out the product they write, which
     // the FFT's figure holds: it is added here so that both mean the same.

@@ -30,9 +30,9 @@ struct Outcome {
 // Main menu option 4, the given custom menu keys, start, and a key for the
 // pause that follows the computation; the input then ends, which ends the
 // program. The folder is removed before returning.
-Outcome runCustom(const std::string& keys) {
+Outcome runCustom(const std::string& keys, int timeoutSeconds = 120) {
   std::string folder = makeTempFolder();
-  Outcome run{runNumbrella(folder, "4\n" + keys + "0\n\n", 120), {}};
+  Outcome run{runNumbrella(folder, "4\n" + keys + "0\n\n", timeoutSeconds), {}};
   for (const std::string& name : listFolder(folder)) {
     run.files[name] = readWholeFile(folder + "/" + name);
   }
@@ -230,6 +230,35 @@ TEST(ConstantsProgram, PiOnTwoThreadsWritesTheSameBytesAsOnOne) {
     ASSERT_GT(dec.size(), 10u);
     EXPECT_EQ(dec.substr(dec.size() - 10), "1637429204");
   }
+}
+
+// Pi at 10,000,000 and 100,000,000 digits, where every large product runs
+// on the hybrid transform, on one thread and on two: the same bytes on both;
+// the shorter run is the start of the longer; the first 1048576 digits of
+// both radixes equal MPFR's; the last ten decimal digits of the longer are
+// the published ones.
+TEST(ConstantsProgram, PiAtTenAndAHundredMillionDigitsOnOneAndTwoThreads) {
+  const std::string dec = "Pi - Dec - Chudnovsky.txt", hex = "Pi - Hex - Chudnovsky.txt";
+  std::map<std::string, std::string> shorter;
+  for (size_t digits : {size_t(10000000), size_t(100000000)}) {
+    Outcome one = runCustom(constant(3) + decimalDigits(digits) + threadPower(0), 900);
+    Outcome two = runCustom(constant(3) + decimalDigits(digits) + threadPower(1), 900);
+    SCOPED_TRACE(std::to_string(digits) + " digits");
+    ASSERT_EQ(one.result.exitStatus, 0) << one.result.out.substr(0, 2000);
+    ASSERT_EQ(two.result.exitStatus, 0) << two.result.out.substr(0, 2000);
+    ASSERT_EQ(one.files.size(), 2u);
+    EXPECT_TRUE(one.files == two.files) << "one and two threads differ";
+    EXPECT_EQ(one.files[dec].size(), digits + 2);
+    EXPECT_TRUE(sameText(one.files[dec].substr(0, 1048578), piText(10, 1048576)));
+    EXPECT_TRUE(sameText(one.files[hex].substr(0, 1048578), piText(16, 1048576)));
+    if (!shorter.empty()) {
+      EXPECT_TRUE(sameText(one.files[dec].substr(0, shorter[dec].size()), shorter[dec]));
+      EXPECT_TRUE(sameText(one.files[hex].substr(0, shorter[hex].size()), shorter[hex]));
+    }
+    shorter = std::move(one.files);
+  }
+  const std::string& last = shorter[dec];
+  EXPECT_EQ(last.substr(last.size() - 10), "0187751592");
 }
 
 }  // namespace

@@ -264,7 +264,11 @@ TEST(EstimatePeak, ConversionCoversTheWholeRunWithinAQuarter) {
       }
       const double ratio = double(estimate) / double(peak);
       if (words >= 1000) {
-        EXPECT_LE(ratio, 1.25) << words << " words, threadPower " << threadPower;
+        // From about 12000 words the products are the hybrid transform's,
+        // whose figure is the largest over every table row up to the size:
+        // the rows' memory is not monotonic (few large elements against
+        // more small ones), so the bound is looser there.
+        EXPECT_LE(ratio, words < 12000 ? 1.25 : 1.8) << words << " words, threadPower " << threadPower;
         worst.take(ratio, words);
       } else if (words >= 100) {
         EXPECT_LE(ratio, 1.5) << words << " words, threadPower " << threadPower;
