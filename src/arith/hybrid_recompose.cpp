@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include <immintrin.h>
+
 #include "arith/fermat.h"
 #include "arith/hybrid.h"
 
@@ -71,6 +73,53 @@ struct OutputJob {
   uint64_t seams[512];  // seam element of tree node i (0: none)
 };
 
+// Words [from, to) of y = x >> k (x with W + 1 words, top word 0), plus
+// tail[from, to) when tail is given, to out[from - shift, to - shift); the
+// carry runs through `carry`. The carry flag of 64-bit additions does the
+// adding, two words at a time.
+inline void shiftedOut(const uint32_t* x, const uint32_t* tail, uint32_t* out, uint64_t from,
+                       uint64_t to, uint32_t k, unsigned char& carry) {
+  uint64_t j = from;
+  for (; j + 2 <= to; j += 2) {
+    unsigned long long pair, added, below;
+    memcpy(&pair, x + j, 8);
+    const unsigned long long y = (pair >> k) | (uint64_t(x[j + 2]) << (64 - k));
+    if (tail != nullptr) {
+      memcpy(&below, tail + j, 8);
+    } else {
+      below = 0;
+    }
+    carry = _addcarry_u64(carry, y, below, &added);
+    memcpy(out + j, &added, 8);
+  }
+  if (j < to) {
+    unsigned long long pair;
+    memcpy(&pair, x + j, 8);
+    unsigned int added;
+    carry = _addcarry_u32(carry, uint32_t(pair >> k), tail != nullptr ? tail[j] : 0, &added);
+    out[j] = added;
+  }
+}
+
+// The usual element in one pass: divisible by 2^k (so the division is the
+// shift right by k), no overflow word, its c words all wanted. The words
+// below c go to the destination, the rest down into the element's slot
+// (each written after it is read). Returns the check.
+uint32_t outputWhole(const OutputRange& range, uint32_t* element, const uint32_t* tail,
+                     uint64_t base) {
+  const uint64_t W = range.words, c = range.chunk, tailWords = W - c;
+  const uint32_t k = range.levels;
+  const uint32_t failed = (element[W - 1] >> k) != 0 ? 1 : 0;
+  uint32_t* destination = range.destination + (base - range.start);
+  unsigned char carry = 0;
+  shiftedOut(element, tail, destination, 0, c, k, carry);
+  shiftedOut(element, tail, element - c, c, tailWords, k, carry);
+  // Above the tail: y alone, its last word from x's last word only.
+  shiftedOut(element, nullptr, element - c, tailWords, W - 1, k, carry);
+  element[W - 1 - c] = uint32_t(uint64_t(element[W - 1] >> k) + carry);
+  return failed;
+}
+
 }  // namespace
 
 uint32_t hybridOutputElement(const OutputRange& range, uint32_t* transform, uint64_t stride,
@@ -81,6 +130,10 @@ uint32_t hybridOutputElement(const OutputRange& range, uint32_t* transform, uint
   // Wholly below the wanted words: neither divided nor checked; its carry
   // into the wanted part is dropped.
   if (range.start > base + W) return 0;
+  const uint32_t k = range.levels;
+  if (k >= 1 && k < 32 && element[W] == 0 && (element[0] & ((uint32_t(1) << k) - 1)) == 0 &&
+      range.start <= base && base + c <= range.end && tailWords + 1 < W)
+    return outputWhole(range, element, withTail ? element - stride : nullptr, base);
   // Divide by 2^k: multiply by 2^(2n - k).
   fermatShift(scratch, element, W, 64 * W - range.levels);
   const uint32_t failed = (scratch[W - 1] | scratch[W]) != 0 ? 1 : 0;
@@ -157,7 +210,7 @@ uint32_t outputSplit(OutputJob* job, uint64_t begin, uint64_t end, uint32_t* scr
 
 uint32_t hybridOutputStage(const OutputRange& range, uint32_t* transform, uint64_t stride,
                            uint32_t* scratch, uint32_t threadPower) {
-  const uint64_t W = range.words, c = range.chunk, count = uint64_t(1) << range.levels;
+  const uint64_t c = range.chunk, count = uint64_t(1) << range.levels;
   uint64_t elements = (range.end + c - 1) / c;  // those with a word below the end
   if (elements > count) elements = count;
   if (elements == 0) return 0;
