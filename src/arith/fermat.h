@@ -78,9 +78,10 @@ void radix4Inverse(uint32_t* a0, uint32_t* a1, uint32_t* a2, uint32_t* a3, uint6
 // in frequency: natural order in, bit-reversed order out. Its root of order
 // 2^levels has the exponent 128W >> levels; `e` is the twist (0 for a whole
 // transform; the column j of a larger transform has twist + j * its root).
-// radixPass works by straight radix-16 passes (radix 8 when W is not a
-// multiple of 8) and recursion; blockedForward first cuts the transform in
-// column and row stages of about 1.5 MiB. Butterfly scratch:
+// radixPass works by straight passes of 4 levels (3 when W is not a
+// multiple of 8), each made of radix-4 steps (radix-2 when W is odd), and
+// recursion; blockedForward first cuts the transform in column and row
+// stages of about 1.5 MiB. Butterfly scratch:
 // fermatButterflyScratchWords(W) words for each of the 2^threadPower threads.
 void radixPass(uint32_t* elements, uint64_t W, uint64_t stride, uint32_t levels, uint64_t e,
                uint32_t* scratch, uint32_t threadPower);
@@ -95,16 +96,19 @@ void blockedInverse(uint32_t* elements, uint64_t W, uint64_t stride, uint32_t le
 
 // Element i of the transform (2^k elements, `stride` words apart) takes the
 // words [i * c, i * c + c) of source[0 .. n), zero-filled to W + 1 words;
-// then the blocked forward transform of root exponent 128W >> k.
+// then the blocked forward transform of root exponent 128W >> k. The load
+// is part of the first level of the column stage.
 // Fatal "Architectural Limit Exceeded" when stride << k overflows.
 void hybridForward(const uint32_t* source, uint64_t n, uint64_t c, uint32_t* transform, uint64_t W,
                    uint64_t stride, uint32_t k, uint32_t* scratch, uint32_t threadPower);
 
-// The inverse transform, then the output stage: each element is divided by
+// The inverse transform with the output stage: each element is divided by
 // 2^k, checked (its two top words must be 0), joined with the tail of the
 // element before, and its words in [start, end) of the product are written
 // to destination[0 .. end - start). Elements wholly below `start` are
-// neither divided nor checked. Returns 0, or non-zero on a failed check.
+// neither divided nor checked. Rows first; then the final stage's columns
+// hand their elements to the output stage as each column is done (seams
+// closed at the end). Returns 0, or non-zero on a failed check.
 uint32_t hybridInverse(uint32_t* destination, uint64_t end, uint64_t start, uint64_t c,
                        uint32_t* transform, uint64_t W, uint64_t stride, uint32_t k,
                        uint32_t* scratch, uint32_t threadPower);
