@@ -4,8 +4,9 @@
 //
 //   fermat_bench [--time SECONDS] [--odd]
 //
-// --odd takes W = 17 * 2^j words (odd multipliers: the first level then
-// has twiddles with odd half-bit exponents) instead of the default sizes.
+// --odd takes W = 17 * 2^j words instead of the default sizes: at k = j + 7
+// the root's exponent is odd, and half the first level's twiddles go
+// through sqrt(2).
 // k runs from 5 to 12; transforms above 2^24 words are skipped. Each round
 // trip is checked once: forward then inverse must give the input times 2^k.
 #include <chrono>
