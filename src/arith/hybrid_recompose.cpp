@@ -74,30 +74,28 @@ struct OutputJob {
 };
 
 // Words [from, to) of y = x >> k (x with W + 1 words, top word 0), plus
-// tail[from, to) when tail is given, to out[from - shift, to - shift); the
-// carry runs through `carry`. The carry flag of 64-bit additions does the
-// adding, two words at a time.
+// tail[from, to) when `withTail`, to out[from - shift, to - shift); the
+// carry runs through `carry`, two words at a time in 128-bit sums.
+template <bool withTail>
 inline void shiftedOut(const uint32_t* x, const uint32_t* tail, uint32_t* out, uint64_t from,
-                       uint64_t to, uint32_t k, unsigned char& carry) {
+                       uint64_t to, uint32_t k, uint64_t& carry) {
   uint64_t j = from;
   for (; j + 2 <= to; j += 2) {
-    unsigned long long pair, added, below;
+    unsigned long long pair, below = 0;
     memcpy(&pair, x + j, 8);
-    const unsigned long long y = (pair >> k) | (uint64_t(x[j + 2]) << (64 - k));
-    if (tail != nullptr) {
-      memcpy(&below, tail + j, 8);
-    } else {
-      below = 0;
-    }
-    carry = _addcarry_u64(carry, y, below, &added);
-    memcpy(out + j, &added, 8);
+    if constexpr (withTail) memcpy(&below, tail + j, 8);
+    const unsigned __int128 sum = (unsigned __int128)((pair >> k) | (uint64_t(x[j + 2]) << (64 - k))) +
+                                  below + carry;
+    const unsigned long long low = uint64_t(sum);
+    memcpy(out + j, &low, 8);
+    carry = uint64_t(sum >> 64);
   }
   if (j < to) {
     unsigned long long pair;
     memcpy(&pair, x + j, 8);
-    unsigned int added;
-    carry = _addcarry_u32(carry, uint32_t(pair >> k), tail != nullptr ? tail[j] : 0, &added);
-    out[j] = added;
+    const uint64_t sum = uint64_t(uint32_t(pair >> k)) + (withTail ? tail[j] : 0) + carry;
+    out[j] = uint32_t(sum);
+    carry = sum >> 32;
   }
 }
 
@@ -111,11 +109,16 @@ uint32_t outputWhole(const OutputRange& range, uint32_t* element, const uint32_t
   const uint32_t k = range.levels;
   const uint32_t failed = (element[W - 1] >> k) != 0 ? 1 : 0;
   uint32_t* destination = range.destination + (base - range.start);
-  unsigned char carry = 0;
-  shiftedOut(element, tail, destination, 0, c, k, carry);
-  shiftedOut(element, tail, element - c, c, tailWords, k, carry);
+  uint64_t carry = 0;
+  if (tail != nullptr) {
+    shiftedOut<true>(element, tail, destination, 0, c, k, carry);
+    shiftedOut<true>(element, tail, element - c, c, tailWords, k, carry);
+  } else {
+    shiftedOut<false>(element, tail, destination, 0, c, k, carry);
+    shiftedOut<false>(element, tail, element - c, c, tailWords, k, carry);
+  }
   // Above the tail: y alone, its last word from x's last word only.
-  shiftedOut(element, nullptr, element - c, tailWords, W - 1, k, carry);
+  shiftedOut<false>(element, nullptr, element - c, tailWords, W - 1, k, carry);
   element[W - 1 - c] = uint32_t(uint64_t(element[W - 1] >> k) + carry);
   return failed;
 }
