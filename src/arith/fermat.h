@@ -48,6 +48,9 @@ bool fermatTimesRootTwoFactor(uint32_t* y, uint64_t W);
 // bits mod n < 32; neither output may overlap the other input.
 void fermatShiftedSum(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
                       uint64_t W, uint64_t bits);
+// Whether the kernels above take their ADX/BMI2 loops (x86-64 processors
+// that have both, decided on first use).
+bool fermatAdxUsable();
 // The same two without the processor-specific loops (for tests: both
 // forms give the same words).
 void fermatSumShiftedPortable(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,

@@ -23,7 +23,7 @@
 
 #include "arith/fermat.h"
 #include "arith/fermat_words.h"
-#if defined(__ADX__) && defined(__BMI2__)
+#if defined(__x86_64__)
 #include "arith/fermat_kernels_adx.h"
 #endif
 
@@ -131,7 +131,7 @@ inline void shiftedWord(Chains& c, uint32_t* sum, uint32_t* out, const uint32_t*
 }
 
 // Words [from, to) of d to out + (j + offset); `fast` takes the ADX loops
-// where the build has them.
+// (only when fermatAdxUsable()).
 template <Kind kind, bool swap, bool wrapped, bool fast>
 inline void shiftedRun(Chains& c, uint32_t* sum, uint32_t* out, const uint32_t* a,
                        const uint32_t* b, uint64_t from, uint64_t to, uint64_t offset,
@@ -217,13 +217,26 @@ void shiftedDispatch(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint
 
 }  // namespace
 
+bool fermatAdxUsable() {
+#ifdef NUMBRELLA_FERMAT_ADX
+  static const bool usable = __builtin_cpu_supports("adx") && __builtin_cpu_supports("bmi2");
+  return usable;
+#else
+  return false;
+#endif
+}
+
 void fermatSumShifted(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
                       uint64_t W, uint64_t bits) {
-  shiftedDispatch<Kind::butterfly, true>(sum, out, a, b, W, bits);
+  if (fermatAdxUsable()) {
+    shiftedDispatch<Kind::butterfly, true>(sum, out, a, b, W, bits);
+  } else {
+    shiftedDispatch<Kind::butterfly, false>(sum, out, a, b, W, bits);
+  }
 }
 
 void fermatShiftWords(uint32_t* out, const uint32_t* x, uint64_t W, uint64_t bits) {
-  shiftedDispatch<Kind::shift, true>(nullptr, out, x, nullptr, W, bits);
+  shiftedDispatch<Kind::shift, false>(nullptr, out, x, nullptr, W, bits);
 }
 
 void fermatSumShiftedPortable(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,

@@ -3,9 +3,10 @@
 // the sum with the complement: x - y = x + ~y + 1, so OF holds "no
 // borrow"), so the two chains never save and restore the flags. Shifts
 // are shlx/shrx and the halves meet by lea, none of which touch the flags.
-// Four limbs (eight words) a round, blocks >= 1; the callers do the rest. Included only
-// where __ADX__ and __BMI2__ are defined; the portable loops give the same
-// words.
+// Four limbs (eight words) a round, blocks >= 1; the callers do the rest.
+// Built on every x86-64 target (the assembler knows the instructions) and
+// taken only where fermatAdxUsable() says the processor has them; the
+// portable loops give the same words.
 #pragma once
 
 #include <cstdint>

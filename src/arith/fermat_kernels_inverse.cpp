@@ -7,7 +7,7 @@
 
 #include "arith/fermat.h"
 #include "arith/fermat_words.h"
-#if defined(__ADX__) && defined(__BMI2__)
+#if defined(__x86_64__)
 #include "arith/fermat_kernels_adx.h"
 #endif
 
@@ -137,7 +137,11 @@ void shiftedSumDispatch(uint32_t* sum, uint32_t* out, const uint32_t* a, const u
 
 void fermatShiftedSum(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
                       uint64_t W, uint64_t bits) {
-  shiftedSumDispatch<true>(sum, out, a, b, W, bits);
+  if (fermatAdxUsable()) {
+    shiftedSumDispatch<true>(sum, out, a, b, W, bits);
+  } else {
+    shiftedSumDispatch<false>(sum, out, a, b, W, bits);
+  }
 }
 
 void fermatShiftedSumPortable(uint32_t* sum, uint32_t* out, const uint32_t* a, const uint32_t* b,
