@@ -1,5 +1,5 @@
 // FFT squares and products against GMP's mpz_mul, side by side in one
-// process, single-threaded, for operands of 64 to 13056 words.
+// process, single-threaded, for operands of 64 to 13056 words or the sizes given.
 //
 // Usage: fft_bench [scalar|avx2|avx512] [words ...]
 // Each figure is the best of several timed batches (microseconds per call).
