@@ -224,12 +224,17 @@ TEST(ProductBytes, PeakCoversEveryRowBelow) {
   EXPECT_GE(hybridPeakBytesWith(none, multiplyTable, 335413249, 0), first);
   EXPECT_GE(hybridPeakBytesWith(none, multiplyTable, 352256000, 3),
             hybridProductBytesWith(none, multiplyTable, 335413248, 3));
-  // With the build's empty tables, the search alone.
-  uint32_t k = 0, m = 0;
-  for (uint64_t n : {uint64_t(30000), uint64_t(5000000), uint64_t(3000000000ull)}) {
-    ASSERT_EQ(hybridSearch(n, &k, &m), 0u);
-    EXPECT_EQ(hybridPeakBytes(n, 1), hybridProductBytes(hybridCapacity(k, m), 1)) << n;
+  // The build's tables: every size's own figure and every row below it are
+  // covered; past the last row the search alone serves.
+  for (uint64_t n = 24000; n < 40000000; n += n / 7) {
+    const uint64_t peak = hybridPeakBytes(n, 1);
+    EXPECT_GE(peak, hybridProductBytes(n, 1)) << n;
+    for (uint32_t i = 1; i < SquareParamTable.count && SquareParamTable.rows[i - 1].capacity < n; i++)
+      EXPECT_GE(peak, hybridProductBytes(SquareParamTable.rows[i].capacity, 1)) << n << " row " << i;
   }
+  uint32_t k = 0, m = 0;
+  ASSERT_EQ(hybridSearch(3000000000ull, &k, &m), 0u);
+  EXPECT_EQ(hybridPeakBytes(3000000000ull, 1), hybridProductBytes(hybridCapacity(k, m), 1));
 }
 
 TEST(HybridElements, CodeBoundCoversEverySearchBelowIt) {
