@@ -8,14 +8,16 @@
 #include "arith/fft_sizes.h"
 #include "arith/tuning.h"
 
-// Rows found by timing the hybrid transform with perf/hybrid_tune (squares)
-// and perf/hybrid_tune --multiply (products of two numbers), one thread, on
-// a 2-core AVX-512 machine: for sizes on a grid of half octaves, the fastest
-// pair among k from 5 up to hybridSearch's range, each with its least m.
-// The element FFT is so much cheaper per bit than a level of the Fermat
-// transform that few, large elements win. Row 0 serves only its exact
-// capacity: smaller products take row 1. Past the last row hybridSearch
-// serves.
+// Rows found by timing the hybrid transform with `perf/hybrid_tune --max
+// 40000000` (squares) and the same with --multiply (products of two
+// numbers), one thread, on a 2-core AVX-512 machine: for sizes on a grid of
+// half octaves from 26114 words, the fastest pair among k from 5 (eight
+// elements for each of four threads) up to hybridSearch's range, each k
+// with its least m. The element FFT is so much cheaper per bit than a level
+// of the Fermat transform that few, large elements win; near the optimum
+// the times are flat within a few percent, so neighbouring rows may jump
+// between quite different pairs. Row 0 serves only its exact capacity:
+// smaller products take row 1. Past the last row hybridSearch serves.
 static const HybridParamRow squareRows[] = {
     {26592, 5, 6656},
     {38368, 5, 9600},
@@ -25,19 +27,20 @@ static const HybridParamRow squareRows[] = {
     {153568, 5, 38400},
     {212928, 6, 13312},
     {307136, 6, 19200},
-    {425856, 7, 6656},
-    {614368, 5, 153600},
-    {851904, 6, 53248},
+    {425952, 5, 106496},
+    {620544, 11, 38},
+    {851712, 8, 3328},
     {1228736, 6, 76800},
-    {1703904, 5, 425984},
-    {2555840, 6, 159744},
+    {1703424, 9, 1664},
+    {2457472, 7, 38400},
     {3407808, 6, 212992},
-    {5111776, 5, 1277952},
+    {5111680, 7, 79872},
     {6815616, 7, 106496},
-    {10223360, 8, 39936},
+    {10223552, 6, 638976},
     {13631232, 8, 53248},
-    {19659776, 10, 4800},
-    {27260928, 11, 1664},
+    {20447104, 7, 319488},
+    {27262464, 9, 26624},
+    {39319552, 11, 2400},
 };
 
 static const HybridParamRow multiplyRows[] = {
@@ -50,11 +53,11 @@ static const HybridParamRow multiplyRows[] = {
     {212928, 6, 13312},
     {307136, 6, 19200},
     {425856, 7, 6656},
-    {614368, 5, 153600},
-    {851904, 6, 53248},
-    {1277920, 5, 319488},
+    {620544, 11, 38},
+    {851712, 8, 3328},
+    {1228736, 6, 76800},
     {1703904, 5, 425984},
-    {2555840, 6, 159744},
+    {2457472, 7, 38400},
     {3407808, 6, 212992},
     {5111680, 7, 79872},
     {6815616, 7, 106496},
@@ -62,6 +65,7 @@ static const HybridParamRow multiplyRows[] = {
     {13631232, 8, 53248},
     {20446720, 9, 19968},
     {27262464, 9, 26624},
+    {40893440, 10, 9984},
 };
 
 const HybridParamTable SquareParamTable = {squareRows, sizeof squareRows / sizeof squareRows[0]};
