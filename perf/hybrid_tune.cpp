@@ -8,12 +8,13 @@
 // --min (default 26114, twice the hybrid threshold) to --max (default
 // 33554432), it times one product of P words (two P/2-word operands; a
 // square, or with --multiply a product of two different numbers) for every
-// k from e - D (default 12) to e + 1, but not below K (default 5: eight
-// elements for each of four threads), e the exponent where hybridSearch starts, each with
-// the least m whose transform holds P and whose element size exists. The
-// fastest pair becomes a row (capacity, k, m) with capacity = c * 2^k; rows
-// that a smaller size's row already covers with the same pair are merged.
-// One thread: the elements are the unit of threading either way.
+// k from e - D (default 12) to e + 1, e the exponent where hybridSearch
+// starts, but not below K (default 7: eight elements for each of 16
+// threads), each with the least m whose transform holds P, whose element
+// size exists and whose capacity is at most 2P. The fastest pair becomes a
+// row (capacity, k, m) with capacity = c * 2^k; rows that a smaller size's
+// row already covers with the same pair are merged. One thread: the
+// elements are the unit of threading either way.
 //
 // Output: a line per size with every candidate's time, and at the end the
 // rows as C++ initialisers.
@@ -77,7 +78,7 @@ void serveElements(uint32_t k, uint32_t m) {
 int main(int argc, char** argv) {
   bool multiply = false;
   uint64_t minimum = 26114, maximum = 33554432;
-  uint32_t steps = 2, spread = 12, kMin = 5;
+  uint32_t steps = 2, spread = 12, kMin = 7;
   double target = 0.5;
   for (int i = 1; i < argc; i++) {
     if (!std::strcmp(argv[i], "--multiply")) {

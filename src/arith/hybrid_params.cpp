@@ -11,61 +11,63 @@
 // Rows found by timing the hybrid transform with `perf/hybrid_tune --max
 // 40000000` (squares) and the same with --multiply (products of two
 // numbers), one thread, on a 2-core AVX-512 machine: for sizes on a grid of
-// half octaves from 26114 words, the fastest pair among k from 5 (eight
-// elements for each of four threads) up to hybridSearch's range, each k
-// with its least m. The element FFT is so much cheaper per bit than a level
-// of the Fermat transform that few, large elements win; near the optimum
-// the times are flat within a few percent, so neighbouring rows may jump
-// between quite different pairs. Row 0 serves only its exact capacity:
-// smaller products take row 1. Past the last row hybridSearch serves.
+// half octaves from 26114 words, the fastest pair among k from 7 up to
+// hybridSearch's range, each k with its least m. The element FFT is so much
+// cheaper per bit than a level of the Fermat transform that few, large
+// elements win; k = 5 or 6 would be up to 10% faster on one thread below
+// 600000 words, but k >= 7 leaves eight elements to each of 16 threads and
+// was as fast or faster on two. Near the optimum the times are flat within a
+// few percent, so neighbouring rows may jump between quite different pairs.
+// Row 0 serves only its exact capacity: smaller products take row 1. Past
+// the last row hybridSearch serves.
 static const HybridParamRow squareRows[] = {
-    {26592, 5, 6656},
-    {38368, 5, 9600},
-    {53184, 6, 3328},
-    {76736, 6, 4800},
-    {106464, 5, 26624},
-    {153568, 5, 38400},
-    {212928, 6, 13312},
-    {307136, 6, 19200},
-    {425952, 5, 106496},
-    {620544, 11, 38},
-    {851712, 8, 3328},
-    {1228736, 6, 76800},
-    {1703424, 9, 1664},
-    {2457472, 7, 38400},
-    {3407808, 6, 212992},
-    {5111680, 7, 79872},
-    {6815616, 7, 106496},
-    {10223552, 6, 638976},
-    {13631232, 8, 53248},
-    {20447104, 7, 319488},
-    {27262464, 9, 26624},
-    {39319552, 11, 2400},
-};
-
-static const HybridParamRow multiplyRows[] = {
-    {26592, 5, 6656},
-    {38368, 5, 9600},
-    {53184, 6, 3328},
-    {76736, 6, 4800},
-    {106464, 5, 26624},
-    {153568, 5, 38400},
-    {212928, 6, 13312},
-    {307136, 6, 19200},
+    {26496, 7, 416},
+    {38400, 9, 38},
+    {52992, 8, 208},
+    {76544, 8, 300},
+    {106368, 7, 1664},
+    {153472, 7, 2400},
+    {212736, 8, 832},
+    {306944, 8, 1200},
     {425856, 7, 6656},
     {620544, 11, 38},
     {851712, 8, 3328},
-    {1228736, 6, 76800},
-    {1703904, 5, 425984},
+    {1241088, 12, 19},
+    {1703808, 7, 26624},
     {2457472, 7, 38400},
-    {3407808, 6, 212992},
+    {3407616, 8, 13312},
+    {4914944, 8, 19200},
+    {6815616, 7, 106496},
+    {10223360, 8, 39936},
+    {13631232, 8, 53248},
+    {19659776, 10, 4800},
+    {27262464, 9, 26624},
+    {40893440, 10, 9984},
+};
+
+static const HybridParamRow multiplyRows[] = {
+    {26496, 7, 416},
+    {38400, 9, 38},
+    {52992, 8, 208},
+    {76544, 8, 300},
+    {106368, 7, 1664},
+    {153472, 7, 2400},
+    {212736, 8, 832},
+    {306944, 8, 1200},
+    {425856, 7, 6656},
+    {620544, 11, 38},
+    {851712, 8, 3328},
+    {1228544, 8, 4800},
+    {1703808, 7, 26624},
+    {2457472, 7, 38400},
+    {3407616, 8, 13312},
     {5111680, 7, 79872},
     {6815616, 7, 106496},
     {10223360, 8, 39936},
     {13631232, 8, 53248},
-    {20446720, 9, 19968},
+    {19659776, 10, 4800},
     {27262464, 9, 26624},
-    {40893440, 10, 9984},
+    {39319552, 11, 2400},
 };
 
 const HybridParamTable SquareParamTable = {squareRows, sizeof squareRows / sizeof squareRows[0]};
