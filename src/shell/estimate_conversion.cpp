@@ -71,7 +71,12 @@ uint64_t estimateConversion(uint64_t wordCount, uint32_t threadPower) {
   // The front end picks the method by the shorter operand, the power.
   const uint64_t product =
       power < transformStart ? karatsubaScratchBytes(size) : productScratchAt(size, threadPower);
-  return working + 4 * power + product;
+  // The top division's second product, q * D, runs beside the quotient q
+  // (about the top power's length); where the normalisation's product is a
+  // hybrid one and q * D a direct FFT, that phase is the larger by about q.
+  const uint64_t quotient =
+      levels == 0 ? 0 : uint64_t(double(top << (levels - 1)) * radixWordsInverse) + 6;
+  return working + 4 * (power + quotient) + product;
 }
 
 // Swap space of the conversion: the number and its output, both parts of the

@@ -159,13 +159,15 @@ TEST(EstimateConversion, WorkingMemoryPowerAndNormalisationProduct) {
   // 1000 words: w = 1070, 1072 halves 7 times to 9: a table of 1958 words
   // and 7 levels; (1000 + 1070 + 1958) * 4 + 128 * 7 + 1024 bytes. The power
   // of the 1005-word number: m = 1075, 22464 + 11 + 1 bits, 703 words; the
-  // product of 1005 by 703 words is the square shape of 855.
-  EXPECT_EQ(estimateConversion(1000, 0), 16112u + 896 + 1024 + 4 * 703 + fftProductBytes(855));
+  // product of 1005 by 703 words is the square shape of 855. The top
+  // division's quotient: 9 << 6 = 576 base-10^9 words, 538 + 6 words.
+  EXPECT_EQ(estimateConversion(1000, 0),
+            16112u + 896 + 1024 + 4 * (703 + 544) + fftProductBytes(855));
   EXPECT_EQ(estimateConversionDisk(1000), (2u * (1000 + 1070) + 1958) * 4);
   // The conversion's products run on one thread: threads add nothing.
   EXPECT_EQ(estimateConversion(1000, 2), estimateConversion(1000, 0));
-  // Large numbers: the working memory and a product at 0.85 L, which for
-  // now is the FFT's (it grows past 40 bytes a word at this size).
+  // Large numbers: the working memory and a product at 0.85 L, the hybrid
+  // transform's.
   const uint64_t words = 100000000;
   uint64_t big = estimateConversion(words, 0);
   EXPECT_GE(big, (words + 107032887) * 4 + productScratchAt(84000000, 0));
