@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "arith/fft_tables.h"
+#include "bench_support.h"
 #include "constants/compute_settings.h"
 #include "constants/e.h"
 #include "digits/base_conversion.h"
@@ -34,10 +35,6 @@
 #include "shell/estimate.h"
 
 namespace {
-
-double now() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
 
 struct Options {
   std::vector<uint64_t> digits;
@@ -77,19 +74,6 @@ struct Timing {
   std::string digits;  // "2" and the fraction, no point
 };
 
-// "2" and the fraction's digits from radix-10^9 words (top word first,
-// without its leading zeros), cut to `count` digits in all.
-std::string decimalText(const uint32_t* words, uint64_t n, uint64_t count) {
-  std::string text = std::to_string(words[n - 1]);
-  char group[16];
-  for (uint64_t i = n - 1; i-- > 0 && text.size() < count;) {
-    std::snprintf(group, sizeof group, "%09u", words[i]);
-    text += group;
-  }
-  text.resize(std::min<uint64_t>(count, text.size()));
-  return text;
-}
-
 Timing runNumbrella(uint32_t algorithm, uint64_t decimalDigits, uint32_t threadPower) {
   ComputeSettings settings;
   fillDefaultComputeSettings(nullptr, &settings);
@@ -108,7 +92,7 @@ Timing runNumbrella(uint32_t algorithm, uint64_t decimalDigits, uint32_t threadP
   std::string console;
   consoleCaptureTo(&console);
   Timing timing;
-  double start = now();
+  double start = benchNow();
   BigFloat e, other;
   if (algorithm == eComputeVerify) {
     computeEVerify(&heap, &e, &other, words, threadPower, computeModeRamOnly, 0);
@@ -117,18 +101,9 @@ Timing runNumbrella(uint32_t algorithm, uint64_t decimalDigits, uint32_t threadP
   } else {
     computeEExpOne(&heap, &e, words, threadPower, computeModeRamOnly, 0);
   }
-  timing.compute = now() - start;
-  start = now();
-  BaseConversionTable table;
-  buildBaseConversionTable(&heap, &e, &table, threadPower);
-  ConversionOutput out;
-  convertToDecimal(&heap, &out, &e, decimalDigits + 1, &table, 0, threadPower);
-  timing.convert = now() - start;
+  timing.compute = benchNow() - start;
+  timing.convert = benchConvert(&heap, &e, decimalDigits + 1, threadPower, &timing.digits);
   consoleCaptureTo(nullptr);
-
-  timing.digits = decimalText(out.digits.words, out.digits.length, decimalDigits + 1);
-  releaseConversionOutput(&out);
-  releaseBaseConversionTable(&table);
   if (algorithm == eComputeVerify) bigFloatDestroy(&other);
   bigFloatDestroy(&e);
   releaseFftTables();
@@ -149,14 +124,14 @@ Timing runMpfr(uint64_t decimalDigits) {
   mpfr_t x;
   mpfr_init2(x, precision);
   Timing timing;
-  double start = now();
+  double start = benchNow();
   mpfr_set_ui(x, 1, MPFR_RNDN);
   mpfr_exp(x, x, MPFR_RNDZ);
-  timing.compute = now() - start;
-  start = now();
+  timing.compute = benchNow() - start;
+  start = benchNow();
   mpfr_exp_t point = 0;
   char* text = mpfr_get_str(nullptr, &point, 10, size_t(decimalDigits) + 10, x, MPFR_RNDZ);
-  timing.convert = now() - start;
+  timing.convert = benchNow() - start;
   timing.digits = std::string(text).substr(0, decimalDigits + 1);
   mpfr_free_str(text);
   mpfr_clear(x);
@@ -170,12 +145,12 @@ Timing runArb(uint64_t decimalDigits, uint32_t threadPower) {
   arb_t x;
   arb_init(x);
   Timing timing;
-  double start = now();
+  double start = benchNow();
   arb_const_e(x, precision);
-  timing.compute = now() - start;
-  start = now();
+  timing.compute = benchNow() - start;
+  start = benchNow();
   char* text = arb_get_str(x, slong(decimalDigits) + 10, ARB_STR_NO_RADIUS);
-  timing.convert = now() - start;
+  timing.convert = benchNow() - start;
   timing.digits = withoutPoint(text, decimalDigits);
   flint_free(text);
   arb_clear(x);

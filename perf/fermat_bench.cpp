@@ -16,13 +16,10 @@
 #include <random>
 #include <vector>
 
+#include "bench_support.h"
 #include "arith/fermat.h"
 
 namespace {
-
-double now() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
 
 // Best time of one call, repeated for at least `target` seconds (3 runs
 // at least, 50 at most).
@@ -30,9 +27,9 @@ template <typename F>
 double bestTime(F&& call, double target) {
   double best = 1e30, spent = 0;
   for (int run = 0; run < 50 && (run < 3 || spent < target); run++) {
-    const double start = now();
+    const double start = benchNow();
     call();
-    const double t = now() - start;
+    const double t = benchNow() - start;
     spent += t;
     if (t < best) best = t;
   }

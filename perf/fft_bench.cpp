@@ -12,6 +12,7 @@
 #include <random>
 #include <vector>
 
+#include "bench_support.h"
 #include "arith/fft.h"
 #include "arith/fft_internal.h"
 #include "arith/fft_tables.h"
@@ -19,25 +20,21 @@
 
 namespace {
 
-double now() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
-
 // Best time per call of `run` over batches of about 20 ms each.
 template <typename Run>
 double bestMicroseconds(Run run) {
   uint64_t calls = 1;
   for (;;) {
-    double start = now();
+    double start = benchNow();
     for (uint64_t i = 0; i < calls; i++) run();
-    if (now() - start > 0.02) break;
+    if (benchNow() - start > 0.02) break;
     calls *= 2;
   }
   double best = 1e30;
   for (int batch = 0; batch < 5; batch++) {
-    double start = now();
+    double start = benchNow();
     for (uint64_t i = 0; i < calls; i++) run();
-    double each = (now() - start) / double(calls);
+    double each = (benchNow() - start) / double(calls);
     if (each < best) best = each;
   }
   return best * 1e6;

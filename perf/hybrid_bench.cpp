@@ -17,6 +17,7 @@
 #include <random>
 #include <vector>
 
+#include "bench_support.h"
 #include "arith/fft_tables.h"
 #include "arith/hybrid.h"
 #include "arith/hybrid_params.h"
@@ -24,19 +25,15 @@
 
 namespace {
 
-double now() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
-
 // Best time of one call over a few runs, with at least `target` seconds in
 // all (but at most 3 runs of calls slower than that).
 template <typename F>
 double bestTime(F&& call, double target) {
   double best = 1e30, spent = 0;
   for (int run = 0; run < 50 && (run < 2 || spent < target); run++) {
-    double start = now();
+    double start = benchNow();
     call();
-    double t = now() - start;
+    double t = benchNow() - start;
     spent += t;
     if (t < best) best = t;
     if (run >= 2 && t > target) break;

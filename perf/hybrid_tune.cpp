@@ -27,6 +27,7 @@
 #include <random>
 #include <vector>
 
+#include "bench_support.h"
 #include "arith/element_sizes.h"
 #include "arith/fft_tables.h"
 #include "arith/hybrid.h"
@@ -34,10 +35,6 @@
 #include "memory/heap.h"
 
 namespace {
-
-double now() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
 
 struct Candidate {
   uint32_t k;
@@ -128,11 +125,11 @@ int main(int argc, char** argv) {
       serveElements(k, m);
       double best = 1e30, spent = 0;
       for (int run = 0; run < 20 && (run < 2 || spent < target); run++) {
-        const double start = now();
+        const double start = benchNow();
         const uint64_t code = hybridProductWith(&heap, a.data(), half,
                                                 multiply ? b.data() : nullptr, half, out.data(), 0,
                                                 k, m, fftTables, 0);
-        const double t = now() - start;
+        const double t = benchNow() - start;
         if (code != 0) {
           std::fprintf(stderr, "product failed with code %llu\n", (unsigned long long)code);
           return 1;

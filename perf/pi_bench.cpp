@@ -26,6 +26,7 @@
 #include <vector>
 
 #include "arith/fft_tables.h"
+#include "bench_support.h"
 #include "constants/compute_settings.h"
 #include "constants/pi.h"
 #include "digits/base_conversion.h"
@@ -36,10 +37,6 @@
 #include "shell/estimate.h"
 
 namespace {
-
-double now() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
 
 struct Options {
   std::vector<uint64_t> digits;
@@ -72,19 +69,6 @@ Options parse(int argc, char** argv) {
   return options;
 }
 
-// "3" and the fraction's digits from radix-10^9 words (top word first,
-// without its leading zeros), cut to `count` digits in all.
-std::string decimalText(const uint32_t* words, uint64_t n, uint64_t count) {
-  std::string text = std::to_string(words[n - 1]);
-  char group[16];
-  for (uint64_t i = n - 1; i-- > 0 && text.size() < count;) {
-    std::snprintf(group, sizeof group, "%09u", words[i]);
-    text += group;
-  }
-  text.resize(std::min<uint64_t>(count, text.size()));
-  return text;
-}
-
 struct Timing {
   double compute;
   double convert;
@@ -114,23 +98,14 @@ Timing runNumbrella(uint32_t algorithm, uint64_t decimalDigits, uint32_t threadP
   std::string console;
   if (!getenv("PI_BENCH_SHOW")) consoleCaptureTo(&console);
   Timing timing;
-  double start = now();
+  double start = benchNow();
   BigFloat pi;
   piComputeNumber(&heap, &pi, words, threadPower, algorithm, 0);
-  timing.compute = now() - start;
-  start = now();
-  BaseConversionTable table;
-  buildBaseConversionTable(&heap, &pi, &table, threadPower);
-  ConversionOutput out;
-  convertToDecimal(&heap, &out, &pi, decimalDigits + 1, &table, 0, threadPower);
-  timing.convert = now() - start;
+  timing.compute = benchNow() - start;
+  timing.convert = benchConvert(&heap, &pi, decimalDigits + 1, threadPower, &timing.digits);
   consoleCaptureTo(nullptr);
-
-  timing.digits = decimalText(out.digits.words, out.digits.length, decimalDigits + 1);
   timing.estimate = memory;
   timing.peak = threadPower == 0 ? uint64_t(heap.peakUsed - heap.base) : 0;
-  releaseConversionOutput(&out);
-  releaseBaseConversionTable(&table);
   bigFloatDestroy(&pi);
   releaseFftTables();
   heapDestroy(&heap);
@@ -144,12 +119,12 @@ Timing runArb(uint64_t decimalDigits, uint32_t threadPower) {
   arb_t x;
   arb_init(x);
   Timing timing;
-  double start = now();
+  double start = benchNow();
   arb_const_pi(x, precision);
-  timing.compute = now() - start;
-  start = now();
+  timing.compute = benchNow() - start;
+  start = benchNow();
   char* text = arb_get_str(x, slong(decimalDigits) + 10, ARB_STR_NO_RADIUS);
-  timing.convert = now() - start;
+  timing.convert = benchNow() - start;
   timing.digits = text;
   flint_free(text);
   arb_clear(x);

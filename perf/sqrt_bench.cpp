@@ -29,6 +29,7 @@
 #include <vector>
 
 #include "arith/fft_tables.h"
+#include "bench_support.h"
 #include "constants/compute_settings.h"
 #include "constants/roots.h"
 #include "digits/base_conversion.h"
@@ -39,10 +40,6 @@
 #include "shell/estimate.h"
 
 namespace {
-
-double now() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
 
 struct Options {
   std::vector<uint64_t> digits;
@@ -85,19 +82,6 @@ struct Timing {
   std::string digits;  // integer digits and the fraction, no point
 };
 
-// The integer digits and the fraction's digits from radix-10^9 words (top
-// word first, without its leading zeros), cut to `count` digits in all.
-std::string decimalText(const uint32_t* words, uint64_t n, uint64_t count) {
-  std::string text = std::to_string(words[n - 1]);
-  char group[16];
-  for (uint64_t i = n - 1; i-- > 0 && text.size() < count;) {
-    std::snprintf(group, sizeof group, "%09u", words[i]);
-    text += group;
-  }
-  text.resize(std::min<uint64_t>(count, text.size()));
-  return text;
-}
-
 Timing runNumbrella(uint32_t n, uint64_t decimalDigits, uint32_t threadPower) {
   ComputeSettings settings;
   fillDefaultComputeSettings(nullptr, &settings);
@@ -115,23 +99,13 @@ Timing runNumbrella(uint32_t n, uint64_t decimalDigits, uint32_t threadPower) {
   std::string console;
   consoleCaptureTo(&console);
   Timing timing;
-  double start = now();
+  double start = benchNow();
   BigFloat root;
   sqrtNCompute(&heap, &root, words, threadPower, n, 0, nullptr);
-  timing.compute = now() - start;
+  timing.compute = benchNow() - start;
   const uint64_t integerDigits = decimalIntegerDigits(rootIntegerWord(&root));
-  start = now();
-  BaseConversionTable table;
-  buildBaseConversionTable(&heap, &root, &table, threadPower);
-  ConversionOutput out;
-  convertToDecimal(&heap, &out, &root, decimalDigits + integerDigits, &table, 0, threadPower);
-  timing.convert = now() - start;
+  timing.convert = benchConvert(&heap, &root, decimalDigits + integerDigits, threadPower, &timing.digits);
   consoleCaptureTo(nullptr);
-
-  timing.digits =
-      decimalText(out.digits.words, out.digits.length, decimalDigits + integerDigits);
-  releaseConversionOutput(&out);
-  releaseBaseConversionTable(&table);
   bigFloatDestroy(&root);
   releaseFftTables();
   heapDestroy(&heap);
@@ -151,13 +125,13 @@ Timing runMpfr(uint32_t n, uint64_t decimalDigits) {
   mpfr_t x;
   mpfr_init2(x, precision);
   Timing timing;
-  double start = now();
+  double start = benchNow();
   mpfr_sqrt_ui(x, n, MPFR_RNDZ);
-  timing.compute = now() - start;
-  start = now();
+  timing.compute = benchNow() - start;
+  start = benchNow();
   mpfr_exp_t point = 0;
   char* text = mpfr_get_str(nullptr, &point, 10, size_t(count) + 10, x, MPFR_RNDZ);
-  timing.convert = now() - start;
+  timing.convert = benchNow() - start;
   timing.digits = std::string(text).substr(0, count);
   mpfr_free_str(text);
   mpfr_clear(x);
@@ -171,12 +145,12 @@ Timing runArb(uint32_t n, uint64_t decimalDigits, uint32_t threadPower) {
   arb_t x;
   arb_init(x);
   Timing timing;
-  double start = now();
+  double start = benchNow();
   arb_sqrt_ui(x, n, precision);
-  timing.compute = now() - start;
-  start = now();
+  timing.compute = benchNow() - start;
+  start = benchNow();
   char* text = arb_get_str(x, slong(count) + 10, ARB_STR_NO_RADIUS);
-  timing.convert = now() - start;
+  timing.convert = benchNow() - start;
   std::string digits(text);
   digits.erase(std::remove(digits.begin(), digits.end(), '.'), digits.end());
   digits.resize(std::min<uint64_t>(count, digits.size()));

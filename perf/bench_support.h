@@ -1,0 +1,47 @@
+// What the benchmark programs share: the clock, and the decimal conversion
+// of a computed constant timed and turned into text.
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+#include "arith/bigfloat.h"
+#include "digits/base_conversion.h"
+#include "memory/heap.h"
+
+// Seconds on a steady clock.
+inline double benchNow() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+// The digits of radix-10^9 words (top word first, without its leading
+// zeros), cut to `count` digits in all.
+inline std::string benchDecimalText(const uint32_t* words, uint64_t n, uint64_t count) {
+  std::string text = std::to_string(words[n - 1]);
+  char group[16];
+  for (uint64_t i = n - 1; i-- > 0 && text.size() < count;) {
+    std::snprintf(group, sizeof group, "%09u", words[i]);
+    text += group;
+  }
+  text.resize(std::min<uint64_t>(count, text.size()));
+  return text;
+}
+
+// x converted to `count` decimal digits (table and conversion, as a run
+// does them); returns the seconds taken and leaves the digits in `digits`.
+inline double benchConvert(Heap* heap, BigFloat* x, uint64_t count, uint32_t threadPower,
+                           std::string* digits) {
+  const double start = benchNow();
+  BaseConversionTable table;
+  buildBaseConversionTable(heap, x, &table, threadPower);
+  ConversionOutput out;
+  convertToDecimal(heap, &out, x, count, &table, 0, threadPower);
+  const double seconds = benchNow() - start;
+  *digits = benchDecimalText(out.digits.words, out.digits.length, count);
+  releaseConversionOutput(&out);
+  releaseBaseConversionTable(&table);
+  return seconds;
+}
