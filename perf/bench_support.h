@@ -9,8 +9,20 @@
 #include <string>
 
 #include "arith/bigfloat.h"
+#include "constants/compute_settings.h"
 #include "digits/base_conversion.h"
 #include "memory/heap.h"
+
+// The word count a run of `decimalDigits` digits computes with, as the
+// custom menu sets it.
+inline uint64_t benchWordCount(uint64_t decimalDigits) {
+  ComputeSettings settings;
+  fillDefaultComputeSettings(nullptr, &settings);
+  setDecimalDigits(&settings, decimalDigits);
+  const uint64_t words = settings.wordCount;
+  releaseComputeSettings(&settings);
+  return words;
+}
 
 // Seconds on a steady clock.
 inline double benchNow() {

@@ -78,11 +78,7 @@ struct Timing {
 };
 
 Timing runNumbrella(uint32_t algorithm, uint64_t decimalDigits, uint32_t threadPower) {
-  ComputeSettings settings;
-  fillDefaultComputeSettings(nullptr, &settings);
-  setDecimalDigits(&settings, decimalDigits);
-  uint64_t words = settings.wordCount;
-  releaseComputeSettings(&settings);
+  const uint64_t words = benchWordCount(decimalDigits);
 
   uint64_t memory = 0, disk = 0;
   estimatePi(words, threadPower, algorithm, computeModeRamOnly, &memory, &disk);

@@ -83,11 +83,7 @@ struct Timing {
 };
 
 Timing runNumbrella(uint32_t n, uint64_t decimalDigits, uint32_t threadPower) {
-  ComputeSettings settings;
-  fillDefaultComputeSettings(nullptr, &settings);
-  setDecimalDigits(&settings, decimalDigits);
-  const uint64_t words = settings.wordCount;
-  releaseComputeSettings(&settings);
+  const uint64_t words = benchWordCount(decimalDigits);
 
   const uint64_t memory = estimateRoot(words, threadPower);
   // Room beyond the estimate: timing, not the memory contract, is measured.
