@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <string>
 
-#include "arith/bigfloat.h"
+#include "arith/numbers/bigfloat.h"
 #include "constants/compute_settings.h"
 #include "digits/base_conversion.h"
 #include "memory/heap.h"

@@ -19,7 +19,7 @@
 #include <string>
 #include <vector>
 
-#include "arith/fft_tables.h"
+#include "arith/fft/fft_tables.h"
 #include "bench_support.h"
 #include "digits/base_conversion.h"
 #include "memory/heap.h"

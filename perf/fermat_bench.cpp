@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "bench_support.h"
-#include "arith/fermat.h"
+#include "arith/hybrid/fermat.h"
 
 namespace {
 

@@ -13,9 +13,9 @@
 #include <vector>
 
 #include "bench_support.h"
-#include "arith/fft.h"
-#include "arith/fft_internal.h"
-#include "arith/fft_tables.h"
+#include "arith/fft/fft.h"
+#include "arith/fft/fft_internal.h"
+#include "arith/fft/fft_tables.h"
 #include "memory/heap.h"
 
 namespace {

@@ -18,9 +18,9 @@
 #include <vector>
 
 #include "bench_support.h"
-#include "arith/fft_tables.h"
-#include "arith/hybrid.h"
-#include "arith/hybrid_params.h"
+#include "arith/fft/fft_tables.h"
+#include "arith/hybrid/hybrid.h"
+#include "arith/hybrid/hybrid_params.h"
 #include "memory/heap.h"
 
 namespace {

@@ -28,10 +28,10 @@
 #include <vector>
 
 #include "bench_support.h"
-#include "arith/element_sizes.h"
-#include "arith/fft_tables.h"
-#include "arith/hybrid.h"
-#include "arith/hybrid_params.h"
+#include "arith/hybrid/element_sizes.h"
+#include "arith/fft/fft_tables.h"
+#include "arith/hybrid/hybrid.h"
+#include "arith/hybrid/hybrid_params.h"
 #include "memory/heap.h"
 
 namespace {

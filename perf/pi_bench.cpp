@@ -25,7 +25,7 @@
 #include <string>
 #include <vector>
 
-#include "arith/fft_tables.h"
+#include "arith/fft/fft_tables.h"
 #include "bench_support.h"
 #include "constants/compute_settings.h"
 #include "constants/pi.h"

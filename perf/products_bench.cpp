@@ -19,9 +19,9 @@
 #include <vector>
 
 #include "bench_support.h"
-#include "arith/fft_tables.h"
+#include "arith/fft/fft_tables.h"
 #include "arith/multiply.h"
-#include "arith/recursive.h"
+#include "arith/recursive/recursive.h"
 #include "memory/bigint.h"
 #include "memory/heap.h"
 

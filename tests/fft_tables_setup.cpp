@@ -4,7 +4,7 @@
 // leaves its own state to the next test, which rebuilds them if released.
 #include <gtest/gtest.h>
 
-#include "arith/fft_tables.h"
+#include "arith/fft/fft_tables.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 
 #include <algorithm>
 
-#include "arith/element_sizes.h"
-#include "arith/fft_sizes.h"
-#include "arith/recursive.h"
+#include "arith/hybrid/element_sizes.h"
+#include "arith/fft/fft_sizes.h"
+#include "arith/recursive/recursive.h"
 #include "platform/console.h"
 
 uint64_t fftProductBytes(uint64_t words) {

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "arith/hybrid_params.h"
+#include "arith/hybrid/hybrid_params.h"
 
 // Bytes of a product of two n-word operands (the square shape): from 58
 // words the FFT's two transforms, point buffer and product, 20L + 8n; below

@@ -3,7 +3,7 @@
 // changes of the third attempt.
 #include "arith/retry.h"
 
-#include "arith/linear_words.h"
+#include "arith/numbers/linear_words.h"
 #include "arith/multiply.h"
 #include "memory/heap.h"
 #include "memory/paging.h"

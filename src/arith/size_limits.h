@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-#include "arith/hybrid_params.h"
+#include "arith/hybrid/hybrid_params.h"
 
 constexpr uint64_t largestRunWords = hybridProductWordsLimit / 2 - 100;
 constexpr uint64_t largestRunDecimalDigits = 96329598611499ull;

@@ -4,10 +4,10 @@
 #include <atomic>
 
 #include "arith/multiply.h"
-#include "arith/fft.h"
-#include "arith/fft_tables.h"
-#include "arith/hybrid.h"
-#include "arith/recursive.h"
+#include "arith/fft/fft.h"
+#include "arith/fft/fft_tables.h"
+#include "arith/hybrid/hybrid.h"
+#include "arith/recursive/recursive.h"
 #include "arith/tuning.h"
 
 namespace {

@@ -4,7 +4,7 @@
 // pushed to disk and the reciprocals are the swap forms.
 #include "constants/e.h"
 
-#include "arith/newton.h"
+#include "arith/newton/newton.h"
 #include "constants/compute_settings.h"
 #include "constants/series.h"
 #include "memory/heap.h"

@@ -1,6 +1,6 @@
 // The Golden Ratio: V = 1 / sqrt(20) by Newton's iteration, V = V * 5, which
 // is sqrt(5) / 2 = 1.118..., then one half added to the word below the point.
-#include "arith/newton.h"
+#include "arith/newton/newton.h"
 #include "constants/compute_settings.h"
 #include "constants/roots.h"
 #include "memory/paging.h"

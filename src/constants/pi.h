@@ -13,7 +13,7 @@
 
 #include <cstdint>
 
-#include "arith/bigfloat.h"
+#include "arith/numbers/bigfloat.h"
 
 struct Heap;
 struct ComputeSettings;

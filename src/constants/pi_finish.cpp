@@ -6,7 +6,7 @@
 // `show` is set.
 #include <string>
 
-#include "arith/newton.h"
+#include "arith/newton/newton.h"
 #include "constants/pi.h"
 #include "memory/heap.h"
 #include "memory/paging.h"

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include "arith/bigfloat.h"
+#include "arith/numbers/bigfloat.h"
 
 struct ComputeSettings;
 struct Heap;

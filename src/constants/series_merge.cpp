@@ -7,9 +7,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "arith/linear_words.h"
+#include "arith/numbers/linear_words.h"
 #include "arith/multiply.h"
-#include "arith/word_ops.h"
+#include "arith/numbers/word_ops.h"
 #include "constants/series.h"
 #include "memory/heap.h"
 #include "platform/console.h"

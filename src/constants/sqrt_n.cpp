@@ -1,6 +1,6 @@
 // Sqrt(n) for a 32-bit n: V = 1 / sqrt(n) by Newton's iteration, then
 // V = V * n by the one-word product, which is n / sqrt(n).
-#include "arith/newton.h"
+#include "arith/newton/newton.h"
 #include "constants/compute_settings.h"
 #include "constants/roots.h"
 #include "platform/console.h"

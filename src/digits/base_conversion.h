@@ -16,7 +16,7 @@
 
 #include <cstdint>
 
-#include "arith/bigfloat.h"
+#include "arith/numbers/bigfloat.h"
 
 struct Heap;
 struct RaidFile;

@@ -2,7 +2,7 @@
 // faults they exist to catch.
 #include <atomic>
 
-#include "arith/mod61.h"
+#include "arith/numbers/mod61.h"
 #include "digits/base_conversion.h"
 
 namespace {

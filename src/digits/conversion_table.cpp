@@ -3,8 +3,8 @@
 // truncated) and checks it modulo 2^61 - 1 where it can be exact.
 #include <bit>
 
-#include "arith/mod61.h"
-#include "arith/newton.h"
+#include "arith/numbers/mod61.h"
+#include "arith/newton/newton.h"
 #include "digits/base_conversion.h"
 #include "memory/heap.h"
 #include "memory/raidfile.h"

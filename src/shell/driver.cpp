@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "arith/fft_tables.h"
+#include "arith/fft/fft_tables.h"
 #include "constants/compute_settings.h"
 #include "memory/heap.h"
 #include "memory/raidfile.h"

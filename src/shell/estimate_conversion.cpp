@@ -2,9 +2,9 @@
 // memory of a run in Basic Swap.
 #include <algorithm>
 
-#include "arith/fft_sizes.h"
-#include "arith/hybrid_params.h"
-#include "arith/recursive.h"
+#include "arith/fft/fft_sizes.h"
+#include "arith/hybrid/hybrid_params.h"
+#include "arith/recursive/recursive.h"
 #include "arith/tuning.h"
 #include "shell/estimate.h"
 #include "shell/estimate_internal.h"

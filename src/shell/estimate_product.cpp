@@ -2,7 +2,7 @@
 // recursion's levels on top.
 #include <algorithm>
 
-#include "arith/fft_sizes.h"
+#include "arith/fft/fft_sizes.h"
 #include "arith/product_bytes.h"
 #include "arith/tuning.h"
 #include "platform/console.h"

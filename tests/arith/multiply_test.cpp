@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <string>
 
-#include "arith/bigfloat.h"
+#include "arith/numbers/bigfloat.h"
 #include "arith/multiply.h"
 #include "arith/number_oracle.h"
 #include "arith/tuning.h"

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <vector>
 
-#include "arith/bigfloat.h"
+#include "arith/numbers/bigfloat.h"
 #include "memory/heap.h"
 #include "support/gmp_bridge.h"
 

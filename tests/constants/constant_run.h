@@ -16,7 +16,7 @@
 #include <sstream>
 #include <string>
 
-#include "arith/fft_tables.h"
+#include "arith/fft/fft_tables.h"
 #include "constants/compute_settings.h"
 #include "digits/digit_writer.h"
 #include "memory/heap.h"

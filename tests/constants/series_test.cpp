@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "arith/fft_tables.h"
+#include "arith/fft/fft_tables.h"
 #include "memory/heap.h"
 #include "memory/raidfile.h"
 #include "platform/console.h"

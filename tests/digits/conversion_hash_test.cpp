@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "arith/mod61.h"
+#include "arith/numbers/mod61.h"
 #include "conversion_support.h"
 #include "digits/base_conversion.h"
 #include "support/gmp_bridge.h"

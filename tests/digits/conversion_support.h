@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "arith/bigfloat.h"
+#include "arith/numbers/bigfloat.h"
 #include "digits/base_conversion.h"
 #include "memory/heap.h"
 #include "platform/console.h"

@@ -6,7 +6,7 @@
 
 #include <vector>
 
-#include "arith/newton.h"
+#include "arith/newton/newton.h"
 #include "conversion_support.h"
 #include "digits/base_conversion.h"
 #include "support/gmp_bridge.h"

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "arith/fft_tables.h"
+#include "arith/fft/fft_tables.h"
 #include "conversion_support.h"
 #include "digits/base_conversion.h"
 #include "platform/threads.h"

@@ -8,7 +8,7 @@
 
 #include <vector>
 
-#include "arith/fft_tables.h"
+#include "arith/fft/fft_tables.h"
 #include "conversion_support.h"
 #include "digits/base_conversion.h"
 #include "support/gmp_bridge.h"

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "arith/bigfloat.h"
+#include "arith/numbers/bigfloat.h"
 #include "arith/number_oracle.h"
 #include "memory/heap.h"
 #include "memory/paging.h"

@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-#include "arith/bigfloat.h"
+#include "arith/numbers/bigfloat.h"
 #include "arith/multiply.h"
 #include "constants/compute_settings.h"
 #include "digits/base_conversion.h"

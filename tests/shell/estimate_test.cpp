@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "arith/fft_sizes.h"
+#include "arith/fft/fft_sizes.h"
 #include "arith/product_bytes.h"
 #include "platform/console.h"
 #include "shell/estimate_internal.h"

@@ -1,0 +1,175 @@
+// Twiddle pyramids: every entry against MPFR's correctly rounded cosine and
+// sine, the layout of the levels and heads, and how the tables grow and go.
+#include "arith/fft/fft_tables.h"
+
+#include <gtest/gtest.h>
+#include <mpfr.h>
+
+#include <cstdint>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+#include "arith/hybrid/hybrid_params.h"
+#include "arith/fft/twiddles.h"
+
+namespace {
+
+// The correctly rounded doubles of cos and sin of 2 pi t / circle for
+// t = 1 .. pairs, as (cos, sin) pairs, computed on two threads. The angle is
+// taken to 192 bits (far more than any of these roundings needs) and MPFR
+// rounds its cosine and sine correctly to 53.
+std::vector<double> referencePairs(uint64_t pairs, uint64_t circle) {
+  std::vector<double> out(2 * pairs);
+  auto work = [&](uint64_t first, uint64_t step) {
+    mpfr_t step2pi, x, c, s;
+    mpfr_init2(step2pi, 192);
+    mpfr_init2(x, 192);
+    mpfr_init2(c, 53);
+    mpfr_init2(s, 53);
+    mpfr_const_pi(step2pi, MPFR_RNDN);
+    mpfr_mul_2ui(step2pi, step2pi, 1, MPFR_RNDN);
+    mpfr_div_ui(step2pi, step2pi, circle, MPFR_RNDN);
+    for (uint64_t t = first; t <= pairs; t += step) {
+      mpfr_mul_ui(x, step2pi, t, MPFR_RNDN);
+      mpfr_sin_cos(s, c, x, MPFR_RNDN);
+      out[2 * (t - 1)] = mpfr_get_d(c, MPFR_RNDN);
+      out[2 * (t - 1) + 1] = mpfr_get_d(s, MPFR_RNDN);
+    }
+    mpfr_clears(step2pi, x, c, s, (mpfr_ptr)0);
+    mpfr_free_cache();
+  };
+  std::thread other(work, 2, 2);
+  work(1, 2);
+  other.join();
+  return out;
+}
+
+// Checks every level of a pyramid of the family K with `levels` levels: pair
+// t of level j is the angle 2 pi t / (K 2^(j+1)), the top's pair t 2^(top-j).
+void checkPyramid(const double* pyramid, uint32_t family, uint64_t levels) {
+  ASSERT_NE(pyramid, nullptr);
+  EXPECT_EQ(reinterpret_cast<uintptr_t>(pyramid) % 16, 0u);
+  EXPECT_EQ(pyramidLevelCount(pyramid), levels);
+  uint32_t top = uint32_t(levels - 1);
+  uint64_t topPairs = uint64_t(family) << (top - 2);
+  std::vector<double> expected = referencePairs(topPairs, uint64_t(family) << (top + 1));
+  uint64_t wrong = 0;
+  for (uint32_t j = 2; j <= top; j++) {
+    const double* level = pyramidLevel(pyramid, family, j);
+    uint64_t pairs = uint64_t(family) << (j - 2);
+    for (uint64_t t = 1; t <= pairs; t++) {
+      uint64_t at = (t << (top - j)) - 1;
+      if (level[2 * (t - 1)] != expected[2 * at] ||
+          level[2 * (t - 1) + 1] != expected[2 * at + 1]) {
+        if (wrong++ < 5) ADD_FAILURE() << "family " << family << " level " << j << " t " << t;
+      }
+    }
+  }
+  EXPECT_EQ(wrong, 0u) << "family " << family;
+  EXPECT_EQ(pyramid[1], 0.0);
+}
+
+// Correctly rounded cos and sin of 2 pi t / circle.
+void exactPair(uint64_t t, uint64_t circle, double* c, double* s) {
+  mpfr_t x, y;
+  mpfr_init2(x, 64);
+  mpfr_init2(y, 53);
+  mpfr_set_ui(x, t, MPFR_RNDN);
+  mpfr_cosu(y, x, circle, MPFR_RNDN);
+  *c = mpfr_get_d(y, MPFR_RNDN);
+  mpfr_sinu(y, x, circle, MPFR_RNDN);
+  *s = mpfr_get_d(y, MPFR_RNDN);
+  mpfr_clear(x);
+  mpfr_clear(y);
+}
+
+struct TablesGone {
+  ~TablesGone() { releaseFftTables(); }
+};
+
+TEST(FftTables, EveryTwiddleOfTheLargestTablesIsCorrectlyRounded) {
+  TablesGone cleanup;
+  buildFftTables(500000);
+  ASSERT_NE(fftTables, nullptr);
+  // 64 * 500000 bits: the 2621440-point row, code 85.
+  EXPECT_EQ(fftTables->builtCode, 85u);
+  checkPyramid(fftTables->pyramid2, 1, 85 / 4 + 1);
+  checkPyramid(fftTables->pyramid3, 3, (85 - 2) / 4);
+  checkPyramid(fftTables->pyramid5, 5, (85 - 1) / 4 - 1);
+  EXPECT_EQ(fftTables->pyramid7, nullptr);
+
+  // Heads: the butterfly constants cos and sin of 2 pi k / 3 and 2 pi k / 5.
+  double c, s;
+  exactPair(1, 3, &c, &s);
+  EXPECT_EQ(fftTables->pyramid3[4], c);
+  EXPECT_EQ(fftTables->pyramid3[5], s);
+  for (uint64_t k = 1; k <= 4; k++) {
+    exactPair(k, 5, &c, &s);
+    EXPECT_EQ(fftTables->pyramid5[2 * k], c) << k;
+    EXPECT_EQ(fftTables->pyramid5[2 * k + 1], s) << k;
+  }
+}
+
+TEST(FftTables, SlowPathAgreesWithMpfrOnSampledAngles) {
+  // The refinement path alone, at circles of every family and many sizes.
+  uint64_t wrong = 0;
+  for (uint64_t circle : {uint64_t(8), uint64_t(24), uint64_t(40), uint64_t(1) << 20,
+                          uint64_t(3) << 25, uint64_t(5) << 30}) {
+    uint64_t octant = circle / 8;
+    for (uint64_t t = 1; t <= octant; t += 1 + octant / 300) {
+      double c, s, ec, es;
+      twiddleExact(t, circle, &c, &s);
+      exactPair(t, circle, &ec, &es);
+      if (c != ec || s != es) wrong++;
+    }
+  }
+  EXPECT_EQ(wrong, 0u);
+}
+
+TEST(FftTables, GrowRebuildsOnlyShortPyramidsReleaseAndBuildAgain) {
+  TablesGone cleanup;
+  releaseFftTables();
+  buildFftTables(84);  // 5376 bits: the 256-point row, code 32
+  ASSERT_NE(fftTables, nullptr);
+  EXPECT_EQ(fftTables->builtCode, 32u);
+  double* p2 = fftTables->pyramid2;
+  double* p3 = fftTables->pyramid3;
+  buildFftTables(10);  // a smaller size changes nothing
+  EXPECT_EQ(fftTables->builtCode, 32u);
+  // Code 33 (320 points) needs a longer 5-pyramid only; 30 is a no-op.
+  EXPECT_EQ(growFftTables(fftTables, 33), 0u);
+  EXPECT_EQ(growFftTables(fftTables, 30), 0u);
+  EXPECT_EQ(fftTables->builtCode, 33u);
+  EXPECT_EQ(fftTables->pyramid2, p2);
+  EXPECT_EQ(fftTables->pyramid3, p3);
+  checkPyramid(fftTables->pyramid5, 5, 7);
+  // Code 34 (384 points) needs a longer 3-pyramid, a grown table as right as
+  // a fresh one.
+  EXPECT_EQ(growFftTables(fftTables, 34), 0u);
+  EXPECT_EQ(fftTables->pyramid2, p2);
+  checkPyramid(fftTables->pyramid3, 3, 8);
+  buildFftTables(1000);  // the 4096-point row, code 48: all three grow
+  EXPECT_EQ(fftTables->builtCode, 48u);
+  checkPyramid(fftTables->pyramid2, 1, 13);
+  releaseFftTables();
+  EXPECT_EQ(fftTables, nullptr);
+  releaseFftTables();  // nothing left: no effect
+  buildFftTables(200);
+  ASSERT_NE(fftTables, nullptr);
+}
+
+TEST(FftTables, CodeForARunCoversItsFftsAndHybridElements) {
+  // Up to the cap the row of 64 * words bits; past it the code stays until
+  // the hybrid elements grow past 2621440 points.
+  EXPECT_EQ(fftTablesCodeFor(1), 28u);  // below the first row: row 1
+  EXPECT_EQ(fftTablesCodeFor(500000), 85u);
+  EXPECT_EQ(fftTablesCodeFor(300000000000ull), 85u);
+  for (uint64_t words : {uint64_t(700000000000ull), uint64_t(9999999999900ull)}) {
+    SizeCode code = fftTablesCodeFor(words);
+    EXPECT_GT(code, 85u);
+    EXPECT_GE(code, hybridElementCodeBound(2 * words));
+  }
+}
+
+}  // namespace

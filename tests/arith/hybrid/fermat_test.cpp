@@ -1,0 +1,438 @@
+// The Fermat ring's element arithmetic and transforms against GMP: sums,
+// differences, negations and shifts modulo 2^(32W) + 1 (odd half-bit
+// exponents through sqrt(2) included), the forward transform against a
+// direct transform, and forward then inverse against the input times 2^k.
+#include <gmp.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "support/gmp_bridge.h"
+#include "arith/hybrid/fermat.h"
+#include "arith/hybrid/hybrid.h"
+
+namespace {
+
+using testbridge::Number;
+using testbridge::Random;
+
+// The ring of one element size: modulus 2^n + 1 and sqrt(2).
+struct Ring {
+  uint64_t W;
+  Number modulus, root2;
+  explicit Ring(uint64_t words) : W(words) {
+    const uint64_t n = 32 * W;
+    mpz_setbit(modulus.z, n);
+    mpz_add_ui(modulus.z, modulus.z, 1);
+    Number quarter;
+    mpz_setbit(root2.z, 3 * n / 4);
+    mpz_setbit(quarter.z, n / 4);
+    mpz_sub(root2.z, root2.z, quarter.z);
+  }
+  // z = 2^(e/2) = sqrt(2)^e modulo 2^n + 1.
+  void twiddle(mpz_t z, uint64_t e) const { mpz_powm_ui(z, root2.z, e, modulus.z); }
+};
+
+void elementValue(mpz_t z, const uint32_t* x, uint64_t W) { testbridge::toMpz(z, x, W + 1); }
+
+// x is the reduced form of `expected`: W words and an overflow word that is
+// 1 only for 2^n.
+::testing::AssertionResult isResidue(const uint32_t* x, const mpz_t expected, const Ring& ring) {
+  Number r;
+  mpz_mod(r.z, expected, ring.modulus.z);
+  std::vector<uint32_t> want = testbridge::fromMpz(r.z, ring.W + 1);
+  for (uint64_t i = 0; i <= ring.W; i++) {
+    if (x[i] != want[i])
+      return ::testing::AssertionFailure() << "word " << i << " of " << ring.W + 1 << ": " << x[i]
+                                           << " instead of " << want[i];
+  }
+  return ::testing::AssertionSuccess();
+}
+
+// A reduced element: mostly random, now and then 0, -1, 1 or 2^n - 1.
+std::vector<uint32_t> randomElement(Random& random, uint64_t W) {
+  std::vector<uint32_t> x(W + 1, 0);
+  const uint64_t pick = random.below(8);
+  if (pick == 1) x[W] = 1;
+  if (pick == 2) x[0] = 1;
+  if (pick == 3) std::fill(x.begin(), x.end() - 1, ~0u);
+  if (pick > 3) testbridge::fill(random, testbridge::randomKind(random), x.data(), W);
+  return x;
+}
+
+uint32_t bitReverse(uint32_t value, uint32_t bits) {
+  uint32_t out = 0;
+  for (uint32_t i = 0; i < bits; i++) out |= ((value >> i) & 1) << (bits - 1 - i);
+  return out;
+}
+
+TEST(FermatElement, SumsDifferencesNegationsAndShiftsMatchGmp) {
+  Random random = testbridge::testRandom();
+  for (uint64_t W : {1u, 2u, 3u, 8u, 13u, 24u, 41u}) {
+    const Ring ring(W);
+    const uint64_t n = 32 * W;
+    std::vector<uint32_t> out(W + 1), scratch(W + 1);
+    for (int trial = 0; trial < 150; trial++) {
+      std::vector<uint32_t> a = randomElement(random, W), b = randomElement(random, W);
+      Number va, vb, want;
+      elementValue(va.z, a.data(), W);
+      elementValue(vb.z, b.data(), W);
+
+      fermatAdd(out.data(), a.data(), b.data(), W);
+      mpz_add(want.z, va.z, vb.z);
+      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "sum, W " << W;
+
+      fermatSub(out.data(), a.data(), b.data(), W);
+      mpz_sub(want.z, va.z, vb.z);
+      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "difference, W " << W;
+
+      out = a;
+      fermatNegate(out.data(), W);
+      mpz_neg(want.z, va.z);
+      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "negation, W " << W;
+
+      // Shifts: whole words, bit counts, and the edges 0, n - 1, n, 2n - 1.
+      const uint64_t edges[] = {0, n - 1, n, 2 * n - 1, 32 * random.below(2 * W)};
+      const uint64_t bits = trial < 5 ? edges[trial] : random.below(2 * n);
+      fermatShift(out.data(), a.data(), W, bits);
+      mpz_mul_2exp(want.z, va.z, bits);
+      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "shift " << bits << ", W " << W;
+
+      const uint64_t e = random.below(8 * n);
+      fermatShiftHalf(out.data(), a.data(), W, e, scratch.data());
+      Number factor;
+      ring.twiddle(factor.z, e);
+      mpz_mul(want.z, va.z, factor.z);
+      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "half-bit exponent " << e << ", W " << W;
+    }
+  }
+}
+
+TEST(FermatElement, ButterfliesOnMinusOneAndZeroExponent) {
+  Random random = testbridge::testRandom();
+  for (uint64_t W : {2u, 9u, 16u}) {
+    const Ring ring(W);
+    std::vector<uint32_t> scratch(fermatButterflyScratchWords(W));
+    for (uint64_t e : {uint64_t(0), uint64_t(1), uint64_t(32 * W), uint64_t(5), 128 * W - 3}) {
+      std::vector<uint32_t> a(W + 1, 0), b = randomElement(random, W);
+      a[W] = 1;  // -1
+      Number va, vb, factor, sum, diff;
+      elementValue(va.z, a.data(), W);
+      elementValue(vb.z, b.data(), W);
+      ring.twiddle(factor.z, e);
+      butterflyForward(a.data(), b.data(), W, e, scratch.data());
+      mpz_add(sum.z, va.z, vb.z);
+      mpz_sub(diff.z, va.z, vb.z);
+      mpz_mul(diff.z, diff.z, factor.z);
+      ASSERT_TRUE(isResidue(a.data(), sum.z, ring)) << "W " << W << " e " << e;
+      ASSERT_TRUE(isResidue(b.data(), diff.z, ring)) << "W " << W << " e " << e;
+      // The inverse butterfly gives both inputs back, times 2.
+      butterflyInverse(a.data(), b.data(), W, e, scratch.data());
+      mpz_mul_2exp(va.z, va.z, 1);
+      mpz_mul_2exp(vb.z, vb.z, 1);
+      ASSERT_TRUE(isResidue(a.data(), va.z, ring));
+      ASSERT_TRUE(isResidue(b.data(), vb.z, ring));
+    }
+  }
+}
+
+// The one-pass kernels against GMP, in both forms (processor loops and
+// portable), at every edge of the shift: nothing wrapped (bits < 32), all
+// but a word wrapped, exactly n (a pure negation), just below 2n; with
+// operands -1, 0, 1, all ones and long bit runs; and in place.
+TEST(FermatKernels, ShiftedButterfliesMatchGmpInBothForms) {
+  Random random = testbridge::testRandom();
+  for (uint64_t W : {1u, 2u, 3u, 7u, 8u, 9u, 16u, 17u, 40u, 67u, 130u}) {
+    const Ring ring(W);
+    const uint64_t n = 32 * W;
+    const uint64_t edges[] = {0,      1,      31,     32,         33,         n - 32, n - 1,
+                              n,      n + 1,  n + 31, n + 32,     2 * n - 32, 2 * n - 1};
+    std::vector<uint32_t> sum(W + 1), out(W + 1), sum2(W + 1), out2(W + 1);
+    for (int trial = 0; trial < 60; trial++) {
+      const std::vector<uint32_t> a = randomElement(random, W), b = randomElement(random, W);
+      uint64_t bits = random.below(2 * n);
+      if (trial < 13) bits = edges[trial] % (2 * n);
+      if (trial >= 13 && trial % 2 == 0) bits &= ~uint64_t(31);
+      Number va, vb, factor, want, shifted;
+      elementValue(va.z, a.data(), W);
+      elementValue(vb.z, b.data(), W);
+      mpz_set_ui(factor.z, 0);
+      mpz_setbit(factor.z, bits);
+      const std::string where = "W " + std::to_string(W) + " bits " + std::to_string(bits);
+
+      fermatSumShifted(sum.data(), out.data(), a.data(), b.data(), W, bits);
+      mpz_add(want.z, va.z, vb.z);
+      ASSERT_TRUE(isResidue(sum.data(), want.z, ring)) << "sum, " << where;
+      mpz_sub(want.z, va.z, vb.z);
+      mpz_mul(want.z, want.z, factor.z);
+      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "shifted difference, " << where;
+      fermatSumShiftedPortable(sum2.data(), out2.data(), a.data(), b.data(), W, bits);
+      ASSERT_EQ(sum, sum2) << where;
+      ASSERT_EQ(out, out2) << where;
+      // The sum in place of either operand; the difference in place of b
+      // when nothing moves by whole words.
+      std::vector<uint32_t> x = a, y = b;
+      fermatSumShifted(x.data(), out2.data(), x.data(), b.data(), W, bits);
+      ASSERT_EQ(x, sum) << where;
+      fermatSumShifted(y.data(), out2.data(), a.data(), y.data(), W, bits);
+      ASSERT_EQ(y, sum) << where;
+      if (bits % n < 32) {
+        x = a;
+        y = b;
+        fermatSumShifted(x.data(), y.data(), x.data(), y.data(), W, bits);
+        ASSERT_EQ(x, sum) << where;
+        ASSERT_EQ(y, out) << where;
+      }
+
+      fermatShiftedSum(sum.data(), out.data(), a.data(), b.data(), W, bits);
+      mpz_mul(shifted.z, vb.z, factor.z);
+      mpz_add(want.z, va.z, shifted.z);
+      ASSERT_TRUE(isResidue(sum.data(), want.z, ring)) << "inverse sum, " << where;
+      mpz_sub(want.z, va.z, shifted.z);
+      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "inverse difference, " << where;
+      fermatShiftedSumPortable(sum2.data(), out2.data(), a.data(), b.data(), W, bits);
+      ASSERT_EQ(sum, sum2) << where;
+      ASSERT_EQ(out, out2) << where;
+      x = a;
+      fermatShiftedSum(x.data(), out2.data(), x.data(), b.data(), W, bits);
+      ASSERT_EQ(x, sum) << where;
+      x = a;
+      fermatShiftedSum(sum2.data(), x.data(), x.data(), b.data(), W, bits);
+      ASSERT_EQ(x, out) << where;
+    }
+  }
+}
+
+TEST(FermatKernels, RootTwoFactorInPlace) {
+  Random random = testbridge::testRandom();
+  for (uint64_t W : {2u, 6u, 8u, 18u, 64u}) {
+    const Ring ring(W);
+    for (int trial = 0; trial < 40; trial++) {
+      std::vector<uint32_t> y = randomElement(random, W);
+      Number value, factor;
+      elementValue(value.z, y.data(), W);
+      mpz_setbit(factor.z, 16 * W);
+      mpz_sub_ui(factor.z, factor.z, 1);
+      mpz_mul(value.z, value.z, factor.z);
+      ASSERT_TRUE(fermatTimesRootTwoFactor(y.data(), W));
+      ASSERT_TRUE(isResidue(y.data(), value.z, ring)) << "W " << W;
+    }
+  }
+  std::vector<uint32_t> odd = {5, 6, 7, 0};
+  EXPECT_FALSE(fermatTimesRootTwoFactor(odd.data(), 3));
+  EXPECT_EQ(odd, (std::vector<uint32_t>{5, 6, 7, 0}));
+}
+
+// A radix-4 step is the four radix-2 butterflies of its two levels, for
+// either parity of e, and its inverse gives the inputs back times 4.
+TEST(FermatKernels, RadixFourStepIsTwoLevelsOfButterflies) {
+  Random random = testbridge::testRandom();
+  for (uint64_t W : {2u, 10u, 16u, 42u}) {
+    const Ring ring(W);
+    const uint64_t stride = W + 1, period = 128 * W;
+    std::vector<uint32_t> scratch(fermatButterflyScratchWords(W));
+    for (int trial = 0; trial < 12; trial++) {
+      const uint64_t e = trial == 0 ? 0 : trial == 1 ? 1 : random.below(period);
+      std::vector<uint32_t> data(4 * stride);
+      for (int i = 0; i < 4; i++) {
+        std::vector<uint32_t> x = randomElement(random, W);
+        std::copy(x.begin(), x.end(), data.begin() + i * stride);
+      }
+      const std::vector<uint32_t> original = data;
+      std::vector<uint32_t> reference = data;
+      uint32_t* r = reference.data();
+      butterflyForward(r, r + 2 * stride, W, e, scratch.data());
+      butterflyForward(r + stride, r + 3 * stride, W, e + 32 * W, scratch.data());
+      butterflyForward(r, r + stride, W, 2 * e, scratch.data());
+      butterflyForward(r + 2 * stride, r + 3 * stride, W, 2 * e, scratch.data());
+      uint32_t* d = data.data();
+      radix4Forward(d, d + stride, d + 2 * stride, d + 3 * stride, W, e, scratch.data());
+      ASSERT_EQ(data, reference) << "W " << W << " e " << e;
+      radix4Inverse(d, d + stride, d + 2 * stride, d + 3 * stride, W, e, scratch.data());
+      Number value;
+      for (int i = 0; i < 4; i++) {
+        elementValue(value.z, original.data() + i * stride, W);
+        mpz_mul_2exp(value.z, value.z, 2);
+        ASSERT_TRUE(isResidue(d + i * stride, value.z, ring)) << "W " << W << " e " << e;
+      }
+    }
+  }
+}
+
+// Forward transform of 2^k elements of W words against the direct sum
+// X_j = sum_i x_i w^(ij), w = 2^(e/2) with e = 128W / 2^k, found at the
+// bit-reversed position j.
+void checkAgainstDirectTransform(uint64_t W, uint32_t k) {
+  Random random = testbridge::testRandom(W * 64 + k);
+  const Ring ring(W);
+  const uint64_t count = uint64_t(1) << k, stride = W + 1, e = (128 * W) >> k;
+  std::vector<uint32_t> data(count * stride), original;
+  for (uint64_t i = 0; i < count; i++) {
+    std::vector<uint32_t> x = randomElement(random, W);
+    std::copy(x.begin(), x.end(), data.begin() + i * stride);
+  }
+  original = data;
+  std::vector<uint32_t> scratch(fermatButterflyScratchWords(W));
+  if (k % 2 == 0) {
+    radixPass(data.data(), W, stride, k, 0, scratch.data(), 0);
+  } else {
+    blockedForward(data.data(), W, stride, k, 0, scratch.data(), 0);
+  }
+  Number sum, term, factor, value;
+  for (uint64_t j = 0; j < count; j++) {
+    mpz_set_ui(sum.z, 0);
+    for (uint64_t i = 0; i < count; i++) {
+      elementValue(value.z, original.data() + i * stride, W);
+      ring.twiddle(factor.z, (e * ((i * j) % count)) % (128 * W));
+      mpz_mul(term.z, value.z, factor.z);
+      mpz_add(sum.z, sum.z, term.z);
+    }
+    const uint64_t at = bitReverse(uint32_t(j), k);
+    ASSERT_TRUE(isResidue(data.data() + at * stride, sum.z, ring))
+        << "W " << W << " k " << k << " output " << j;
+  }
+}
+
+TEST(FermatTransform, ForwardIsTheDirectTransform) {
+  checkAgainstDirectTransform(4, 4);   // e = 32: whole words only
+  checkAgainstDirectTransform(3, 5);   // e = 12: bit shifts
+  checkAgainstDirectTransform(1, 7);   // e = 1: every odd index through sqrt(2)
+  checkAgainstDirectTransform(10, 8);  // e = 5, W not a multiple of 8
+  checkAgainstDirectTransform(4, 9);   // e = 1, blocked: columns and rows with twists
+}
+
+// Forward then inverse, with a random twist: every element comes back times
+// 2^k; the straight-and-recursive form and the blocked form agree.
+void checkRoundTrip(uint64_t W, uint32_t k, uint32_t threadPower) {
+  ASSERT_EQ(((128 * W) >> k) << k, 128 * W) << "the ring has no root of order 2^k";
+  Random random = testbridge::testRandom(W * 64 + k + 1000 * threadPower);
+  const Ring ring(W);
+  const uint64_t count = uint64_t(1) << k, stride = W + 1;
+  const uint64_t twist = random.coin() ? 0 : random.below(128 * W);
+  std::vector<uint32_t> data(count * stride);
+  for (uint64_t i = 0; i < count; i++) {
+    std::vector<uint32_t> x = randomElement(random, W);
+    std::copy(x.begin(), x.end(), data.begin() + i * stride);
+  }
+  const std::vector<uint32_t> original = data;
+  std::vector<uint32_t> blocked = data;
+  std::vector<uint32_t> scratch(fermatButterflyScratchWords(W) << threadPower);
+  radixPass(data.data(), W, stride, k, twist, scratch.data(), threadPower);
+  blockedForward(blocked.data(), W, stride, k, twist, scratch.data(), threadPower);
+  ASSERT_EQ(data, blocked) << "W " << W << " k " << k << " twist " << twist;
+  radixPassInverse(data.data(), W, stride, k, twist, scratch.data(), threadPower);
+  blockedInverse(blocked.data(), W, stride, k, twist, scratch.data(), threadPower);
+  ASSERT_EQ(data, blocked) << "W " << W << " k " << k << " twist " << twist;
+  Number value;
+  for (uint64_t i = 0; i < count; i++) {
+    elementValue(value.z, original.data() + i * stride, W);
+    mpz_mul_2exp(value.z, value.z, k);
+    ASSERT_TRUE(isResidue(data.data() + i * stride, value.z, ring))
+        << "W " << W << " k " << k << " twist " << twist << " threads 2^" << threadPower
+        << " element " << i;
+  }
+}
+
+TEST(FermatTransform, ForwardThenInverseGivesInputTimesTwoToTheK) {
+  checkRoundTrip(8, 2, 0);     // one radix-4 pass
+  checkRoundTrip(8, 3, 0);     // k = 3, W a multiple of 8: one straight pass
+  checkRoundTrip(7, 3, 0);     // k = 3, radix-8 form (W = 7)
+  checkRoundTrip(8, 4, 0);     // one radix-16 pass
+  checkRoundTrip(6, 5, 0);     // radix-8 then radix-4 (W not a multiple of 8)
+  checkRoundTrip(16, 6, 0);    // radix-16 then radix-4
+  checkRoundTrip(5, 7, 0);     // odd root exponent 5: the sqrt(2) path
+  checkRoundTrip(100, 9, 1);   // threads over columns
+  checkRoundTrip(256, 11, 1);  // threads over columns and rows
+  checkRoundTrip(64, 13, 0);   // a row stage that is itself cut (13 levels)
+  checkRoundTrip(16, 6, 8);    // more threads than the transform can use
+  checkRoundTrip(128, 10, 8);  // eight threads on columns and rows
+}
+
+// hybridForward loads the operand inside its first level; the result is
+// the plain load followed by the blocked transform: operands filling less
+// than half the elements (a square), more than half (the long operand of
+// a product), none at all; one stage (k < 5) and column and row stages;
+// odd W (the sqrt(2) factor without the in-place form); threads.
+TEST(FermatTransform, LoadedForwardIsLoadThenTransform) {
+  Random random = testbridge::testRandom();
+  struct Case {
+    uint64_t W;
+    uint32_t k, threadPower;
+  };
+  for (const Case& t : {Case{6, 3, 0}, Case{9, 4, 0}, Case{12, 5, 0}, Case{34, 7, 1},
+                        Case{40, 9, 2}, Case{9, 7, 0}, Case{18, 8, 1}}) {
+    const uint64_t W = t.W, stride = W + 1, count = uint64_t(1) << t.k, c = W / 2 - 1;
+    for (uint64_t n : {uint64_t(0), uint64_t(1), c * count / 2 - 3, c * count / 2 + c + 1,
+                       c * count}) {
+      std::vector<uint32_t> source(n + 1);
+      testbridge::fill(random, testbridge::randomKind(random), source.data(), n + 1);
+      std::vector<uint32_t> loaded((count + 1) * stride, 0xdeadbeef), plain(count * stride, 0);
+      for (uint64_t i = 0; i < count; i++) {
+        for (uint64_t j = 0; j < c && i * c + j < n; j++) plain[i * stride + j] = source[i * c + j];
+      }
+      std::vector<uint32_t> scratch(fermatButterflyScratchWords(W) << t.threadPower);
+      hybridForward(source.data(), n, c, loaded.data(), W, stride, t.k, scratch.data(),
+                    t.threadPower);
+      blockedForward(plain.data(), W, stride, t.k, 0, scratch.data(), 0);
+      ASSERT_TRUE(std::equal(plain.begin(), plain.end(), loaded.begin()))
+          << "W " << W << " k " << t.k << " n " << n;
+      ASSERT_EQ(loaded[count * stride], 0xdeadbeef) << "written past the transform";
+    }
+  }
+}
+
+// hybridInverse hands each column's elements to the output stage as the
+// column is done, with seams at thread ranges and rows; its words must be
+// those of the whole inverse followed by the one-thread output stage, for
+// chops anywhere (on a row start, just below one, one element below), and
+// exact without a chop. Coefficients of mostly all-ones words make the
+// carries run across every seam.
+TEST(FermatTransform, InverseWithTheOutputStageIsInverseThenOutput) {
+  Random random = testbridge::testRandom();
+  for (uint32_t m : {3u, 5u}) {
+    const uint32_t k = m == 3 ? 11 : 9;
+    const uint64_t W = uint64_t(m) << (k - 7), c = W / 2 - 1, stride = W + 1;
+    const uint64_t count = uint64_t(1) << k, end = c * count;
+    std::vector<uint32_t> transform(count * stride, 0);
+    Number sum, term;
+    for (uint64_t i = 0; i + 2 < count; i++) {
+      uint32_t* x = transform.data() + i * stride;
+      for (uint64_t j = 0; j < W - 2; j++) x[j] = random.below(4) == 0 ? random.word() : ~0u;
+      testbridge::toMpz(term.z, x, W + 1);
+      mpz_mul_2exp(term.z, term.z, 32 * c * i);
+      mpz_add(sum.z, sum.z, term.z);
+    }
+    std::vector<uint32_t> scratch(fermatButterflyScratchWords(W) << 3);
+    blockedForward(transform.data(), W, stride, k, 0, scratch.data(), 0);
+    std::vector<uint64_t> starts = {0, 1000, end / 2 + 7};
+    for (uint64_t row = 16; row <= 256; row *= 2) {
+      for (uint64_t below : {uint64_t(0), uint64_t(1), c + 1, W - 1})
+        if (3 * row * c < end) starts.push_back(3 * row * c - below);
+    }
+    for (uint64_t start : starts) {
+      std::vector<uint32_t> reference = transform, want(end - start);
+      const OutputRange range = {want.data(), end, start, c, k, W};
+      blockedInverse(reference.data(), W, stride, k, 0, scratch.data(), 0);
+      ASSERT_EQ(hybridOutputStage(range, reference.data(), stride, scratch.data(), 0), 0u);
+      if (start == 0) {
+        ASSERT_EQ(want, testbridge::fromMpz(sum.z, end)) << "m " << m;
+      }
+      for (uint32_t threadPower : {0u, 1u, 3u}) {
+        std::vector<uint32_t> data = transform, got(end - start);
+        ASSERT_EQ(hybridInverse(got.data(), end, start, c, data.data(), W, stride, k,
+                                scratch.data(), threadPower),
+                  0u);
+        ASSERT_EQ(got, want) << "m " << m << " start " << start << " threads 2^" << threadPower;
+      }
+    }
+  }
+}
+
+TEST(FermatTransformDeathTest, StrideOverflowIsFatal) {
+  EXPECT_DEATH(hybridCheckStride(uint64_t(1) << 40, 30), "");
+}
+
+}  // namespace
