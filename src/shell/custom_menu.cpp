@@ -32,9 +32,9 @@ const char* const threadsText =
 
 // Option 7. While compressed files cannot be written, the format menu is
 // not offered (a run would only fail after the whole computation): the
-// digits go to text files.
+// digits go to text files. A run too small to compress is told so first.
 void outputFormatChoice(ComputeSettings* settings) {
-  if (compressedOutputAvailable) {
+  if (compressedOutputAvailable || settings->hexDigits < compressionFloorHexDigits) {
     menuOutputFormat(settings);
     return;
   }
