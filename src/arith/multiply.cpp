@@ -28,6 +28,14 @@ void squareFailed(Heap* heap, BigInt* a, BigInt* out, uint64_t chop, uint32_t at
     return;
   }
   // Same answer from other data in every word: (2a)^2 / 4.
+  if (!diskPath) {
+    BigInt doubled;
+    retryDoubledCopy(heap, a, &doubled);
+    bigIntSquare(heap, &doubled, out, chop, 2, threadPower);
+    bigIntDestroy(&doubled);
+    retryQuarterProduct(heap, out, false);
+    return;
+  }
   retryDoubleOperand(heap, a, diskPath);
   bigIntSquare(heap, a, out, chop, 2, threadPower);
   retryHalveOperand(heap, a, diskPath);
@@ -43,6 +51,16 @@ void multiplyFailed(Heap* heap, BigInt* a, BigInt* b, BigInt* out, uint64_t chop
     return;
   }
   // (2a)(2b) / 4; a record given twice is doubled once.
+  if (!diskPath) {
+    BigInt doubledA, doubledB;
+    retryDoubledCopy(heap, a, &doubledA);
+    if (b != a) retryDoubledCopy(heap, b, &doubledB);
+    bigIntMultiply(heap, &doubledA, b != a ? &doubledB : &doubledA, out, chop, 2, threadPower);
+    bigIntDestroy(&doubledA);
+    if (b != a) bigIntDestroy(&doubledB);
+    retryQuarterProduct(heap, out, false);
+    return;
+  }
   retryDoubleOperand(heap, a, diskPath);
   if (b != a) retryDoubleOperand(heap, b, diskPath);
   bigIntMultiply(heap, a, b, out, chop, 2, threadPower);

@@ -67,6 +67,18 @@ void retryDoubleOperand(Heap* heap, BigInt* number, bool diskPath) {
   if (diskPath) bigIntPushToDisk(heap, number, globalSwapPaths);
 }
 
+void retryDoubledCopy(Heap* heap, BigInt* number, BigInt* copy) {
+  bigIntSetZero(copy);
+  if (number->length == 0) return;
+  bigIntLoad(heap, number, 1);
+  const uint64_t length = number->length;
+  copy->words = heapAllocateWords(heap, length + 3);
+  copy->capacity = length + 3;
+  const uint32_t carried = linearShiftLeft(copy->words, number->words, length, 1);
+  copy->words[length] = carried;
+  copy->length = carried != 0 ? length + 1 : length;
+}
+
 namespace {
 
 // number >>= bits in place; a top word that goes shortens it, a number that

@@ -14,7 +14,13 @@ struct Heap;
 // program).
 void retryRecordFailure(uint32_t next);
 
-// The run with different parameters works on 2a (and 2b): these change the
+// The run with different parameters works on 2a (and 2b). In memory the
+// operand may be read by another thread meanwhile (the threads of the base
+// conversion share the table's entries), so `copy` gets 2 * number in a new
+// array from the heap and the record itself is left alone; bigIntDestroy
+// ends the copy.
+void retryDoubledCopy(Heap* heap, BigInt* number, BigInt* copy);
+// On the disk path these change the
 // operand in place and back. The operand keeps its disk copy while it is
 // changed; with `diskPath` it is pushed out again afterwards, which writes
 // nothing when that copy exists.

@@ -22,6 +22,12 @@ bool injectedFailure(uint32_t attempt) {
   return attempt < 32 && ((injectedAttempts >> attempt) & 1) != 0;
 }
 
+// Whether the run's tables serve the direct FFT's transform `code`. Tables
+// are built for every product a run makes; where they are not (a product
+// larger than the run's tables were sized for), the hybrid transform on
+// one thread takes the product instead of the FFT's fatal error.
+bool directFftServed(SizeCode code) { return fftTablesServe(fftTables, code); }
+
 }  // namespace
 
 void multiplyInjectFaults(uint32_t attemptMask, uint64_t code) {
@@ -65,6 +71,9 @@ uint64_t runSquareWorker(Heap* heap, const uint32_t* a, uint64_t n, uint32_t* pr
     case MultiplyRecursive:
       return smallSquare(heap, a, n, product, chop);
     case MultiplyFft:
+      if (!directFftServed(fftSquareCode(n, chop))) {
+        return hybridSquare(heap, a, n, product, chop, fftTables, 0);
+      }
       return fftSquare(heap, a, n, product, chop, fftTables);
     case MultiplyHybrid:
       return hybridSquare(heap, a, n, product, chop, fftTables, threadPower);
@@ -82,6 +91,9 @@ uint64_t runMultiplyWorker(Heap* heap, const uint32_t* a, uint64_t lengthA, cons
     case MultiplyRecursive:
       break;
     case MultiplyFft:
+      if (!directFftServed(fftMultiplyCode(lengthA, lengthB, chop))) {
+        return hybridMultiply(heap, a, lengthA, b, lengthB, product, chop, fftTables, 0);
+      }
       if (equal) return fftMultiplyEqual(heap, a, b, lengthA, product, chop, fftTables);
       // Up to four times the short length one transform does it, but only
       // below twice the hybrid threshold; past that, the hybrid transform on

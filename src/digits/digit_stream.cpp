@@ -25,18 +25,25 @@ constexpr uint64_t streamBlockSlack = 256;
 uint32_t openAttemptLimit = 0;
 
 // Creates the file, asking the operator to fix things and press a key after
-// each failure. Each retry also waits a second, so that a run with no one at
-// the console does not spin.
+// each failure; each retry also waits a second. Once input has ended no one
+// can fix anything: the failure ends the run with the system's error.
 int createRetrying(const char* path) {
   for (uint32_t attempt = 1;; attempt++) {
     int fd = fileCreateTry(path);
     if (fd >= 0) return fd;
+    const int error = errno;
     if (openAttemptLimit != 0 && attempt >= openAttemptLimit) {
       fatalMessage("Unable to open or create file.");
     }
     printWide("\nUnable to open or create file.\n");
-    printWide("Re-attempting...\n");
-    runPause();
+    if (!consoleInputEnded()) {
+      printWide("Re-attempting...\n");
+      runPause();
+    }
+    if (consoleInputEnded()) {
+      reportSystemError(error, SystemErrorOther);
+      fatalMessage("Unexpected end of input.");
+    }
     sleep(1);
   }
 }

@@ -123,6 +123,9 @@ uint64_t writeDigitLayout(DigitStream* stream, const DigitSource* source, uint64
 // `integerDigits`, closes, and returns the seconds spent.
 double writeDigitText(ComputeSettings* settings, const DigitSource* source, uint64_t integerDigits,
                       uint32_t labelFlag);
+// Whether this version writes compressed digit files: until it does, the
+// custom menu does not offer them.
+constexpr bool compressedOutputAvailable = false;
 // The compressed format's worker (digitsPerFile non-zero). Fewer than 100
 // requested digits is fatal ("Too few digits to compress."). The format
 // itself is not built yet: a request for it ends the run with a message

@@ -56,9 +56,19 @@ void reportRetry(const char* text, int error, bool withSystemError) {
   pauseExit(1);
 }
 
+}  // namespace
+
+uint64_t raidFileSizeAfterRefusal(uint64_t bytes) {
+  const uint64_t largest = ~uint64_t(0);
+  return bytes > largest / 4 ? largest : bytes * 4;
+}
+
+namespace {
+
 // Opens the file of `entry` (whose path is set) and sizes it to
 // stripeWords words. Each round after a refused size asks for four times
-// the size of the round before: the size variable is shifted in the loop.
+// the size of the round before, up to the largest size (never wrapping to
+// an empty file).
 void openSwapFile(RaidFileEntry* entry, uint64_t stripeWords) {
   int error = 0;
   entry->handle = swapFileOpen(entry->path, &error);
@@ -73,7 +83,7 @@ void openSwapFile(RaidFileEntry* entry, uint64_t stripeWords) {
     if (error == 0) break;
     reportRetry("Unable to allocate swap file.", error, true);
     waitBeforeRetry();
-    bytes <<= 2;
+    bytes = raidFileSizeAfterRefusal(bytes);
   }
 }
 

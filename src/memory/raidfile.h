@@ -63,6 +63,9 @@ void raidFileWriteAt(RaidFile* file, uint64_t offset, const uint32_t* buffer,
 // Closes and deletes all files and releases what raidFileCreate allocated;
 // the record itself stays the caller's.
 void raidFileDelete(RaidFile* file);
+// The size asked for after the system refused `bytes` for a swap file:
+// four times as much, or the largest size when that would not fit.
+uint64_t raidFileSizeAfterRefusal(uint64_t bytes);
 // Debugging: "RaidFile Path Dump:\n" and each path ("NULL" for a missing one).
 void raidFileDump(const RaidFile* file);
 

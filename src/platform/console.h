@@ -60,6 +60,9 @@ size_t readPathLine(char* buffer, size_t capacity);
 // Test hook: input comes from this text instead of standard input (null
 // restores standard input).
 void consoleInputFrom(const char* text);
+// Whether a read (or a pause) has met the end of input: no one is left to
+// answer, so a step that would ask again or wait for a key ends the run.
+bool consoleInputEnded();
 
 // ---- Pause and exit --------------------------------------------------------
 // "Press any key to continue . . . " and one key (one byte when not a

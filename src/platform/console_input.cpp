@@ -17,11 +17,15 @@ const char* testInput = nullptr;  // input text set by tests, or null
 unsigned char inputBuffer[4096];
 size_t inputStart = 0;
 size_t inputEnd = 0;
+bool inputEnded = false;  // a read has met the end of input
 
 // Next byte of input, or -1 at the end of input.
 int inputGet() {
   if (testInput != nullptr) {
-    if (*testInput == '\0') return -1;
+    if (*testInput == '\0') {
+      inputEnded = true;
+      return -1;
+    }
     return static_cast<unsigned char>(*testInput++);
   }
   if (inputStart == inputEnd) {
@@ -29,7 +33,10 @@ int inputGet() {
     do {
       got = read(STDIN_FILENO, inputBuffer, sizeof inputBuffer);
     } while (got < 0 && errno == EINTR);
-    if (got <= 0) return -1;
+    if (got <= 0) {
+      inputEnded = true;
+      return -1;
+    }
     inputStart = 0;
     inputEnd = static_cast<size_t>(got);
   }
@@ -96,7 +103,10 @@ bool readBounded(uint64_t limit, uint64_t* value) {
 void consoleInputFrom(const char* text) {
   testInput = text;
   inputStart = inputEnd = 0;
+  inputEnded = false;
 }
+
+bool consoleInputEnded() { return inputEnded; }
 
 bool readUnsigned(uint32_t* value) {
   uint64_t wide;
@@ -158,6 +168,7 @@ void consoleWaitForKey() {
       do {
         got = read(STDIN_FILENO, &key, 1);
       } while (got < 0 && errno == EINTR);
+      if (got <= 0) inputEnded = true;
       tcsetattr(STDIN_FILENO, TCSANOW, &saved);
       return;
     }

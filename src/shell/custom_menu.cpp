@@ -2,6 +2,7 @@
 // in place: the thread count and the output format.
 #include "shell/custom_menu.h"
 
+#include "digits/digit_writer.h"
 #include "platform/console.h"
 #include "shell/estimate.h"
 
@@ -28,6 +29,18 @@ const char* const threadsText =
     "Task Manager -> Processor Affinity, and uncheck the cores that you do\n"
     "not want numbrella to use.\n\n"
     "Otherwise, numbrella will end up using more cores than what you specify.\n";
+
+// Option 7. While compressed files cannot be written, the format menu is
+// not offered (a run would only fail after the whole computation): the
+// digits go to text files. A run too small to compress is told so first.
+void outputFormatChoice(ComputeSettings* settings) {
+  if (compressedOutputAvailable || settings->hexDigits < compressionFloorHexDigits) {
+    menuOutputFormat(settings);
+    return;
+  }
+  settings->digitsPerFile = 0;
+  printWide("Compressed digit files are not available in this version.\n\n\n");
+}
 
 }  // namespace
 
@@ -123,7 +136,7 @@ void customComputeMenu(ComputeSettings* settings) {
         menuOutputPath(settings);
         break;
       case 7:
-        menuOutputFormat(settings);
+        outputFormatChoice(settings);
         break;
       case 8:
         menuComputationMode(settings);

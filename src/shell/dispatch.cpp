@@ -41,3 +41,17 @@ double computeConstant(ComputeSettings* settings) {
       return 0.0;  // 6, 7 and unknown ids: no constant, nothing computed
   }
 }
+
+bool constantHasComputation(const ComputeSettings& settings) {
+  switch (settings.constantId) {
+    case constantSqrtN:
+    case constantGoldenRatio:
+      return settings.algorithm == 0 && (settings.computeMode == computeModeRamOnly ||
+                                         settings.computeMode == computeModeBasicSwap);
+    case constantE:
+    case constantPi:
+      return true;
+    default:  // Log(2), Log(10), Zeta(3), Catalan, Euler-Mascheroni: not built yet
+      return false;
+  }
+}

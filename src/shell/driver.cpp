@@ -70,6 +70,15 @@ void printRunHeader(const ComputeSettings* settings) {
 }  // namespace
 
 double runComputation(void* context, ComputeSettings* settings) {
+  // Before anything is reserved: a constant without a computation says so.
+  if (!constantHasComputation(*settings)) {
+    printWide("\n");
+    printWide(settings->displayName != nullptr && settings->displayName[0] != '\0'
+                  ? settings->displayName
+                  : "This constant");
+    printWide(" is not available in this version.\n");
+    return 0.0;
+  }
   uint64_t start = timerStart();
   printRunHeader(settings);
 

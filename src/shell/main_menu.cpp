@@ -55,6 +55,10 @@ void printMenuOptions() {
   printWide("\n");
 }
 
+// The options whose screens this version does not have yet: one line, and
+// the program ends as after any option.
+void notAvailable() { printWide("This option is not available in this version.\n"); }
+
 // Option 4: a custom computation with the default record.
 void customCompute() {
   ComputeSettings settings;
@@ -95,19 +99,25 @@ void mainMenu() {
   uint32_t choice = readMenuOption("option: ", 0, 8);
   switch (choice) {
     case 0:  // Benchmark Pi: not built yet
+      notAvailable();
       break;
     case 1:  // Validate a Pi Benchmark: not built yet
+      notAvailable();
       break;
     case 2:  // Batch benchmarks: not built yet
+      notAvailable();
       break;
     case 3:  // Stress test: not built yet
+      notAvailable();
       break;
     case 4:
       customCompute();
       break;
     case 5:  // Digit Viewer: not built yet
+      notAvailable();
       break;
     case 6:  // Compare Digits: not built yet
+      notAvailable();
       break;
     case 7:
       showAbout();

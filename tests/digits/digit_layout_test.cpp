@@ -223,6 +223,7 @@ TEST(DigitStreamDeathTest, CreationIsRetriedAfterAKey) {
   EXPECT_EXIT(
       {
         consoleToStandardError();
+        consoleInputFrom("\n\n\n\n\n");  // someone presses the keys
         digitStreamOpenAttempts(2);
         DigitStream stream;
         digitStreamOpen(nullptr, &stream, path.c_str(), 100);
@@ -234,6 +235,7 @@ TEST(DigitStreamDeathTest, CreationIsRetriedAfterAKey) {
   EXPECT_EXIT(
       {
         consoleToStandardError();
+        consoleInputFrom("\n\n\n\n\n");
         digitStreamOpenAttempts(5);
         std::thread fixer([&] {
           usleep(200000);

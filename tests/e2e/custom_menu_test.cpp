@@ -125,12 +125,12 @@ TEST(CustomMenuProgram, SwapScreensThenBackToRamOnly) {
 }
 
 TEST(CustomMenuProgram, ScreenMemoryIsTheArenaForEachConstant) {
-  // Other constants, algorithms and thread counts at small sizes, and an
-  // empty constant: the last screen and the driver agree on the arena.
+  // Other constants, algorithms and thread counts at small sizes: the last
+  // screen and the driver agree on the arena.
   const char* const scripts[] = {
-      "4\n1\n6\n2\n3\n1000\n0\n",               // slot 6: nothing computed
-      "4\n1\n10\n2\n3\n5\n3\n3\n20000\n0\n",  // Euler, compute and verify, 8 threads
-      "4\n1\n9\n2\n2\n5\n0\n3\n10000\n0\n",   // Catalan by Ramanujan, one thread
+      "4\n1\n1\n3\n1000\n0\n",                 // Golden Ratio
+      "4\n1\n2\n2\n3\n5\n3\n3\n20000\n0\n",  // e, compute and verify, 8 threads
+      "4\n1\n3\n2\n2\n5\n0\n3\n10000\n0\n",  // Pi by Ramanujan, one thread
   };
   for (const char* script : scripts) {
     SCOPED_TRACE(script);

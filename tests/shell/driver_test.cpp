@@ -72,8 +72,9 @@ TEST(Driver, HeaderAndFilesOfASmallPiRun) {
   removeTree(folder);
 }
 
-TEST(Driver, EmptyConstantsComputeNothingAndReportZeroTime) {
-  for (uint32_t id : {6u, 7u, 11u}) {
+TEST(Driver, ConstantsWithoutAComputationSaySoAndReserveNothing) {
+  // Empty slots and the constants not built yet: one line, no arena.
+  for (uint32_t id : {4u, 5u, 6u, 7u, 8u, 9u, 10u, 11u}) {
     SCOPED_TRACE(id);
     Settings settings;
     selectConstant(nullptr, &settings.s, id);
@@ -81,18 +82,11 @@ TEST(Driver, EmptyConstantsComputeNothingAndReportZeroTime) {
     settings.s.memoryNeeded = 4096;
     Capture capture;
     EXPECT_EQ(runComputation(nullptr, &settings.s), 0.0);
-    EXPECT_NE(capture.text.find("Constant :  \nAlgorithm:  \n"), std::string::npos);
-    EXPECT_NE(capture.text.find("Begin Computation:\n\n\n\n"), std::string::npos);
-    EXPECT_EQ(between(capture.text, "Total Computation Time:                 ", "\n"),
-              "0.000 seconds  ( 0.000 hours )");
-    // The total time is real and small; both time lines end the output.
-    std::string total = between(capture.text, "Total Time (including writing digits):  ", "\n");
-    double totalSeconds = -1;
-    ASSERT_EQ(sscanf(total.c_str(), "%lf seconds  ( ", &totalSeconds), 1) << total;
-    EXPECT_LT(totalSeconds, 60.0);  // tables and arena only, on a busy machine too
-    // The arena had the estimate plus its margin, and is gone again.
-    EXPECT_EQ(settings.s.memoryNeeded, 4096u + 1048576u);
-    EXPECT_EQ(between(capture.text, "Allocating and Reserving Memory...      ", "\n"), "1.00 MB");
+    const std::string name = settings.s.displayName != nullptr && settings.s.displayName[0] != 0
+                                 ? settings.s.displayName
+                                 : "This constant";
+    EXPECT_EQ(capture.text, "\n" + name + " is not available in this version.\n");
+    EXPECT_EQ(settings.s.memoryNeeded, 4096u);
     EXPECT_EQ(settings.s.heap, nullptr);
   }
 }
@@ -101,26 +95,26 @@ TEST(Driver, EulerHeaderShowsTheSeriesSize) {
   Settings settings;
   selectConstant(nullptr, &settings.s, constantEuler);
   settings.s.constantParameter = 5;
-  settings.s.memoryNeeded = 0;
   {
     Capture capture;
-    runComputation(nullptr, &settings.s);
-    EXPECT_EQ(between(capture.text, "Algorithm:  ", "\n"),
-              "Brent-McMillan with Refinement  ( n = 2^6 )");
+    printAlgorithmName(&settings.s);
+    EXPECT_EQ(capture.text, "Brent-McMillan with Refinement  ( n = 2^6 )");
   }
   settings.s.algorithm = 2;
-  settings.s.memoryNeeded = 0;
   {
     Capture capture;
-    runComputation(nullptr, &settings.s);
-    EXPECT_EQ(between(capture.text, "Algorithm:  ", "\n"), "Compute and Verify  ( n = 2^5 , 2^6 )");
+    printAlgorithmName(&settings.s);
+    EXPECT_EQ(capture.text, "Compute and Verify  ( n = 2^5 , 2^6 )");
   }
 }
 
 TEST(Driver, RecordRunsAgainAfterRelease) {
   Settings settings;
-  selectConstant(nullptr, &settings.s, 6);  // the frame only: nothing computed
-  settings.s.computeMode = computeModeBasicSwap;
+  std::string folder = makeTempFolder();
+  settings.s.outputPath = strdup(folder.c_str());
+  selectConstant(nullptr, &settings.s, constantGoldenRatio);
+  buildFileStems(nullptr, &settings.s);
+  setDecimalDigits(&settings.s, 100);
   settings.s.threadPower = 0;
   settings.s.memoryNeeded = 3u << 20;
   Capture capture;
@@ -130,9 +124,10 @@ TEST(Driver, RecordRunsAgainAfterRelease) {
   runComputation(nullptr, &settings.s);
   EXPECT_EQ(settings.s.heap, nullptr);
   EXPECT_EQ(settings.s.memoryNeeded, 5u << 20);
-  EXPECT_EQ(countOccurrences(capture.text, "Threads:  1\nMode   :  Basic Swap\n"), 2u);
+  EXPECT_EQ(countOccurrences(capture.text, "Threads:  1\nMode   :  Ram Only\n"), 2u);
   EXPECT_NE(capture.text.find("Allocating and Reserving Memory...      5.00 MB\n"),
             std::string::npos);
+  removeTree(folder);
 }
 
 }  // namespace

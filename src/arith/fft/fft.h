@@ -23,8 +23,9 @@
 // balanced points, each in [-2^(b-1), 2^(b-1)], which keeps every coefficient
 // four times smaller, and round with 1.5 * 2^52 as the signed form does:
 // their worst error per row, measured in tests/arith/fft/fft_test.cpp, is below
-// 0.16. The transform entries below keep the unsigned points of the element
-// products (whose rows have two bits more room).
+// 0.16. The element products of the hybrid transform split into balanced
+// points too: with unsigned points their rows (2b + log2(L) up to 49) reached
+// 0.25 (tests/arith/hybrid/element_rounding_test.cpp).
 #pragma once
 
 #include <cstdint>
@@ -61,11 +62,26 @@ uint64_t fftMultiply(Heap* heap, const uint32_t* a, uint64_t na, const uint32_t*
 uint64_t fftMultiplyEqual(Heap* heap, const uint32_t* a, const uint32_t* b, uint64_t n,
                           uint32_t* destination, uint64_t chop, const FftLookupTables* tables);
 
+// The largest transform code that fftSquare (fftMultiply) takes for these
+// lengths and chop: 0 when the recursive methods do the work, all ones past
+// the last row. The product front ends compare it with the tables they have.
+SizeCode fftSquareCode(uint64_t n, uint64_t chop);
+SizeCode fftMultiplyCode(uint64_t na, uint64_t nb, uint64_t chop);
+
 // ---- Points (fft_split.cpp) -------------------------------------------------
 // points[0 .. count) = the bit stream of words[0 .. n) cut into b-bit points,
 // least significant first, zero-filled past the words. 1 <= b <= 30.
 void splitWordsToPoints(uint32_t* points, uint64_t count, const uint32_t* words, uint64_t n,
                         uint32_t b);
+// The same cut with each point of b bits recentred into [-2^(b-1), 2^(b-1))
+// (stored as a signed 32-bit value) and a carry of one into the next point;
+// the last point that carries data keeps its carry (it lies in [0, 2^b]), so
+// no point past the data is touched. Balanced points halve the magnitude of
+// every transform value and keep the worst coefficient of a row a factor of
+// four below the unsigned bound. The direct products round them with the
+// signed last stage; the nega-cyclic inverse (inverseFftWrapped) is signed.
+void splitWordsToBalancedPoints(uint32_t* points, uint64_t count, const uint32_t* words, uint64_t n,
+                                uint32_t b);
 // words[0 .. n) = the points[0 .. count) (exact b-bit values) joined as a bit
 // stream; zero past the points, and points beyond the n words are ignored.
 void packPointsToWords(const uint32_t* points, uint64_t count, uint32_t* words, uint64_t n,

@@ -88,16 +88,8 @@ void fftCarryStart(FftCarryStreams* s, uint32_t* points, uint64_t L, uint32_t bi
 // points are then all zero), else 0.
 uint32_t fftCarryFinish(FftCarryStreams* s);
 
-// ---- Balanced points for the direct products (fft_split.cpp) --------------
-// splitWordsToPoints, then each point of b bits recentred into
-// [-2^(b-1), 2^(b-1)) (stored as a signed 32-bit value) with a carry of one
-// into the next point; the last point that carries data keeps its carry (it
-// lies in [0, 2^b]), so no point past the data is touched. Balanced points halve
-// the magnitude of every transform value and keep the worst coefficient of
-// a row a factor of four below the unsigned bound: the products round with
-// the FftFullSigned stage.
-void splitWordsToBalancedPoints(uint32_t* points, uint64_t count, const uint32_t* words, uint64_t n,
-                                uint32_t b);
+// ---- The direct products' inverse (fft_dispatch.cpp) -----------------------
+// (splitWordsToBalancedPoints, in fft.h, gives their points.)
 // The inverse with the FftFullSigned last stage.
 void inverseFftSigned(double* buffer, uint32_t* points, SizeCode code, uint32_t bits,
                       const FftLookupTables* tables);

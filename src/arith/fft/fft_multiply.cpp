@@ -6,6 +6,8 @@
 #include "arith/recursive/recursive.h"
 #include "arith/tuning.h"
 
+#include <utility>
+
 namespace {
 
 // The square of words[0 .. n) by one transform, words chop .. 2n of it into
@@ -110,6 +112,33 @@ uint64_t fftMultiply(Heap* heap, const uint32_t* a, uint64_t na, const uint32_t*
     return fftMultiplyPieces(heap, a, na, b, nb, destination, tables);
   }
   return multiplyOnce(heap, a, na, b, nb, destination, chop, tables);
+}
+
+// The transforms the workers above would take, by the same rules.
+static SizeCode codeOfOperandBits(uint64_t operandBits) {
+  SizeCode code;
+  uint32_t bits;
+  return fftParamsFor(operandBits, &code, &bits) == 0 ? code : ~SizeCode(0);
+}
+
+SizeCode fftSquareCode(uint64_t n, uint64_t chop) {
+  if (chop > n) n -= chop - n;
+  return n < fftSquareThreshold ? 0 : codeOfOperandBits(32 * n);
+}
+
+SizeCode fftMultiplyCode(uint64_t na, uint64_t nb, uint64_t chop) {
+  if (na < nb) std::swap(na, nb);
+  const uint64_t cutB = chop > na ? chop - na : 0, cutA = chop > nb ? chop - nb : 0;
+  na -= cutA;
+  nb -= cutB;
+  if (na < nb) std::swap(na, nb);
+  if (nb < fftMultiplyThreshold) return 0;
+  // Pieces: the balanced products of nb words (the last part is shorter).
+  if (chop == cutA + cutB && na > 2 * nb &&
+      fftSizeRowFor(64 * nb) != fftSizeRowFor(32 * (na + nb))) {
+    return codeOfOperandBits(32 * nb);
+  }
+  return codeOfOperandBits(16 * (na + nb));
 }
 
 uint64_t fftMultiplyEqual(Heap* heap, const uint32_t* a, const uint32_t* b, uint64_t n,

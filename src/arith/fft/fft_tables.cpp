@@ -72,11 +72,10 @@ static void pyramid5Heads(double* p) {
 }
 
 // Rebuilds one pyramid if it has fewer than `levels` levels; returns the bytes
-// that could not be had, or 0.
+// that could not be had, or 0. The old pyramid goes only once the new one
+// exists: a failed growth leaves the tables as they were.
 static uint64_t pyramidEnsure(double** slot, uint32_t family, uint32_t levels) {
   if (pyramidLevelCount(*slot) >= levels) return 0;
-  pyramidFree(*slot);
-  *slot = nullptr;
   uint32_t top = levels - 1;
   uint64_t bytes = 8 * (uint64_t(family) << top);
   double* pyramid = pyramidAllocate(bytes);
@@ -84,6 +83,7 @@ static uint64_t pyramidEnsure(double** slot, uint32_t family, uint32_t levels) {
   pyramidFill(pyramid, family, top);
   if (family == 3) pyramid3Heads(pyramid);
   if (family == 5) pyramid5Heads(pyramid);
+  pyramidFree(*slot);
   *slot = pyramid;
   return 0;
 }
@@ -91,13 +91,14 @@ static uint64_t pyramidEnsure(double** slot, uint32_t family, uint32_t levels) {
 uint64_t growFftTables(FftLookupTables* tables, SizeCode code) {
   if (code <= tables->builtCode) return 0;
   if (code < smallestSizeCode) invalidParameters("growFftTables", "Size code below 64 points.");
-  tables->builtCode = code;
   uint32_t e2 = code / 4;
   uint32_t e3 = (code - 2) / 4;
   uint32_t e5 = (code - 1) / 4;
   uint64_t missing = pyramidEnsure(&tables->pyramid2, 1, e2 + 1);
   if (missing == 0) missing = pyramidEnsure(&tables->pyramid3, 3, e3);
   if (missing == 0) missing = pyramidEnsure(&tables->pyramid5, 5, e5 - 1);
+  // Raised only when every pyramid serves the code.
+  if (missing == 0) tables->builtCode = code;
   return missing;
 }
 

@@ -53,9 +53,14 @@ SizeCode fftTablesCodeFor(uint64_t words);
 void buildFftTables(uint64_t words);
 
 // Makes `tables` serve transforms up to `code` (>= 24): each pyramid that is
-// too short is freed and rebuilt whole. Returns 0, or the bytes that could
-// not be had.
+// too short is rebuilt whole. Returns 0, or the bytes that could not be had;
+// builtCode is raised only on success, and a pyramid that could not be
+// rebuilt keeps its old levels.
 uint64_t growFftTables(FftLookupTables* tables, SizeCode code);
+// Whether `tables` (null: none) serve a transform of `code`.
+inline bool fftTablesServe(const FftLookupTables* tables, SizeCode code) {
+  return tables != nullptr && code <= tables->builtCode;
+}
 
 // Frees the pyramids and the record, and clears fftTables.
 void releaseFftTables();

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "arith/hybrid/fermat.h"
+#include "platform/console.h"
 
 namespace {
 
@@ -59,6 +60,14 @@ void butterflyInverse(uint32_t* a, uint32_t* b, uint64_t W, uint64_t e, uint32_t
   memcpy(b, scratch, 4 * (W + 1));
 }
 
+// x = x * (2^(n/2) - 1) and y = y * (2^(n/2) - 1): the odd twiddles of the
+// radix-4 steps, which need W even; an odd W is a broken caller.
+static void rootTwoFactors(uint32_t* x, uint32_t* y, uint64_t W) {
+  if (!fermatTimesRootTwoFactor(x, W) || !fermatTimesRootTwoFactor(y, W)) {
+    invalidParameters("Fermat Transform", "A radix-4 step needs an even element length.");
+  }
+}
+
 // x0 = a0 + a2 -> a0, x2 = (a0 - a2) w^e -> s1; x1 = a1 + a3 -> s2,
 // x3 = (a1 - a3) w^(e + n) -> a2 (i = 2^(n/2) is the exponent n); then
 // a0 = x0 + x1, a1 = (x0 - x1) w^(2e), a2 = x2 + x3, a3 = (x2 - x3) w^(2e).
@@ -71,10 +80,7 @@ void radix4Forward(uint32_t* a0, uint32_t* a1, uint32_t* a2, uint32_t* a3, uint6
   const Twiddle first = twiddleOf(W, e), second = twiddleOf(W, (e + 32 * W) % period);
   fermatSumShifted(a0, s1, a0, a2, W, first.bits);
   fermatSumShifted(s2, a2, a1, a3, W, second.bits);
-  if (first.odd) {
-    fermatTimesRootTwoFactor(s1, W);
-    fermatTimesRootTwoFactor(a2, W);
-  }
+  if (first.odd) rootTwoFactors(s1, a2, W);
   const uint64_t twice = twiddleOf(W, (2 * e) % period).bits;
   fermatSumShifted(a0, a1, a0, s2, W, twice);
   fermatSumShifted(a2, a3, s1, a2, W, twice);
@@ -94,10 +100,7 @@ void radix4Inverse(uint32_t* a0, uint32_t* a1, uint32_t* a2, uint32_t* a3, uint6
   fermatShiftedSum(s1, a2, a2, a3, W, twice);
   const Twiddle first = twiddleOf(W, (period - e) % period);
   const Twiddle second = twiddleOf(W, (2 * period - e - 32 * W) % period);
-  if (first.odd) {
-    fermatTimesRootTwoFactor(a2, W);
-    fermatTimesRootTwoFactor(s1, W);
-  }
+  if (first.odd) rootTwoFactors(a2, s1, W);
   fermatShiftedSum(a1, a3, s2, a2, W, second.bits);
   fermatShiftedSum(a0, a2, a0, s1, W, first.bits);
 }

@@ -59,6 +59,8 @@ void hybridElementSquares(uint32_t* transform, uint64_t W, uint64_t stride, uint
 void hybridElementProducts(uint32_t* first, const uint32_t* second, uint64_t W, uint64_t stride,
                            uint32_t k, uint32_t* scratch, uint64_t scratchStride,
                            const ElementPlan& plan, uint32_t threadPower);
+// The points[0 .. L) of a reduced element (not -1) that the element FFT loads.
+void hybridElementSplit(uint32_t* points, const uint32_t* element, const ElementPlan& plan);
 // One element: E = E^2, A = A * B modulo 2^(32W) + 1 (reduced elements).
 void hybridElementSquare(uint32_t* element, const ElementPlan& plan, uint32_t* scratch);
 void hybridElementProduct(uint32_t* first, const uint32_t* second, const ElementPlan& plan,

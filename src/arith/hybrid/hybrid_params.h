@@ -22,8 +22,8 @@ struct HybridParamTable {
   uint32_t count;
 };
 
-// The tuned tables of the build. They start empty: hybridSearch serves every
-// size until rows are filled in by timing.
+// The tuned tables of the build (rows found by timing, hybrid_params.cpp);
+// hybridSearch serves every size past their last rows.
 extern const HybridParamTable SquareParamTable;
 extern const HybridParamTable MultiplyParamTable;
 

@@ -148,7 +148,7 @@ TEST(HybridParams, RefusesPastTheLimitWithoutTheTables) {
   const HybridParamRow huge[] = {{hybridCapacity(24, 31), 24, 31}};
   HybridParamTable table = {huge, 1};
   EXPECT_EQ(hybridSquareParamsWith(table, hybridProductWordsLimit + 1, &k, &m), 1u);
-  // With the build's tables empty, both are the search.
+  // Past the last rows of the build's tables, both are the search.
   uint32_t sk = 0, sm = 0;
   ASSERT_EQ(hybridSearch(987654321, &sk, &sm), 0u);
   ASSERT_EQ(hybridMultiplyParams(987654321, &k, &m), 0u);

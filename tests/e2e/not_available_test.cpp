@@ -1,0 +1,59 @@
+// What the program says for what this version does not have yet, and a run
+// whose digit file cannot be created once input has ended.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/run_program.h"
+
+namespace {
+
+struct Folder {
+  std::string path = makeTempFolder();
+  ~Folder() { removeTree(path); }
+};
+
+const char* const notAvailable = " is not available in this version.\n";
+
+}  // namespace
+
+TEST(NotAvailableProgram, MenuOptionsAndConstantsNotBuiltSaySoInOneLine) {
+  // Main-menu options, then the custom constants without a computation: one
+  // line each, no memory reserved, no time reported, status 0.
+  const std::string scripts[] = {"0\n",         "1\n",         "2\n",          "3\n",
+                                 "5\n",         "6\n",         "4\n1\n4\n0\n", "4\n1\n5\n0\n",
+                                 "4\n1\n8\n0\n", "4\n1\n9\n0\n", "4\n1\n10\n0\n"};
+  Folder folder;
+  for (const std::string& script : scripts) {
+    SCOPED_TRACE(script);
+    ProgramResult r = runNumbrella(folder.path, script, 30);
+    EXPECT_EQ(r.exitStatus, 0) << r.out;
+    EXPECT_EQ(countOccurrences(r.out, notAvailable), 1u) << r.out;
+    EXPECT_EQ(countOccurrences(r.out, "Allocating and Reserving Memory"), 0u);
+    EXPECT_EQ(countOccurrences(r.out, "seconds"), 0u);
+  }
+  EXPECT_TRUE(listFolder(folder.path).empty());
+}
+
+TEST(NotAvailableProgram, CompressedOutputIsNotOffered) {
+  // Two million digits would be large enough to compress; the menu says
+  // compression is not available and the settings stay on text output.
+  Folder folder;
+  ProgramResult r = runNumbrella(folder.path, "4\n3\n2000000\n7\n", 30);
+  EXPECT_EQ(countOccurrences(r.out, "Compressed digit files are not available in this version.\n"),
+            1u)
+      << r.out;
+  EXPECT_EQ(countOccurrences(r.out, "Compress digits into"), 0u) << r.out;
+}
+
+TEST(NotAvailableProgram, ADigitFileThatCannotBeCreatedEndsTheRunWhenInputHasEnded) {
+  // The first pause takes the line end left after the last answer; the one
+  // after it meets the end of input and the run ends.
+  Folder folder;
+  ProgramResult r = runNumbrella(folder.path, "4\n3\n1000\n6\n/proc/none\n0\n", 30);
+  EXPECT_FALSE(r.timedOut);
+  EXPECT_EQ(r.exitStatus, 1);
+  EXPECT_EQ(countOccurrences(r.out, "Unable to open or create file."), 2u) << r.out;
+  EXPECT_EQ(countOccurrences(r.out, "Error Code: 2\n"), 1u) << r.out;
+  EXPECT_EQ(countOccurrences(r.out, "Unexpected end of input."), 1u) << r.out;
+}
