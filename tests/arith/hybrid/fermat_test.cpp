@@ -13,6 +13,7 @@
 #include "support/gmp_bridge.h"
 #include "arith/hybrid/fermat.h"
 #include "arith/hybrid/hybrid.h"
+#include "support/death_console.h"
 
 namespace {
 
@@ -63,6 +64,16 @@ std::vector<uint32_t> randomElement(Random& random, uint64_t W) {
   return x;
 }
 
+// count random elements of W words at stride W + 1.
+std::vector<uint32_t> randomElements(Random& random, uint64_t count, uint64_t W) {
+  std::vector<uint32_t> data;
+  for (uint64_t i = 0; i < count; i++) {
+    const std::vector<uint32_t> x = randomElement(random, W);
+    data.insert(data.end(), x.begin(), x.end());
+  }
+  return data;
+}
+
 uint32_t bitReverse(uint32_t value, uint32_t bits) {
   uint32_t out = 0;
   for (uint32_t i = 0; i < bits; i++) out |= ((value >> i) & 1) << (bits - 1 - i);
@@ -107,34 +118,6 @@ TEST(FermatElement, SumsDifferencesNegationsAndShiftsMatchGmp) {
       ring.twiddle(factor.z, e);
       mpz_mul(want.z, va.z, factor.z);
       ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "half-bit exponent " << e << ", W " << W;
-    }
-  }
-}
-
-TEST(FermatElement, ButterfliesOnMinusOneAndZeroExponent) {
-  Random random = testbridge::testRandom();
-  for (uint64_t W : {2u, 9u, 16u}) {
-    const Ring ring(W);
-    std::vector<uint32_t> scratch(fermatButterflyScratchWords(W));
-    for (uint64_t e : {uint64_t(0), uint64_t(1), uint64_t(32 * W), uint64_t(5), 128 * W - 3}) {
-      std::vector<uint32_t> a(W + 1, 0), b = randomElement(random, W);
-      a[W] = 1;  // -1
-      Number va, vb, factor, sum, diff;
-      elementValue(va.z, a.data(), W);
-      elementValue(vb.z, b.data(), W);
-      ring.twiddle(factor.z, e);
-      butterflyForward(a.data(), b.data(), W, e, scratch.data());
-      mpz_add(sum.z, va.z, vb.z);
-      mpz_sub(diff.z, va.z, vb.z);
-      mpz_mul(diff.z, diff.z, factor.z);
-      ASSERT_TRUE(isResidue(a.data(), sum.z, ring)) << "W " << W << " e " << e;
-      ASSERT_TRUE(isResidue(b.data(), diff.z, ring)) << "W " << W << " e " << e;
-      // The inverse butterfly gives both inputs back, times 2.
-      butterflyInverse(a.data(), b.data(), W, e, scratch.data());
-      mpz_mul_2exp(va.z, va.z, 1);
-      mpz_mul_2exp(vb.z, vb.z, 1);
-      ASSERT_TRUE(isResidue(a.data(), va.z, ring));
-      ASSERT_TRUE(isResidue(b.data(), vb.z, ring));
     }
   }
 }
@@ -226,42 +209,6 @@ TEST(FermatKernels, RootTwoFactorInPlace) {
   EXPECT_EQ(odd, (std::vector<uint32_t>{5, 6, 7, 0}));
 }
 
-// A radix-4 step is the four radix-2 butterflies of its two levels, for
-// either parity of e, and its inverse gives the inputs back times 4.
-TEST(FermatKernels, RadixFourStepIsTwoLevelsOfButterflies) {
-  Random random = testbridge::testRandom();
-  for (uint64_t W : {2u, 10u, 16u, 42u}) {
-    const Ring ring(W);
-    const uint64_t stride = W + 1, period = 128 * W;
-    std::vector<uint32_t> scratch(fermatButterflyScratchWords(W));
-    for (int trial = 0; trial < 12; trial++) {
-      const uint64_t e = trial == 0 ? 0 : trial == 1 ? 1 : random.below(period);
-      std::vector<uint32_t> data(4 * stride);
-      for (int i = 0; i < 4; i++) {
-        std::vector<uint32_t> x = randomElement(random, W);
-        std::copy(x.begin(), x.end(), data.begin() + i * stride);
-      }
-      const std::vector<uint32_t> original = data;
-      std::vector<uint32_t> reference = data;
-      uint32_t* r = reference.data();
-      butterflyForward(r, r + 2 * stride, W, e, scratch.data());
-      butterflyForward(r + stride, r + 3 * stride, W, e + 32 * W, scratch.data());
-      butterflyForward(r, r + stride, W, 2 * e, scratch.data());
-      butterflyForward(r + 2 * stride, r + 3 * stride, W, 2 * e, scratch.data());
-      uint32_t* d = data.data();
-      radix4Forward(d, d + stride, d + 2 * stride, d + 3 * stride, W, e, scratch.data());
-      ASSERT_EQ(data, reference) << "W " << W << " e " << e;
-      radix4Inverse(d, d + stride, d + 2 * stride, d + 3 * stride, W, e, scratch.data());
-      Number value;
-      for (int i = 0; i < 4; i++) {
-        elementValue(value.z, original.data() + i * stride, W);
-        mpz_mul_2exp(value.z, value.z, 2);
-        ASSERT_TRUE(isResidue(d + i * stride, value.z, ring)) << "W " << W << " e " << e;
-      }
-    }
-  }
-}
-
 // Forward transform of 2^k elements of W words against the direct sum
 // X_j = sum_i x_i w^(ij), w = 2^(e/2) with e = 128W / 2^k, found at the
 // bit-reversed position j.
@@ -269,12 +216,8 @@ void checkAgainstDirectTransform(uint64_t W, uint32_t k) {
   Random random = testbridge::testRandom(W * 64 + k);
   const Ring ring(W);
   const uint64_t count = uint64_t(1) << k, stride = W + 1, e = (128 * W) >> k;
-  std::vector<uint32_t> data(count * stride), original;
-  for (uint64_t i = 0; i < count; i++) {
-    std::vector<uint32_t> x = randomElement(random, W);
-    std::copy(x.begin(), x.end(), data.begin() + i * stride);
-  }
-  original = data;
+  std::vector<uint32_t> data = randomElements(random, count, W);
+  const std::vector<uint32_t> original = data;
   std::vector<uint32_t> scratch(fermatButterflyScratchWords(W));
   if (k % 2 == 0) {
     radixPass(data.data(), W, stride, k, 0, scratch.data(), 0);
@@ -312,11 +255,7 @@ void checkRoundTrip(uint64_t W, uint32_t k, uint32_t threadPower) {
   const Ring ring(W);
   const uint64_t count = uint64_t(1) << k, stride = W + 1;
   const uint64_t twist = random.coin() ? 0 : random.below(128 * W);
-  std::vector<uint32_t> data(count * stride);
-  for (uint64_t i = 0; i < count; i++) {
-    std::vector<uint32_t> x = randomElement(random, W);
-    std::copy(x.begin(), x.end(), data.begin() + i * stride);
-  }
+  std::vector<uint32_t> data = randomElements(random, count, W);
   const std::vector<uint32_t> original = data;
   std::vector<uint32_t> blocked = data;
   std::vector<uint32_t> scratch(fermatButterflyScratchWords(W) << threadPower);
@@ -416,10 +355,14 @@ TEST(FermatTransform, InverseWithTheOutputStageIsInverseThenOutput) {
       std::vector<uint32_t> reference = transform, want(end - start);
       const OutputRange range = {want.data(), end, start, c, k, W};
       blockedInverse(reference.data(), W, stride, k, 0, scratch.data(), 0);
+      const std::vector<uint32_t> inverse = reference;
       ASSERT_EQ(hybridOutputStage(range, reference.data(), stride, scratch.data(), 0), 0u);
-      if (start == 0) {
-        ASSERT_EQ(want, testbridge::fromMpz(sum.z, end)) << "m " << m;
-      }
+      if (start == 0) ASSERT_EQ(want, testbridge::fromMpz(sum.z, end)) << "m " << m;
+      // The threaded output stage on the same inverse gives the same words.
+      std::vector<uint32_t> threaded = inverse, words(end - start);
+      const OutputRange threadedRange = {words.data(), end, start, c, k, W};
+      ASSERT_EQ(hybridOutputStage(threadedRange, threaded.data(), stride, scratch.data(), 3), 0u);
+      ASSERT_EQ(words, want) << "threaded output stage, m " << m << " start " << start;
       for (uint32_t threadPower : {0u, 1u, 3u}) {
         std::vector<uint32_t> data = transform, got(end - start);
         ASSERT_EQ(hybridInverse(got.data(), end, start, c, data.data(), W, stride, k,
@@ -432,7 +375,12 @@ TEST(FermatTransform, InverseWithTheOutputStageIsInverseThenOutput) {
 }
 
 TEST(FermatTransformDeathTest, StrideOverflowIsFatal) {
-  EXPECT_DEATH(hybridCheckStride(uint64_t(1) << 40, 30), "");
+  EXPECT_DEATH(
+      {
+        consoleToStandardError();
+        hybridCheckStride(uint64_t(1) << 40, 30);
+      },
+      "FATAL ERROR: Limit Exceeded\n\nArchitectural Limit Exceeded: ");
 }
 
 }  // namespace
