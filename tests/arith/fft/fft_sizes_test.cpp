@@ -66,15 +66,6 @@ TEST(FftParams, OddWidthsDropOnlyWhileTheProductFits) {
   }
 }
 
-TEST(ElementSizeTable, ExactLookups) {
-  for (uint32_t i = 1; i < elementSizeRowCount; i++) {
-    EXPECT_LT(ElementSizeTable[i - 1].capacity, ElementSizeTable[i].capacity);
-    EXPECT_EQ(elementSizeRowExact(ElementSizeTable[i].capacity), i);
-  }
-  EXPECT_EQ(elementSizeRowExact(448 + 32), elementSizeRowCount);
-  EXPECT_EQ(elementSizeRowExact(384), elementSizeRowCount);
-}
-
 TEST(HybridSearch, PicksAValidPairThatHoldsTheProduct) {
   uint32_t k = 0;
   uint32_t m = 0;
@@ -144,15 +135,6 @@ TEST(HybridParams, QuotedRowsAreFoundThenTheSearchServes) {
   ASSERT_EQ(hybridMultiplyParamsWith(multiplyTable, squareTable, 603848705, &k, &m), 0u);
   EXPECT_EQ(k, sk);
   EXPECT_EQ(m, sm);
-}
-
-TEST(ElementPlan, RecursiveBelow24WordsAndFftFrom24) {
-  ElementPlan plan;
-  EXPECT_EQ(elementPlanFor(&plan, nullptr, 23), 0u);
-  EXPECT_EQ(plan.method, 0u);
-  EXPECT_EQ(elementPlanFor(&plan, nullptr, 24), smallestSizeCode);
-  EXPECT_EQ(plan.method, 1u);
-  EXPECT_EQ(plan.bitsPerPoint, 12u);
 }
 
 TEST(ProductBytesDeath, PastTheTablesIsFatal) {

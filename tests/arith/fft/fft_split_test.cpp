@@ -1,6 +1,6 @@
-// Words to points and back against a bit-by-bit reference: every width, the
-// fast groups and the general loops, zero fill, ignored extra points, word
-// offsets, and balanced points.
+// Words to points against a bit-by-bit reference and back at every width:
+// the fast groups and the general loops, zero fill, word offsets, and
+// balanced points.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -27,26 +27,13 @@ std::vector<uint32_t> referenceSplit(const std::vector<uint32_t>& words, uint64_
   return points;
 }
 
-// Words skip .. skip + n of the joined points, one bit at a time.
-std::vector<uint32_t> referencePack(const std::vector<uint32_t>& points, uint64_t skip, uint64_t n,
-                                    uint32_t b) {
-  std::vector<uint32_t> words(n, 0);
-  for (uint64_t w = 0; w < n; w++) {
-    for (uint32_t i = 0; i < 32; i++) {
-      uint64_t bit = 32 * (skip + w) + i;
-      uint64_t k = bit / b;
-      uint32_t value = k < points.size() ? (points[k] >> (bit % b)) & 1 : 0;
-      words[w] |= value << i;
-    }
-  }
-  return words;
-}
-
 }  // namespace
 
-TEST(FftSplit, EveryWidthGivesTheBitStreamAlsoByTheGeneralLoop) {
-  // Short of the words, exactly at them, and with zero points beyond; the
-  // general loop (odd widths included) from any first point.
+// Short of the words, exactly at them, and with zero points beyond; the
+// general loop (odd widths included) from any first point. Then the joins,
+// from word 0 and from a word offset by the fast and general loops, give the
+// words back as far as the points reach and zeros past them.
+TEST(FftSplit, EveryWidthSplitsTheBitStreamAndJoinsItBack) {
   Random random = testbridge::testRandom();
   for (uint32_t b = 1; b <= 30; b++) {
     for (int trial = 0; trial < 12; trial++) {
@@ -60,40 +47,29 @@ TEST(FftSplit, EveryWidthGivesTheBitStreamAlsoByTheGeneralLoop) {
       ASSERT_EQ(std::vector<uint32_t>(points.begin(), points.begin() + count), expected)
           << "b " << b << " n " << n << " count " << count;
       for (uint64_t k = count; k < count + 4; k++) ASSERT_EQ(points[k], 0xC0DEFACEu);
-      if (b < 7) continue;
-      const uint64_t first = random.below(count);
-      std::vector<uint32_t> general(count, 0xFFFFFFFF);
-      splitWordsToPointsGeneral(general.data(), first, count, words.data(), n, b);
-      for (uint64_t k = first; k < count; k++) ASSERT_EQ(general[k], expected[k]) << b << " " << k;
-    }
-  }
-}
-
-TEST(FftPack, EveryWidthJoinsThePointsFromAnyWordOffset) {
-  // Fewer words than the points fill, just as many, or more (zeros); from
-  // word 0 and from a word offset, by the fast and the general loops.
-  Random random = testbridge::testRandom();
-  for (uint32_t b = 1; b <= 30; b++) {
-    for (int trial = 0; trial < 12; trial++) {
-      uint64_t count = random.between(1, 400);
-      std::vector<uint32_t> points(count);
-      for (auto& p : points) p = random.word() & ((uint64_t(1) << b) - 1);
-      if (trial == 0) points.assign(count, uint32_t((uint64_t(1) << b) - 1));
-      uint64_t covered = (count * b + 31) / 32;
-      uint64_t skip = trial < 4 || b < 7 || b > 22 ? 0 : random.below(covered);
-      uint64_t n = trial % 3 == 0 ? random.between(1, covered - skip)
-                                  : covered - skip + random.below(4);
-      auto expected = referencePack(points, skip, n, b);
+      if (b >= 7) {
+        const uint64_t first = random.below(count);
+        std::vector<uint32_t> general(count, 0xFFFFFFFF);
+        splitWordsToPointsGeneral(general.data(), first, count, words.data(), n, b);
+        for (uint64_t k = first; k < count; k++) ASSERT_EQ(general[k], expected[k]) << b << " " << k;
+      }
+      const uint64_t bits = count * b, covered = (bits + 31) / 32;
+      const uint64_t skip = trial < 4 || b < 7 || b > 22 ? 0 : random.below(covered);
+      const uint64_t m = trial % 3 == 1 ? random.between(1, covered - skip) : covered - skip + random.below(4);
+      std::vector<uint32_t> back(m, 0);
+      for (uint64_t w = 0; w < m; w++) {
+        const uint64_t g = skip + w;
+        if (g < n && 32 * g < bits) back[w] = bits >= 32 * (g + 1) ? words[g] : words[g] & ((1u << (bits - 32 * g)) - 1);
+      }
       for (int form = 0; form < 3; form++) {
-        if (form == 0 && skip != 0) continue;
-        if (form > 0 && (b < 7 || b > 22)) continue;
-        testbridge::GuardedWords words(n);
-        if (form == 0) packPointsToWords(points.data(), count, words.data(), n, b);
-        if (form == 1) packPointsToWordsFrom(points.data(), count, skip, words.data(), n, b);
-        if (form == 2) packPointsToWordsGeneral(points.data(), count, skip, words.data(), n, b);
-        ASSERT_EQ(std::vector<uint32_t>(words.data(), words.data() + n), expected)
+        if ((form == 0 && skip != 0) || (form > 0 && (b < 7 || b > 22))) continue;
+        testbridge::GuardedWords joined(m);
+        if (form == 0) packPointsToWords(points.data(), count, joined.data(), m, b);
+        if (form == 1) packPointsToWordsFrom(points.data(), count, skip, joined.data(), m, b);
+        if (form == 2) packPointsToWordsGeneral(points.data(), count, skip, joined.data(), m, b);
+        ASSERT_EQ(std::vector<uint32_t>(joined.data(), joined.data() + m), back)
             << "form " << form << " b " << b << " count " << count << " skip " << skip;
-        ASSERT_TRUE(words.intact());
+        ASSERT_TRUE(joined.intact());
       }
     }
   }

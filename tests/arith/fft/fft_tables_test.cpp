@@ -10,7 +10,6 @@
 #include <thread>
 #include <vector>
 
-#include "arith/hybrid/hybrid_params.h"
 #include "arith/fft/twiddles.h"
 
 namespace {
@@ -157,19 +156,6 @@ TEST(FftTables, GrowRebuildsOnlyShortPyramidsReleaseAndBuildAgain) {
   releaseFftTables();  // nothing left: no effect
   buildFftTables(200);
   ASSERT_NE(fftTables, nullptr);
-}
-
-TEST(FftTables, CodeForARunCoversItsFftsAndHybridElements) {
-  // Up to the cap the row of 64 * words bits; past it the code stays until
-  // the hybrid elements grow past 2621440 points.
-  EXPECT_EQ(fftTablesCodeFor(1), 28u);  // below the first row: row 1
-  EXPECT_EQ(fftTablesCodeFor(500000), 85u);
-  EXPECT_EQ(fftTablesCodeFor(300000000000ull), 85u);
-  for (uint64_t words : {uint64_t(700000000000ull), uint64_t(9999999999900ull)}) {
-    SizeCode code = fftTablesCodeFor(words);
-    EXPECT_GT(code, 85u);
-    EXPECT_GE(code, hybridElementCodeBound(2 * words));
-  }
 }
 
 }  // namespace

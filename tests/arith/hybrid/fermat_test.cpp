@@ -1,7 +1,7 @@
 // The Fermat ring's element arithmetic and transforms against GMP: sums,
 // differences, negations and shifts modulo 2^(32W) + 1 (odd half-bit
-// exponents through sqrt(2) included), the forward transform against a
-// direct transform, and forward then inverse against the input times 2^k.
+// exponents through sqrt(2) included), and forward then inverse against
+// the input times 2^k.
 #include <gmp.h>
 #include <gtest/gtest.h>
 
@@ -72,12 +72,6 @@ std::vector<uint32_t> randomElements(Random& random, uint64_t count, uint64_t W)
     data.insert(data.end(), x.begin(), x.end());
   }
   return data;
-}
-
-uint32_t bitReverse(uint32_t value, uint32_t bits) {
-  uint32_t out = 0;
-  for (uint32_t i = 0; i < bits; i++) out |= ((value >> i) & 1) << (bits - 1 - i);
-  return out;
 }
 
 TEST(FermatElement, SumsDifferencesNegationsAndShiftsMatchGmp) {
@@ -207,44 +201,6 @@ TEST(FermatKernels, RootTwoFactorInPlace) {
   std::vector<uint32_t> odd = {5, 6, 7, 0};
   EXPECT_FALSE(fermatTimesRootTwoFactor(odd.data(), 3));
   EXPECT_EQ(odd, (std::vector<uint32_t>{5, 6, 7, 0}));
-}
-
-// Forward transform of 2^k elements of W words against the direct sum
-// X_j = sum_i x_i w^(ij), w = 2^(e/2) with e = 128W / 2^k, found at the
-// bit-reversed position j.
-void checkAgainstDirectTransform(uint64_t W, uint32_t k) {
-  Random random = testbridge::testRandom(W * 64 + k);
-  const Ring ring(W);
-  const uint64_t count = uint64_t(1) << k, stride = W + 1, e = (128 * W) >> k;
-  std::vector<uint32_t> data = randomElements(random, count, W);
-  const std::vector<uint32_t> original = data;
-  std::vector<uint32_t> scratch(fermatButterflyScratchWords(W));
-  if (k % 2 == 0) {
-    radixPass(data.data(), W, stride, k, 0, scratch.data(), 0);
-  } else {
-    blockedForward(data.data(), W, stride, k, 0, scratch.data(), 0);
-  }
-  Number sum, term, factor, value;
-  for (uint64_t j = 0; j < count; j++) {
-    mpz_set_ui(sum.z, 0);
-    for (uint64_t i = 0; i < count; i++) {
-      elementValue(value.z, original.data() + i * stride, W);
-      ring.twiddle(factor.z, (e * ((i * j) % count)) % (128 * W));
-      mpz_mul(term.z, value.z, factor.z);
-      mpz_add(sum.z, sum.z, term.z);
-    }
-    const uint64_t at = bitReverse(uint32_t(j), k);
-    ASSERT_TRUE(isResidue(data.data() + at * stride, sum.z, ring))
-        << "W " << W << " k " << k << " output " << j;
-  }
-}
-
-TEST(FermatTransform, ForwardIsTheDirectTransform) {
-  checkAgainstDirectTransform(4, 4);   // e = 32: whole words only
-  checkAgainstDirectTransform(3, 5);   // e = 12: bit shifts
-  checkAgainstDirectTransform(1, 7);   // e = 1: every odd index through sqrt(2)
-  checkAgainstDirectTransform(10, 8);  // e = 5, W not a multiple of 8
-  checkAgainstDirectTransform(4, 9);   // e = 1, blocked: columns and rows with twists
 }
 
 // Forward then inverse, with a random twist: every element comes back times
