@@ -110,22 +110,6 @@ TEST(FftTables, EveryTwiddleOfTheLargestTablesIsCorrectlyRounded) {
   }
 }
 
-TEST(FftTables, SlowPathAgreesWithMpfrOnSampledAngles) {
-  // The refinement path alone, at circles of every family and many sizes.
-  uint64_t wrong = 0;
-  for (uint64_t circle : {uint64_t(8), uint64_t(24), uint64_t(40), uint64_t(1) << 20,
-                          uint64_t(3) << 25, uint64_t(5) << 30}) {
-    uint64_t octant = circle / 8;
-    for (uint64_t t = 1; t <= octant; t += 1 + octant / 300) {
-      double c, s, ec, es;
-      twiddleExact(t, circle, &c, &s);
-      exactPair(t, circle, &ec, &es);
-      if (c != ec || s != es) wrong++;
-    }
-  }
-  EXPECT_EQ(wrong, 0u);
-}
-
 TEST(FftTables, GrowRebuildsOnlyShortPyramidsReleaseAndBuildAgain) {
   TablesGone cleanup;
   releaseFftTables();

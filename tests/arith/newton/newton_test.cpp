@@ -108,23 +108,6 @@ class NewtonSwap : public Newton {
 
 }  // namespace
 
-TEST(NewtonHalfPrecision, EveryChainEndsAtOne) {
-  for (uint64_t start = 2; start < 3000; start++) {
-    uint64_t p = start, steps = 0;
-    while (p > 1 && steps++ < 64) {
-      const uint64_t next = newtonHalfPrecision(p);
-      ASSERT_LT(next, p) << "from " << p;
-      p = next;
-    }
-    EXPECT_EQ(p, 1u);
-  }
-}
-
-// bigFloatReciprocal (and bigFloatInvert, the same bits in place),
-// bigFloatInvSqrt and invSqrtWord at precisions 1 to 40 and a sample to
-// 20000 words, x shorter, about as long as or longer than p; x stays intact
-// and the guard words leave more than a word to spare. Then a negative
-// 100000-word x and 1 / sqrt(3) with threaded products.
 TEST_F(Newton, ReciprocalsAndInverseRootsMatchOverPrecisions) {
   for (int form = 0; form < 3; form++) {
     double worstMargin = 1e9;
