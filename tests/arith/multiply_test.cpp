@@ -1,20 +1,22 @@
-// Product front ends: bigIntSquare and bigIntMultiply against GMP over
-// sampled lengths, the chop and zero rules, the method choice, the retry
-// protocol driven by injected worker failures, multiplyWordArrays, and the
-// BigFloat product wrappers.
+// Product front ends through the shared product driver: bigIntSquare,
+// bigIntMultiply and multiplyWordArrays against GMP at random lengths and at
+// every cut-over of tuning.h (one and two threads), the chop, zero and
+// length rules, the method choice, the retry protocol driven by injected
+// worker failures, and the BigFloat product wrappers.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <string>
 
-#include "arith/numbers/bigfloat.h"
 #include "arith/multiply.h"
 #include "arith/number_oracle.h"
-#include "arith/tuning.h"
+#include "arith/numbers/bigfloat.h"
+#include "arith/product_check.h"
 #include "memory/heap.h"
 #include "platform/console.h"
 #include "support/death_console.h"
+
+using productcheck::matches;
 
 namespace {
 
@@ -38,63 +40,66 @@ class FrontEnds : public ::testing::Test {
   }
 };
 
-// Checks out = floor(a * b / 2^(32 chop)): exact when the chop reaches no
-// further than the shorter operand, otherwise at most 3 below (operand words
-// that cannot reach the window are dropped). The length is the window, or
-// one less with a zero top word. After a third attempt (`doubled`) the
-// length may have fallen once more by the division by 4.
-void checkProduct(const BigInt& a, const BigInt& b, const BigInt& out, uint64_t chop,
-                  bool doubled = false) {
-  Mpz x, y, full, got;
-  mpzFromBigInt(x.z, a);
-  mpzFromBigInt(y.z, b);
-  mpz_mul(full.z, x.z, y.z);
-  mpz_tdiv_q_2exp(full.z, full.z, 32 * chop);
-  const uint64_t window = a.length + b.length - chop;
+// The length rule of out: the window, or one less with a zero top word, in
+// an array of window + 2 words. After a third attempt (`doubled`) the length
+// may have fallen once more by the division by 4.
+void expectShape(const BigInt& out, uint64_t window, bool doubled = false) {
   if (doubled) {
     EXPECT_GE(out.capacity, window + 2);
-    ASSERT_LE(out.length, window);
-    if (out.length > 0) {
-      EXPECT_NE(out.words[out.length - 1], 0u);
-    }
-  } else {
-    ASSERT_TRUE(out.length == window || out.length == window - 1) << out.length;
-    EXPECT_EQ(out.capacity, window + 2);
-    if (out.length == window - 1) {
-      EXPECT_EQ(out.words[window - 1], 0u);
-    }
+    EXPECT_LE(out.length, window);
+    if (out.length > 0) EXPECT_NE(out.words[out.length - 1], 0u);
+    return;
   }
-  mpzFromBigInt(got.z, out);
-  mpz_sub(full.z, full.z, got.z);
-  EXPECT_GE(mpz_sgn(full.z), 0);
-  EXPECT_LE(mpz_cmp_ui(full.z, chop <= std::min(a.length, b.length) ? 0 : 3), 0)
-      << "la " << a.length << " lb " << b.length << " chop " << chop;
+  EXPECT_TRUE(out.length == window || out.length == window - 1) << out.length << " of " << window;
+  EXPECT_EQ(out.capacity, window + 2);
+  if (out.length == window - 1) EXPECT_EQ(out.words[window - 1], 0u);
 }
 
+// The BigInt front ends as a driver entry, on the heap and thread count given.
+productcheck::Entry frontEntry(Heap* heap, uint32_t threadPower) {
+  return [=](const uint32_t* a, uint64_t la, const uint32_t* b, uint64_t lb, uint32_t* out,
+             uint64_t chop, uint32_t*) {
+    BigInt x, y, product;
+    bigIntSetZero(&y);
+    makeBigInt(heap, &x, std::vector<uint32_t>(a, a + la));
+    if (b != nullptr) makeBigInt(heap, &y, std::vector<uint32_t>(b, b + lb));
+    if (b == nullptr) bigIntSquare(heap, &x, &product, chop, 0, threadPower);
+    else bigIntMultiply(heap, &x, &y, &product, chop, 0, threadPower);
+    expectShape(product, la + lb - chop);
+    std::fill(out, out + la + lb - chop, 0u);
+    std::copy(product.words, product.words + product.length, out);
+    for (BigInt* v : {&product, &x, &y}) bigIntDestroy(v);
+    return uint64_t(0);
+  };
+}
+
+}  // namespace
+
+// Random lengths to 3000 words with random chops, then every cut-over of
+// tuning.h and one either side, random and all ones, one and two threads.
 TEST_F(FrontEnds, SquaresAndProductsAgreeWithGmp) {
   OperandSource source = testOperands(0);
   for (int round = 0; round < 160; round++) {
-    SCOPED_TRACE(testing::Message() << "round " << round);
     const uint64_t la = source.length(3000);
     const uint64_t lb = round % 4 == 0 ? la : source.length(3000);
-    BigInt a, b, out;
-    makeBigInt(&heap, &a, source.anyWords(la));
-    makeBigInt(&heap, &b, source.anyWords(lb));
-    const uint64_t chop = round % 3 == 0 ? 0 : source.below(la + lb);
-    bigIntMultiply(&heap, &a, &b, &out, chop, 0, 0);
-    checkProduct(a, b, out, chop);
-    bigIntDestroy(&out);
-    const uint64_t squareChop = round % 3 == 0 ? 0 : source.below(2 * la);
-    bigIntSquare(&heap, &a, &out, squareChop, 0, 0);
-    checkProduct(a, a, out, squareChop);
-    for (BigInt* x : {&out, &a, &b}) bigIntDestroy(x);
+    const auto a = source.anyWords(la), b = source.anyWords(lb);
+    EXPECT_TRUE(matches(frontEntry(&heap, 0), a, &b, round % 3 == 0 ? 0 : source.below(la + lb)));
+    EXPECT_TRUE(matches(frontEntry(&heap, 0), a, nullptr, round % 3 == 0 ? 0 : source.below(2 * la)));
+  }
+  for (uint64_t n : productcheck::tuningEdges(1, ~uint64_t(0))) {
+    for (uint32_t threadPower : {0u, 1u}) {
+      const auto a = threadPower ? source.words(n, testbridge::Kind::AllOnes) : source.anyWords(n);
+      const auto b = source.anyWords(n);
+      EXPECT_TRUE(matches(frontEntry(&heap, threadPower), a, nullptr));
+      EXPECT_TRUE(matches(frontEntry(&heap, threadPower), a, &b));
+    }
   }
 }
 
 // A chop that leaves nothing, or a zero operand (whatever the attempt
 // number), gives zero without calling a worker; one word under does call.
 TEST_F(FrontEnds, EmptyResultsCallNoWorker) {
-  OperandSource source = testOperands(22);
+  OperandSource source = testOperands(0);
   BigInt a, b, zero, out;
   makeBigInt(&heap, &a, source.anyWords(5));
   makeBigInt(&heap, &b, source.anyWords(3));
@@ -113,42 +118,44 @@ TEST_F(FrontEnds, EmptyResultsCallNoWorker) {
   EXPECT_EQ(out.length, 0u);
   EXPECT_EQ(multiplyWorkerCalls(), calls);
   bigIntMultiply(&heap, &a, &b, &out, 7, 0, 0);
-  checkProduct(a, b, out, 7);
+  expectShape(out, 1);
   EXPECT_EQ(multiplyWorkerCalls(), calls + 1);
   for (BigInt* x : {&out, &a, &b}) bigIntDestroy(x);
 }
 
-TEST(MethodChoice, ThresholdsThreadsAndDiskPath) {
-  const struct {
-    bool square;
-    uint64_t n;
-    uint32_t threadPower;
-    MultiplyMethod method;
-  } cases[] = {{true, fftSquareThreshold - 1, 0, MultiplyRecursive},
-               {true, fftSquareThreshold, 0, MultiplyFft}, {true, 13056, 0, MultiplyFft},
-               {true, 13057, 0, MultiplyHybrid}, {true, 12000, 1, MultiplyHybrid},
-               {true, 11999, 1, MultiplyFft}, {false, 12000, 1, MultiplyHybrid},
-               {false, fftMultiplyThreshold - 1, 0, MultiplyRecursive},
-               {false, fftMultiplyThreshold, 0, MultiplyFft},
-               {false, 12000, 0, MultiplyFft}, {false, 13057, 0, MultiplyHybrid}};
-  for (const auto& c : cases) {
-    const uint32_t t = c.threadPower;
-    EXPECT_EQ(c.square ? chooseSquareMethod(c.n, t) : chooseMultiplyMethod(c.n, t), c.method)
-        << c.square << " " << c.n << " threads 2^" << t;
+// The choice only moves up with the length (recursive, FFT, hybrid) and
+// with threads; the FFT is chosen only where a direct transform row exists
+// and the recursive methods only below the FFT's own lower end. The disk
+// path: paged-out operands of the hybrid range, at most four times apart.
+TEST(MethodChoice, OrderedByLengthAndThreadsAndDiskPath) {
+  for (uint32_t t : {0u, 1u, 3u}) {
+    for (bool square : {true, false}) {
+      MultiplyMethod last = MultiplyRecursive;
+      for (uint64_t n : productcheck::tuningEdges(1, 20000)) {
+        const MultiplyMethod method = square ? chooseSquareMethod(n, t) : chooseMultiplyMethod(n, t);
+        const MultiplyMethod unthreaded = square ? chooseSquareMethod(n, 0) : chooseMultiplyMethod(n, 0);
+        EXPECT_GE(method, last) << n;
+        EXPECT_GE(method, unthreaded) << n << " threads 2^" << t;
+        if (method == MultiplyFft) EXPECT_LT(n, hybridSquareThreshold) << n;
+        if (method == MultiplyRecursive)
+          EXPECT_LT(n, square ? fftSquareThreshold : fftMultiplyThreshold) << n;
+        last = method;
+      }
+      EXPECT_EQ(last, MultiplyHybrid);
+      EXPECT_EQ(square ? chooseSquareMethod(1, t) : chooseMultiplyMethod(1, t), MultiplyRecursive);
+    }
   }
-  // The disk path: paged-out operands above the hybrid threshold, at most
-  // four times apart in length.
-  BigInt a{13057, nullptr, 0, nullptr}, b{13057 * 4, nullptr, 0, nullptr};
+  BigInt a{hybridSquareThreshold, nullptr, 0, nullptr}, b{4 * hybridSquareThreshold, nullptr, 0, nullptr};
   EXPECT_TRUE(squareWantsDiskPath(a));
   EXPECT_TRUE(multiplyWantsDiskPath(a, b));
   EXPECT_TRUE(multiplyWantsDiskPath(b, a));
   b.length += 1;
   EXPECT_FALSE(multiplyWantsDiskPath(b, a));
-  a.length = 13056;
+  a.length -= 1;
   EXPECT_FALSE(squareWantsDiskPath(a));
   uint32_t word = 1;
   b = BigInt{20000, &word, 0, nullptr};  // in memory
-  a.length = 13057;
+  a.length += 1;
   EXPECT_FALSE(multiplyWantsDiskPath(a, b));
   EXPECT_FALSE(squareWantsDiskPath(b));
 }
@@ -171,7 +178,7 @@ const std::string softwareVerdict =
 // longer, an array without slack (the doubling takes a new one) and a chop;
 // a square, a product, and one record as both operands ((2a)(2a) / 4).
 TEST_F(FrontEnds, FailedAttemptsAreRetried) {
-  OperandSource source = testOperands(24);
+  OperandSource source = testOperands(0);
   struct Case {
     std::vector<uint32_t> words;
     uint64_t extra, chop;
@@ -189,7 +196,8 @@ TEST_F(FrontEnds, FailedAttemptsAreRetried) {
                                       << " faults " << faults);
       BigInt a, b, out;
       makeBigInt(&heap, &a, c.words, c.extra);
-      makeBigInt(&heap, &b, source.anyWords(c.words.size() + 5), 0);
+      const auto bWords = source.anyWords(c.words.size() + 5);
+      makeBigInt(&heap, &b, bWords, 0);
       for (BigInt* other : {(BigInt*)nullptr, &b, &a}) {
         output.clear();
         errorCount = 0;
@@ -200,8 +208,13 @@ TEST_F(FrontEnds, FailedAttemptsAreRetried) {
                                       : firstFailure + secondFailure + softwareVerdict);
         EXPECT_EQ(errorCount, faults == 1 ? 1u : 2u);
         EXPECT_EQ(bigIntWords(a), c.words) << "the operand is restored";
-        EXPECT_EQ(b.length, c.words.size() + 5);
-        checkProduct(a, other ? *other : a, out, c.chop, faults == 3);
+        EXPECT_EQ(bigIntWords(b), bWords);
+        const std::vector<uint32_t>& second = other == &b ? bWords : c.words;
+        const uint64_t window = c.words.size() + second.size() - c.chop;
+        expectShape(out, window, faults == 3);
+        std::vector<uint32_t> got(window, 0);
+        std::copy(out.words, out.words + out.length, got.begin());
+        EXPECT_TRUE(productcheck::windowMatches(c.words, second, c.chop, got.data()));
         bigIntDestroy(&out);
         EXPECT_EQ(heap.activeBlocks, 2u) << "the failed product array went back";
       }
@@ -215,10 +228,10 @@ TEST_F(FrontEnds, FailedAttemptsAreRetried) {
 // a re-run that succeeds still ends as a memory failure (a disabled ECC does
 // not stop the re-run), and a second failure is a software bug.
 TEST_F(FrontEnds, FatalRetryBranches) {
-  OperandSource source = testOperands(25);
+  OperandSource source = testOperands(0);
   BigInt a, b;
   makeBigInt(&heap, &a, source.anyWords(20));
-  makeBigInt(&heap, &b, source.anyWords(20));
+  makeBigInt(&heap, &b, source.words(20, testbridge::Kind::AllOnes));
   const std::vector<uint32_t> x = {1, 2, 3}, y = {4, 5};
   std::vector<uint32_t> words(5);
   enum Target { Square, Product, WordArrays };
@@ -260,23 +273,24 @@ TEST_F(FrontEnds, FatalRetryBranches) {
   for (BigInt* v : {&a, &b}) bigIntDestroy(v);
 }
 
+// The product's own length comes back: no zero word on top.
 TEST_F(FrontEnds, MultiplyWordArrays) {
-  OperandSource source = testOperands(28);
+  OperandSource source = testOperands(0);
+  const productcheck::Entry entry = [&](const uint32_t* a, uint64_t la, const uint32_t* b,
+                                        uint64_t lb, uint32_t* out, uint64_t, uint32_t*) {
+    const uint64_t length = multiplyWordArrays(&heap, a, la, b, lb, out, 0);
+    uint64_t expected = la + lb;
+    while (expected > 0 && out[expected - 1] == 0) expected--;
+    EXPECT_EQ(length, expected);
+    return uint64_t(0);
+  };
   for (int round = 0; round < 40; round++) {
     const uint64_t la = source.length(700), lb = source.length(700);
     auto a = source.anyWords(la), b = source.anyWords(lb);
     if (round % 5 == 0) a[la - 1] = 1, b[lb - 1] = 1;  // a short product
-    std::vector<uint32_t> out(la + lb, 0xDEADBEEFu);
-    const uint64_t length = multiplyWordArrays(&heap, a.data(), la, b.data(), lb, out.data(), 0);
-    std::vector<uint32_t> expected = testbridge::gmpProduct(a.data(), la, b.data(), lb);
-    EXPECT_EQ(out, expected) << "round " << round;
-    // The length is the product's own: no zero word on top.
-    while (!expected.empty() && expected.back() == 0) expected.pop_back();
-    EXPECT_EQ(length, expected.size()) << "round " << round;
+    EXPECT_TRUE(matches(entry, a, &b));
   }
 }
-
-// ---- BigFloat product wrappers ---------------------------------------------
 
 // A wrapper's result: chop to p + 3 words, sign, exponent and the words.
 void checkFloatProduct(const BigFloat& x, const BigFloat& y, const BigFloat& out, uint64_t p) {
@@ -284,7 +298,11 @@ void checkFloatProduct(const BigFloat& x, const BigFloat& y, const BigFloat& out
   const uint64_t chop = lx + ly > p + 3 ? lx + ly - (p + 3) : 0;
   EXPECT_EQ(out.positive, x.positive == y.positive ? 1u : 0u);
   EXPECT_EQ(out.exponent, x.exponent + y.exponent + int64_t(chop));
-  checkProduct(x.mantissa, y.mantissa, out.mantissa, chop);
+  expectShape(out.mantissa, lx + ly - chop);
+  std::vector<uint32_t> got(lx + ly - chop, 0);
+  std::copy(out.mantissa.words, out.mantissa.words + out.mantissa.length, got.begin());
+  EXPECT_TRUE(productcheck::windowMatches(bigIntWords(x.mantissa), bigIntWords(y.mantissa), chop,
+                                          got.data()));
 }
 
 // The Into and InPlace forms of products and squares.
@@ -348,13 +366,5 @@ TEST_F(FrontEnds, FloatWrappersTreatZeroOperandsDifferently) {
     EXPECT_EQ(out.positive, 1u) << form;
     EXPECT_EQ(out.mantissa.words, nullptr) << form;
   }
-  // A long in-place product with a chop: 10 words, 5 kept, the exponent
-  // takes the chop of 5.
-  makeBigFloat(&heap, &x, {1, 2, 3, 4, 5, 6}, -6, true);
-  bigFloatMultiplyInPlace(&heap, &x, &y, 2, 0);
-  EXPECT_EQ(x.exponent, -6 + 3 + 5);
-  EXPECT_EQ(x.positive, 0u);
   for (BigFloat* f : {&x, &y}) bigFloatDestroy(f);
 }
-
-}  // namespace

@@ -1,122 +1,16 @@
-// Size selection: the transform size table and its search, the element size
-// table, the hybrid parameter search and tables, element plans, and the
-// memory figures of products.
+// Size selection: the refusals past the last rows, the hybrid parameter
+// search and its tables, and the memory figures of products.
 #include "arith/fft/fft_sizes.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <string>
-
 #include "arith/hybrid/element_sizes.h"
 #include "arith/hybrid/hybrid_params.h"
 #include "arith/product_bytes.h"
-#include "platform/console.h"
+#include "support/death_console.h"
 #include "support/gmp_bridge.h"
 
 namespace {
-
-// The console text of a death test's child goes to standard error when it
-// exits, where the death test's pattern can see it.
-std::string childConsole;
-void prepareChild() {
-  consoleInputFrom("");
-  consoleCaptureTo(&childConsole);
-  atexit([] { fputs(childConsole.c_str(), stderr); });
-}
-
-TEST(FftParams, ReproducesTheTableExamples) {
-  SizeCode code = 0;
-  uint32_t bits = 0;
-  // A product of exactly 1408 bits takes row 0, one bit less row 1.
-  EXPECT_EQ(fftSizeRowFor(1408), 0u);
-  EXPECT_EQ(fftSizeRowFor(1407), 1u);
-  ASSERT_EQ(fftParamsFor(704, &code, &bits), 0u);
-  EXPECT_EQ(sizeCodeLength(code), 64u);
-  EXPECT_EQ(bits, 22u);
-  ASSERT_EQ(fftParamsFor(703, &code, &bits), 0u);
-  EXPECT_EQ(sizeCodeLength(code), 128u);
-  EXPECT_EQ(bits, 22u);
-  // 5376 bits: row 3 at 21 bits, which 20 bits * 256 points can't hold.
-  ASSERT_EQ(fftParamsFor(5376 / 2, &code, &bits), 0u);
-  EXPECT_EQ(sizeCodeLength(code), 256u);
-  EXPECT_EQ(bits, 21u);
-  // 5120 bits lands on row 3 too and drops to the even width.
-  ASSERT_EQ(fftParamsFor(5120 / 2, &code, &bits), 0u);
-  EXPECT_EQ(sizeCodeLength(code), 256u);
-  EXPECT_EQ(bits, 20u);
-  // The last row, and the refusal just above it.
-  ASSERT_EQ(fftParamsFor(24159191040ull / 2, &code, &bits), 0u);
-  EXPECT_EQ(sizeCodeLength(code), 2684354560ull);
-  EXPECT_EQ(bits, 9u);
-  EXPECT_EQ(fftParamsFor(24159191040ull / 2 + 1, &code, &bits), 1u);
-  EXPECT_EQ(fftSizeRowFor(24159191041ull), fftSizeRowCount);
-  EXPECT_EQ(fftParamsFor(uint64_t(1) << 40, &code, &bits), 1u);
-}
-
-// The row for x: the row of that exact capacity if there is one; below the
-// first capacity row 1; otherwise the first row that holds x.
-uint32_t expectedRow(uint64_t x) {
-  for (uint32_t i = 0; i < fftSizeRowCount; i++) {
-    if (FftSizeTable[i].capacity == x) return i;
-  }
-  if (x < FftSizeTable[0].capacity) return 1;
-  for (uint32_t i = 0; i < fftSizeRowCount; i++) {
-    if (FftSizeTable[i].capacity >= x) return i;
-  }
-  return fftSizeRowCount;
-}
-
-TEST(FftParams, SearchAgreesWithTheRowRuleAtEdgesAndRandomSizes) {
-  testbridge::Random random = testbridge::testRandom();
-  for (uint32_t i = 0; i < fftSizeRowCount; i++) {
-    uint64_t c = FftSizeTable[i].capacity;
-    for (uint64_t x : {c - 1, c, c + 1}) EXPECT_EQ(fftSizeRowFor(x), expectedRow(x)) << x;
-  }
-  EXPECT_EQ(fftSizeRowFor(0), 1u);
-  for (int i = 0; i < 2000; i++) {
-    uint64_t x = random.logUniform(1, 30000000000ull);
-    EXPECT_EQ(fftSizeRowFor(x), expectedRow(x)) << x;
-  }
-}
-
-TEST(FftParams, OddWidthsDropOnlyWhileTheProductFits) {
-  for (uint32_t i = 1; i < fftSizeRowCount; i++) {
-    const FftSizeRow& row = FftSizeTable[i];
-    uint64_t length = sizeCodeLength(row.code);
-    uint64_t narrower = (row.bitsPerPoint - 1) * length;
-    SizeCode code;
-    uint32_t bits;
-    // Product bits just above the previous row, at the narrower capacity, and
-    // just above it (products are even).
-    for (uint64_t x : {FftSizeTable[i - 1].capacity + 2, narrower, narrower + 2}) {
-      if (x <= FftSizeTable[i - 1].capacity || x > row.capacity) continue;
-      ASSERT_EQ(fftParamsFor(x / 2, &code, &bits), 0u);
-      EXPECT_EQ(code, row.code);
-      bool drops = (row.bitsPerPoint & 1) != 0 && x <= narrower;
-      EXPECT_EQ(bits, drops ? row.bitsPerPoint - 1 : row.bitsPerPoint) << x;
-    }
-  }
-}
-
-TEST(ElementSizeTable, FirstAndLastRowsAndExactLookups) {
-  EXPECT_EQ(ElementSizeTable.size(), 384u);
-  EXPECT_EQ(ElementSizeTable[0].capacity, 448u);
-  EXPECT_EQ(ElementSizeTable[0].bitsPerPoint, 7u);
-  EXPECT_EQ(sizeCodeLength(ElementSizeTable[0].code), 64u);
-  const ElementSizeRow& last = ElementSizeTable[elementSizeRowCount - 1];
-  EXPECT_EQ(last.capacity, 3758096384ull);
-  EXPECT_EQ(last.bitsPerPoint, 7u);
-  EXPECT_EQ(sizeCodeLength(last.code), 536870912u);
-  for (uint32_t i = 1; i < elementSizeRowCount; i++) {
-    EXPECT_LT(ElementSizeTable[i - 1].capacity, ElementSizeTable[i].capacity);
-    EXPECT_EQ(elementSizeRowExact(ElementSizeTable[i].capacity), i);
-  }
-  EXPECT_EQ(elementSizeRowExact(448 + 32), elementSizeRowCount);
-  EXPECT_EQ(elementSizeRowExact(384), elementSizeRowCount);
-}
 
 TEST(HybridSearch, PicksAValidPairThatHoldsTheProduct) {
   uint32_t k = 0;
@@ -137,6 +31,12 @@ TEST(HybridSearch, PicksAValidPairThatHoldsTheProduct) {
 }
 
 TEST(HybridParams, RefusesPastTheLimitWithoutTheTables) {
+  // The direct transform past its last row: refused.
+  const uint64_t last = FftSizeTable[fftSizeRowCount - 1].capacity;
+  SizeCode code = 0;
+  uint32_t bits = 0;
+  EXPECT_EQ(fftParamsFor(last / 2, &code, &bits), 0u);
+  EXPECT_EQ(fftParamsFor(last / 2 + 1, &code, &bits), 1u);
   uint32_t k = 0;
   uint32_t m = 0;
   EXPECT_EQ(hybridSquareParams(hybridProductWordsLimit, &k, &m), 0u);
@@ -189,25 +89,16 @@ TEST(HybridParams, QuotedRowsAreFoundThenTheSearchServes) {
   EXPECT_EQ(m, sm);
 }
 
-TEST(ElementPlan, RecursiveBelow24WordsAndFftFrom24) {
-  ElementPlan plan;
-  EXPECT_EQ(elementPlanFor(&plan, nullptr, 23), 0u);
-  EXPECT_EQ(plan.method, 0u);
-  EXPECT_EQ(elementPlanFor(&plan, nullptr, 24), smallestSizeCode);
-  EXPECT_EQ(plan.method, 1u);
-  EXPECT_EQ(plan.bitsPerPoint, 12u);
-}
-
 TEST(ProductBytesDeath, PastTheTablesIsFatal) {
   EXPECT_EXIT(
       {
-        prepareChild();
+        consoleToStandardError();
         fftProductBytes(24159191040ull / 64 + 1);
       },
       ::testing::ExitedWithCode(1), "Maximum FFT size Exceeded\\.");
   EXPECT_EXIT(
       {
-        prepareChild();
+        consoleToStandardError();
         hybridProductBytes(hybridProductWordsLimit + 1, 0);
       },
       ::testing::ExitedWithCode(1), "Maximum supported multiplication size has been exceeded\\.");
@@ -235,24 +126,6 @@ TEST(ProductBytes, PeakCoversEveryRowBelow) {
   uint32_t k = 0, m = 0;
   ASSERT_EQ(hybridSearch(3000000000ull, &k, &m), 0u);
   EXPECT_EQ(hybridPeakBytes(3000000000ull, 1), hybridProductBytes(hybridCapacity(k, m), 1));
-}
-
-TEST(HybridElements, CodeBoundCoversEverySearchBelowIt) {
-  testbridge::Random random = testbridge::testRandom();
-  for (int i = 0; i < 40; i++) {
-    uint64_t limit = random.logUniform(30000, hybridProductWordsLimit);
-    uint32_t bound = hybridElementCodeBound(limit);
-    for (int j = 0; j < 25; j++) {
-      uint64_t n = random.logUniform(1, limit);
-      uint32_t k = 0, m = 0;
-      ASSERT_EQ(hybridSearch(n, &k, &m), 0u);
-      uint64_t words = (uint64_t(m) << k) / 128;
-      if (words < elementFftWords) continue;
-      EXPECT_LE(ElementSizeTable[elementSizeRowExact(32 * words)].code, bound) << n;
-    }
-  }
-  // Up to 10^12 words of product the elements stay within 2^21 points.
-  EXPECT_LE(hybridElementCodeBound(1000000000000ull), sizeCodeOf(5, 19));
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 #include <thread>
 #include <vector>
 
-#include "arith/hybrid/hybrid_params.h"
 #include "arith/fft/twiddles.h"
 
 namespace {
@@ -111,22 +110,6 @@ TEST(FftTables, EveryTwiddleOfTheLargestTablesIsCorrectlyRounded) {
   }
 }
 
-TEST(FftTables, SlowPathAgreesWithMpfrOnSampledAngles) {
-  // The refinement path alone, at circles of every family and many sizes.
-  uint64_t wrong = 0;
-  for (uint64_t circle : {uint64_t(8), uint64_t(24), uint64_t(40), uint64_t(1) << 20,
-                          uint64_t(3) << 25, uint64_t(5) << 30}) {
-    uint64_t octant = circle / 8;
-    for (uint64_t t = 1; t <= octant; t += 1 + octant / 300) {
-      double c, s, ec, es;
-      twiddleExact(t, circle, &c, &s);
-      exactPair(t, circle, &ec, &es);
-      if (c != ec || s != es) wrong++;
-    }
-  }
-  EXPECT_EQ(wrong, 0u);
-}
-
 TEST(FftTables, GrowRebuildsOnlyShortPyramidsReleaseAndBuildAgain) {
   TablesGone cleanup;
   releaseFftTables();
@@ -157,19 +140,6 @@ TEST(FftTables, GrowRebuildsOnlyShortPyramidsReleaseAndBuildAgain) {
   releaseFftTables();  // nothing left: no effect
   buildFftTables(200);
   ASSERT_NE(fftTables, nullptr);
-}
-
-TEST(FftTables, CodeForARunCoversItsFftsAndHybridElements) {
-  // Up to the cap the row of 64 * words bits; past it the code stays until
-  // the hybrid elements grow past 2621440 points.
-  EXPECT_EQ(fftTablesCodeFor(1), 28u);  // below the first row: row 1
-  EXPECT_EQ(fftTablesCodeFor(500000), 85u);
-  EXPECT_EQ(fftTablesCodeFor(300000000000ull), 85u);
-  for (uint64_t words : {uint64_t(700000000000ull), uint64_t(9999999999900ull)}) {
-    SizeCode code = fftTablesCodeFor(words);
-    EXPECT_GT(code, 85u);
-    EXPECT_GE(code, hybridElementCodeBound(2 * words));
-  }
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
-// The Fermat ring's element arithmetic and transforms against GMP: sums,
-// differences, negations and shifts modulo 2^(32W) + 1 (odd half-bit
-// exponents through sqrt(2) included), the forward transform against a
-// direct transform, and forward then inverse against the input times 2^k.
+// The Fermat ring's butterfly kernels against GMP in both forms, forward
+// then inverse against the input times 2^k, and the inverse with its output
+// stage.
 #include <gmp.h>
 #include <gtest/gtest.h>
 
@@ -13,27 +12,21 @@
 #include "support/gmp_bridge.h"
 #include "arith/hybrid/fermat.h"
 #include "arith/hybrid/hybrid.h"
+#include "support/death_console.h"
 
 namespace {
 
 using testbridge::Number;
 using testbridge::Random;
 
-// The ring of one element size: modulus 2^n + 1 and sqrt(2).
+// The ring of one element size: modulus 2^n + 1.
 struct Ring {
   uint64_t W;
-  Number modulus, root2;
+  Number modulus;
   explicit Ring(uint64_t words) : W(words) {
-    const uint64_t n = 32 * W;
-    mpz_setbit(modulus.z, n);
+    mpz_setbit(modulus.z, 32 * W);
     mpz_add_ui(modulus.z, modulus.z, 1);
-    Number quarter;
-    mpz_setbit(root2.z, 3 * n / 4);
-    mpz_setbit(quarter.z, n / 4);
-    mpz_sub(root2.z, root2.z, quarter.z);
   }
-  // z = 2^(e/2) = sqrt(2)^e modulo 2^n + 1.
-  void twiddle(mpz_t z, uint64_t e) const { mpz_powm_ui(z, root2.z, e, modulus.z); }
 };
 
 void elementValue(mpz_t z, const uint32_t* x, uint64_t W) { testbridge::toMpz(z, x, W + 1); }
@@ -63,86 +56,16 @@ std::vector<uint32_t> randomElement(Random& random, uint64_t W) {
   return x;
 }
 
-uint32_t bitReverse(uint32_t value, uint32_t bits) {
-  uint32_t out = 0;
-  for (uint32_t i = 0; i < bits; i++) out |= ((value >> i) & 1) << (bits - 1 - i);
-  return out;
-}
-
-TEST(FermatElement, SumsDifferencesNegationsAndShiftsMatchGmp) {
-  Random random = testbridge::testRandom();
-  for (uint64_t W : {1u, 2u, 3u, 8u, 13u, 24u, 41u}) {
-    const Ring ring(W);
-    const uint64_t n = 32 * W;
-    std::vector<uint32_t> out(W + 1), scratch(W + 1);
-    for (int trial = 0; trial < 150; trial++) {
-      std::vector<uint32_t> a = randomElement(random, W), b = randomElement(random, W);
-      Number va, vb, want;
-      elementValue(va.z, a.data(), W);
-      elementValue(vb.z, b.data(), W);
-
-      fermatAdd(out.data(), a.data(), b.data(), W);
-      mpz_add(want.z, va.z, vb.z);
-      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "sum, W " << W;
-
-      fermatSub(out.data(), a.data(), b.data(), W);
-      mpz_sub(want.z, va.z, vb.z);
-      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "difference, W " << W;
-
-      out = a;
-      fermatNegate(out.data(), W);
-      mpz_neg(want.z, va.z);
-      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "negation, W " << W;
-
-      // Shifts: whole words, bit counts, and the edges 0, n - 1, n, 2n - 1.
-      const uint64_t edges[] = {0, n - 1, n, 2 * n - 1, 32 * random.below(2 * W)};
-      const uint64_t bits = trial < 5 ? edges[trial] : random.below(2 * n);
-      fermatShift(out.data(), a.data(), W, bits);
-      mpz_mul_2exp(want.z, va.z, bits);
-      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "shift " << bits << ", W " << W;
-
-      const uint64_t e = random.below(8 * n);
-      fermatShiftHalf(out.data(), a.data(), W, e, scratch.data());
-      Number factor;
-      ring.twiddle(factor.z, e);
-      mpz_mul(want.z, va.z, factor.z);
-      ASSERT_TRUE(isResidue(out.data(), want.z, ring)) << "half-bit exponent " << e << ", W " << W;
-    }
+// count random elements of W words at stride W + 1.
+std::vector<uint32_t> randomElements(Random& random, uint64_t count, uint64_t W) {
+  std::vector<uint32_t> data;
+  for (uint64_t i = 0; i < count; i++) {
+    const std::vector<uint32_t> x = randomElement(random, W);
+    data.insert(data.end(), x.begin(), x.end());
   }
+  return data;
 }
 
-TEST(FermatElement, ButterfliesOnMinusOneAndZeroExponent) {
-  Random random = testbridge::testRandom();
-  for (uint64_t W : {2u, 9u, 16u}) {
-    const Ring ring(W);
-    std::vector<uint32_t> scratch(fermatButterflyScratchWords(W));
-    for (uint64_t e : {uint64_t(0), uint64_t(1), uint64_t(32 * W), uint64_t(5), 128 * W - 3}) {
-      std::vector<uint32_t> a(W + 1, 0), b = randomElement(random, W);
-      a[W] = 1;  // -1
-      Number va, vb, factor, sum, diff;
-      elementValue(va.z, a.data(), W);
-      elementValue(vb.z, b.data(), W);
-      ring.twiddle(factor.z, e);
-      butterflyForward(a.data(), b.data(), W, e, scratch.data());
-      mpz_add(sum.z, va.z, vb.z);
-      mpz_sub(diff.z, va.z, vb.z);
-      mpz_mul(diff.z, diff.z, factor.z);
-      ASSERT_TRUE(isResidue(a.data(), sum.z, ring)) << "W " << W << " e " << e;
-      ASSERT_TRUE(isResidue(b.data(), diff.z, ring)) << "W " << W << " e " << e;
-      // The inverse butterfly gives both inputs back, times 2.
-      butterflyInverse(a.data(), b.data(), W, e, scratch.data());
-      mpz_mul_2exp(va.z, va.z, 1);
-      mpz_mul_2exp(vb.z, vb.z, 1);
-      ASSERT_TRUE(isResidue(a.data(), va.z, ring));
-      ASSERT_TRUE(isResidue(b.data(), vb.z, ring));
-    }
-  }
-}
-
-// The one-pass kernels against GMP, in both forms (processor loops and
-// portable), at every edge of the shift: nothing wrapped (bits < 32), all
-// but a word wrapped, exactly n (a pure negation), just below 2n; with
-// operands -1, 0, 1, all ones and long bit runs; and in place.
 TEST(FermatKernels, ShiftedButterfliesMatchGmpInBothForms) {
   Random random = testbridge::testRandom();
   for (uint64_t W : {1u, 2u, 3u, 7u, 8u, 9u, 16u, 17u, 40u, 67u, 130u}) {
@@ -206,104 +129,6 @@ TEST(FermatKernels, ShiftedButterfliesMatchGmpInBothForms) {
   }
 }
 
-TEST(FermatKernels, RootTwoFactorInPlace) {
-  Random random = testbridge::testRandom();
-  for (uint64_t W : {2u, 6u, 8u, 18u, 64u}) {
-    const Ring ring(W);
-    for (int trial = 0; trial < 40; trial++) {
-      std::vector<uint32_t> y = randomElement(random, W);
-      Number value, factor;
-      elementValue(value.z, y.data(), W);
-      mpz_setbit(factor.z, 16 * W);
-      mpz_sub_ui(factor.z, factor.z, 1);
-      mpz_mul(value.z, value.z, factor.z);
-      ASSERT_TRUE(fermatTimesRootTwoFactor(y.data(), W));
-      ASSERT_TRUE(isResidue(y.data(), value.z, ring)) << "W " << W;
-    }
-  }
-  std::vector<uint32_t> odd = {5, 6, 7, 0};
-  EXPECT_FALSE(fermatTimesRootTwoFactor(odd.data(), 3));
-  EXPECT_EQ(odd, (std::vector<uint32_t>{5, 6, 7, 0}));
-}
-
-// A radix-4 step is the four radix-2 butterflies of its two levels, for
-// either parity of e, and its inverse gives the inputs back times 4.
-TEST(FermatKernels, RadixFourStepIsTwoLevelsOfButterflies) {
-  Random random = testbridge::testRandom();
-  for (uint64_t W : {2u, 10u, 16u, 42u}) {
-    const Ring ring(W);
-    const uint64_t stride = W + 1, period = 128 * W;
-    std::vector<uint32_t> scratch(fermatButterflyScratchWords(W));
-    for (int trial = 0; trial < 12; trial++) {
-      const uint64_t e = trial == 0 ? 0 : trial == 1 ? 1 : random.below(period);
-      std::vector<uint32_t> data(4 * stride);
-      for (int i = 0; i < 4; i++) {
-        std::vector<uint32_t> x = randomElement(random, W);
-        std::copy(x.begin(), x.end(), data.begin() + i * stride);
-      }
-      const std::vector<uint32_t> original = data;
-      std::vector<uint32_t> reference = data;
-      uint32_t* r = reference.data();
-      butterflyForward(r, r + 2 * stride, W, e, scratch.data());
-      butterflyForward(r + stride, r + 3 * stride, W, e + 32 * W, scratch.data());
-      butterflyForward(r, r + stride, W, 2 * e, scratch.data());
-      butterflyForward(r + 2 * stride, r + 3 * stride, W, 2 * e, scratch.data());
-      uint32_t* d = data.data();
-      radix4Forward(d, d + stride, d + 2 * stride, d + 3 * stride, W, e, scratch.data());
-      ASSERT_EQ(data, reference) << "W " << W << " e " << e;
-      radix4Inverse(d, d + stride, d + 2 * stride, d + 3 * stride, W, e, scratch.data());
-      Number value;
-      for (int i = 0; i < 4; i++) {
-        elementValue(value.z, original.data() + i * stride, W);
-        mpz_mul_2exp(value.z, value.z, 2);
-        ASSERT_TRUE(isResidue(d + i * stride, value.z, ring)) << "W " << W << " e " << e;
-      }
-    }
-  }
-}
-
-// Forward transform of 2^k elements of W words against the direct sum
-// X_j = sum_i x_i w^(ij), w = 2^(e/2) with e = 128W / 2^k, found at the
-// bit-reversed position j.
-void checkAgainstDirectTransform(uint64_t W, uint32_t k) {
-  Random random = testbridge::testRandom(W * 64 + k);
-  const Ring ring(W);
-  const uint64_t count = uint64_t(1) << k, stride = W + 1, e = (128 * W) >> k;
-  std::vector<uint32_t> data(count * stride), original;
-  for (uint64_t i = 0; i < count; i++) {
-    std::vector<uint32_t> x = randomElement(random, W);
-    std::copy(x.begin(), x.end(), data.begin() + i * stride);
-  }
-  original = data;
-  std::vector<uint32_t> scratch(fermatButterflyScratchWords(W));
-  if (k % 2 == 0) {
-    radixPass(data.data(), W, stride, k, 0, scratch.data(), 0);
-  } else {
-    blockedForward(data.data(), W, stride, k, 0, scratch.data(), 0);
-  }
-  Number sum, term, factor, value;
-  for (uint64_t j = 0; j < count; j++) {
-    mpz_set_ui(sum.z, 0);
-    for (uint64_t i = 0; i < count; i++) {
-      elementValue(value.z, original.data() + i * stride, W);
-      ring.twiddle(factor.z, (e * ((i * j) % count)) % (128 * W));
-      mpz_mul(term.z, value.z, factor.z);
-      mpz_add(sum.z, sum.z, term.z);
-    }
-    const uint64_t at = bitReverse(uint32_t(j), k);
-    ASSERT_TRUE(isResidue(data.data() + at * stride, sum.z, ring))
-        << "W " << W << " k " << k << " output " << j;
-  }
-}
-
-TEST(FermatTransform, ForwardIsTheDirectTransform) {
-  checkAgainstDirectTransform(4, 4);   // e = 32: whole words only
-  checkAgainstDirectTransform(3, 5);   // e = 12: bit shifts
-  checkAgainstDirectTransform(1, 7);   // e = 1: every odd index through sqrt(2)
-  checkAgainstDirectTransform(10, 8);  // e = 5, W not a multiple of 8
-  checkAgainstDirectTransform(4, 9);   // e = 1, blocked: columns and rows with twists
-}
-
 // Forward then inverse, with a random twist: every element comes back times
 // 2^k; the straight-and-recursive form and the blocked form agree.
 void checkRoundTrip(uint64_t W, uint32_t k, uint32_t threadPower) {
@@ -312,11 +137,7 @@ void checkRoundTrip(uint64_t W, uint32_t k, uint32_t threadPower) {
   const Ring ring(W);
   const uint64_t count = uint64_t(1) << k, stride = W + 1;
   const uint64_t twist = random.coin() ? 0 : random.below(128 * W);
-  std::vector<uint32_t> data(count * stride);
-  for (uint64_t i = 0; i < count; i++) {
-    std::vector<uint32_t> x = randomElement(random, W);
-    std::copy(x.begin(), x.end(), data.begin() + i * stride);
-  }
+  std::vector<uint32_t> data = randomElements(random, count, W);
   const std::vector<uint32_t> original = data;
   std::vector<uint32_t> blocked = data;
   std::vector<uint32_t> scratch(fermatButterflyScratchWords(W) << threadPower);
@@ -351,39 +172,6 @@ TEST(FermatTransform, ForwardThenInverseGivesInputTimesTwoToTheK) {
   checkRoundTrip(128, 10, 8);  // eight threads on columns and rows
 }
 
-// hybridForward loads the operand inside its first level; the result is
-// the plain load followed by the blocked transform: operands filling less
-// than half the elements (a square), more than half (the long operand of
-// a product), none at all; one stage (k < 5) and column and row stages;
-// odd W (the sqrt(2) factor without the in-place form); threads.
-TEST(FermatTransform, LoadedForwardIsLoadThenTransform) {
-  Random random = testbridge::testRandom();
-  struct Case {
-    uint64_t W;
-    uint32_t k, threadPower;
-  };
-  for (const Case& t : {Case{6, 3, 0}, Case{9, 4, 0}, Case{12, 5, 0}, Case{34, 7, 1},
-                        Case{40, 9, 2}, Case{9, 7, 0}, Case{18, 8, 1}}) {
-    const uint64_t W = t.W, stride = W + 1, count = uint64_t(1) << t.k, c = W / 2 - 1;
-    for (uint64_t n : {uint64_t(0), uint64_t(1), c * count / 2 - 3, c * count / 2 + c + 1,
-                       c * count}) {
-      std::vector<uint32_t> source(n + 1);
-      testbridge::fill(random, testbridge::randomKind(random), source.data(), n + 1);
-      std::vector<uint32_t> loaded((count + 1) * stride, 0xdeadbeef), plain(count * stride, 0);
-      for (uint64_t i = 0; i < count; i++) {
-        for (uint64_t j = 0; j < c && i * c + j < n; j++) plain[i * stride + j] = source[i * c + j];
-      }
-      std::vector<uint32_t> scratch(fermatButterflyScratchWords(W) << t.threadPower);
-      hybridForward(source.data(), n, c, loaded.data(), W, stride, t.k, scratch.data(),
-                    t.threadPower);
-      blockedForward(plain.data(), W, stride, t.k, 0, scratch.data(), 0);
-      ASSERT_TRUE(std::equal(plain.begin(), plain.end(), loaded.begin()))
-          << "W " << W << " k " << t.k << " n " << n;
-      ASSERT_EQ(loaded[count * stride], 0xdeadbeef) << "written past the transform";
-    }
-  }
-}
-
 // hybridInverse hands each column's elements to the output stage as the
 // column is done, with seams at thread ranges and rows; its words must be
 // those of the whole inverse followed by the one-thread output stage, for
@@ -409,17 +197,24 @@ TEST(FermatTransform, InverseWithTheOutputStageIsInverseThenOutput) {
     blockedForward(transform.data(), W, stride, k, 0, scratch.data(), 0);
     std::vector<uint64_t> starts = {0, 1000, end / 2 + 7};
     for (uint64_t row = 16; row <= 256; row *= 2) {
-      for (uint64_t below : {uint64_t(0), uint64_t(1), c + 1, W - 1})
+      for (uint64_t below : {uint64_t(0), uint64_t(1), c + 1, W - 1}) {
         if (3 * row * c < end) starts.push_back(3 * row * c - below);
+      }
     }
     for (uint64_t start : starts) {
       std::vector<uint32_t> reference = transform, want(end - start);
       const OutputRange range = {want.data(), end, start, c, k, W};
       blockedInverse(reference.data(), W, stride, k, 0, scratch.data(), 0);
+      const std::vector<uint32_t> inverse = reference;
       ASSERT_EQ(hybridOutputStage(range, reference.data(), stride, scratch.data(), 0), 0u);
       if (start == 0) {
         ASSERT_EQ(want, testbridge::fromMpz(sum.z, end)) << "m " << m;
       }
+      // The threaded output stage on the same inverse gives the same words.
+      std::vector<uint32_t> threaded = inverse, words(end - start);
+      const OutputRange threadedRange = {words.data(), end, start, c, k, W};
+      ASSERT_EQ(hybridOutputStage(threadedRange, threaded.data(), stride, scratch.data(), 3), 0u);
+      ASSERT_EQ(words, want) << "threaded output stage, m " << m << " start " << start;
       for (uint32_t threadPower : {0u, 1u, 3u}) {
         std::vector<uint32_t> data = transform, got(end - start);
         ASSERT_EQ(hybridInverse(got.data(), end, start, c, data.data(), W, stride, k,
@@ -432,7 +227,12 @@ TEST(FermatTransform, InverseWithTheOutputStageIsInverseThenOutput) {
 }
 
 TEST(FermatTransformDeathTest, StrideOverflowIsFatal) {
-  EXPECT_DEATH(hybridCheckStride(uint64_t(1) << 40, 30), "");
+  EXPECT_DEATH(
+      {
+        consoleToStandardError();
+        hybridCheckStride(uint64_t(1) << 40, 30);
+      },
+      "FATAL ERROR: Limit Exceeded\n\nArchitectural Limit Exceeded: ");
 }
 
 }  // namespace
