@@ -1,7 +1,8 @@
-// convertToDecimal against GMP's mpz_get_str: integers from 1 word to
-// 200000 words on one and several threads, fractions and large exponents
-// (normalisation), zero, primary against secondary cuts, the checksum that
-// catches a corrupted word, and the console lines.
+// convertToDecimal against GMP: integers from 1 word to 200000 words on one
+// and several threads (also when threads cannot be created), fractions and
+// large exponents (normalisation), zero, primary against secondary cuts and
+// the console steps, the swap forms with real swap files, the checksum that
+// catches a corrupted word, and a precision cut to nothing.
 #include <gmp.h>
 #include <gtest/gtest.h>
 
@@ -10,115 +11,94 @@
 #include <vector>
 
 #include "arith/fft/fft_tables.h"
-#include "conversion_support.h"
 #include "digits/base_conversion.h"
+#include "digits_support.h"
+#include "memory/raidfile.h"
 #include "platform/threads.h"
-#include "support/gmp_bridge.h"
 
 using namespace testbridge;
-using namespace conversion_test;
+using namespace digits_test;
 
 namespace {
 
-// Converts the integer words[0 .. n) and compares with mpz_get_str.
+// Converts the integer `words` and compares with mpz_get_str.
 ::testing::AssertionResult integerConvertsLikeGmp(Heap* heap, const std::vector<uint32_t>& words,
-                                                  uint32_t threads,
-                                                  std::string* console = nullptr) {
+                                                  uint32_t threads, std::string* console = nullptr) {
   BigFloat x;
   makeNumber(heap, &x, words.data(), words.size(), 0);
   ConversionOutput out;
   convertNumber(heap, &x, digitsForWords(words.size()), 0, threads, &out, console);
   Number value;
   toMpz(value.z, words.data(), words.size());
-  std::string expected = gmpDecimal(value.z);
-  std::string text = decimalText(out);
-  ::testing::AssertionResult shape = wellFormed(out);
-  int64_t scale = out.scale;
+  const std::string expected = gmpDecimal(value.z), text = decimalText(out);
+  const int64_t scale = out.scale;
   releaseConversionOutput(&out);
-  if (!shape) return shape;
   if (scale != 0) return ::testing::AssertionFailure() << "scale " << scale;
-  if (text != expected) {
-    size_t at = 0;
-    while (at < text.size() && at < expected.size() && text[at] == expected[at]) ++at;
-    return ::testing::AssertionFailure()
-           << words.size() << " words: " << text.size() << " vs " << expected.size()
-           << " digits, first difference at " << at;
-  }
-  return ::testing::AssertionSuccess();
+  if (text == expected) return ::testing::AssertionSuccess();
+  auto at = std::mismatch(text.begin(), text.end(), expected.begin(), expected.end()).first - text.begin();
+  return ::testing::AssertionFailure() << words.size() << " words: " << text.size() << " vs "
+                                       << expected.size() << " digits, first difference at " << at;
 }
 
 }  // namespace
 
-TEST(ConvertToDecimal, IntegersAgreeWithGmpOnOneAndTwoThreads) {
-  TestHeap arena(64 << 20);
+TEST(ConvertToDecimal, IntegersAgreeWithGmp) {
+  TestHeap arena(256 << 20);
   Random random = testRandom();
   std::vector<uint64_t> sizes = {1, 2, 3, 13, 14, 15, 16, 17, 31, 32, 33, 100, 1000};
   for (int i = 0; i < 16; ++i) sizes.push_back(random.logUniform(1, 6000));
   for (uint64_t n : sizes) {
     Kind kind = randomKind(random);
     std::vector<uint32_t> words = operand(random, kind, n);
-    for (uint32_t threads : {0u, 1u}) {
-      ASSERT_TRUE(integerConvertsLikeGmp(&arena.heap, words, threads))
-          << kindName(kind) << ", threads " << threads;
-    }
+    for (uint32_t threads : {0u, 1u})
+      ASSERT_TRUE(integerConvertsLikeGmp(&arena.heap, words, threads)) << kindName(kind) << ", threads " << threads;
   }
   // All ones, the largest value of its length, at sizes around the cuts.
-  for (uint64_t n : {14, 15, 16, 255, 256, 2047}) {
-    std::vector<uint32_t> words(n, 0xffffffffu);
-    ASSERT_TRUE(integerConvertsLikeGmp(&arena.heap, words, 1)) << "all ones, " << n;
-  }
-  // Zero gives an empty output.
-  BigFloat x;
-  bigFloatSetZero(&x);
-  ConversionOutput out;
-  convertNumber(&arena.heap, &x, 100, 0, 1, &out);
-  EXPECT_EQ(out.digits.length, 0u);
-  EXPECT_EQ(out.digits.words, nullptr);
-  EXPECT_EQ(out.scale, 0);
-  releaseConversionOutput(&out);
-}
-
-TEST(ConvertToDecimal, DeepThreadSplitsFailedThreadsAndTwoHundredThousandWords) {
-  TestHeap arena(256 << 20);
-  Random random = testRandom();
+  for (uint64_t n : {14, 15, 16, 255, 256, 2047})
+    ASSERT_TRUE(integerConvertsLikeGmp(&arena.heap, std::vector<uint32_t>(n, ~0u), 1)) << "all ones, " << n;
+  // Thread exponent 2 (16 threads below the top levels); threads that cannot
+  // be created run their half on the caller; and a large number.
   std::vector<uint32_t> words = operand(random, Kind::Uniform, 9000);
-  // Exponent 2: 16 threads below the top levels.
   ASSERT_TRUE(integerConvertsLikeGmp(&arena.heap, words, 2));
-  // Threads that cannot be created run their half on the caller.
   std::string console;
   threadFailNextSpawnsForTesting(1000);
   EXPECT_TRUE(integerConvertsLikeGmp(&arena.heap, words, 1, &console));
   threadFailNextSpawnsForTesting(0);
   EXPECT_NE(console.find("Warning: Unable to create thread."), std::string::npos);
-  words = operand(random, Kind::Uniform, 200000);
-  ASSERT_TRUE(integerConvertsLikeGmp(&arena.heap, words, 1));
+  ASSERT_TRUE(integerConvertsLikeGmp(&arena.heap, operand(random, Kind::Uniform, 200000), 1));
+  // Zero gives an empty output.
+  BigFloat x;
+  bigFloatSetZero(&x);
+  ConversionOutput out;
+  convertNumber(&arena.heap, &x, 100, 0, 1, &out);
+  EXPECT_TRUE(out.digits.length == 0 && out.digits.words == nullptr && out.scale == 0);
+  releaseConversionOutput(&out);
 }
 
 // x = M * 2^(32 e) comes out as Y with Y / 10^(9 m) = x, m = trunc(-e *
-// 1.0703...). With a fraction (e < 0, between a value of a few words and
-// one just above 2^-32) Y is exact but for the guard words of the
-// products: 0 <= x * 10^(9 m) - Y < 2^(32 * 4). With a positive exponent
-// the scale is negative and Y * 10^(9 |m|) is x to about its precision.
+// 1.0703...). With a fraction (between a value of a few words and one just
+// above 2^-32) Y is exact but for the guard words of the products:
+// 0 <= x * 10^(9 m) - Y < 2^(32 * 4). With a positive exponent the scale is
+// negative and Y * 10^(9 |m|) is x to about its precision.
 TEST(ConvertToDecimal, ExponentsAreScaledByPowersOfABillion) {
   TestHeap arena(64 << 20);
   Random random = testRandom();
   for (int round = 0; round < 20; ++round) {
     const bool fraction = round < 16;
-    uint64_t n = fraction ? random.logUniform(2, 3000) : 50;
+    const uint64_t n = fraction ? random.logUniform(2, 3000) : 50;
     std::vector<uint32_t> words = operand(random, Kind::Uniform, n);
     words.back() |= 0x10000;
-    const int64_t exponent = fraction
-                                 ? -int64_t(n) + int64_t(random.below(std::min<uint64_t>(n, 4)))
-                                 : std::vector<int64_t>{1, 2, 7, 40}[round - 16];
+    const int64_t exponent = fraction ? -int64_t(n) + int64_t(random.below(std::min<uint64_t>(n, 4)))
+                                      : std::vector<int64_t>{1, 2, 7, 40}[round - 16];
     BigFloat x;
     makeNumber(&arena.heap, &x, words.data(), n, exponent);
     ConversionOutput out;
     convertNumber(&arena.heap, &x, digitsForWords(n), round & 1, round & 2 ? 1 : 0, &out);
     const int64_t m = int64_t(double(-exponent) * radixWordsPerWord);
     ASSERT_EQ(out.scale, m);
-    ASSERT_TRUE(wellFormed(out));
     Number y, exact, power, bound;
     mpz_set_str(y.z, decimalText(out).c_str(), 10);
+    releaseConversionOutput(&out);
     toMpz(exact.z, words.data(), n);
     mpz_ui_pow_ui(power.z, 10, 9 * uint64_t(m < 0 ? -m : m));
     if (fraction) {
@@ -138,89 +118,107 @@ TEST(ConvertToDecimal, ExponentsAreScaledByPowersOfABillion) {
       mpz_mul_2exp(bound.z, bound.z, 32 * (n - 2));
       EXPECT_LT(mpz_cmp(bound.z, exact.z), 0) << "exponent " << exponent;
     }
-    releaseConversionOutput(&out);
   }
 }
 
-// The secondary cuts fall elsewhere (one word more of precision) and must
-// give the same digits: compare the requested digits of both, and the
-// console steps.
-TEST(ConvertToDecimal, PrimaryAndSecondaryCutsGiveTheSameDigits) {
+// Swap files striped over two temporary folders (one given with a trailing
+// slash), checked empty at the end.
+class ConvertSwapped : public ::testing::Test {
+ protected:
+  TempFolder folders[2];
+  std::string texts[2] = {folders[0].path, folders[1].path + "/"};
+  char* pathTexts[2] = {texts[0].data(), texts[1].data()};
+  PathList paths{2, pathTexts};
+  void SetUp() override { globalSwapPaths = &paths; }
+  void TearDown() override {
+    globalSwapPaths = nullptr;
+    for (auto& folder : folders) EXPECT_TRUE(folder.empty()) << "swap files left in " << folder.path;
+  }
+};
+
+bool pagedOut(const BigInt& x) { return x.words == nullptr && x.swap != nullptr; }
+
+// Primary (RAM) and secondary (swap form, one word more of precision, so
+// every cut falls elsewhere) give the same digits. The swap form's table
+// and output end up on disk; the number may come in paged out.
+TEST_F(ConvertSwapped, PrimaryInRamAndSecondaryFromSwapFilesAgree) {
   TestHeap arena(64 << 20);
   Random random = testRandom();
-  for (uint64_t n : {20, 333, 4000}) {
+  // Each swap file is synced when written: few cases, of different depths.
+  const std::pair<uint64_t, uint32_t> cases[] = {{12, 0}, {20, 1}, {700, 1}, {3000, 0}};
+  for (auto [n, threads] : cases) {
     std::vector<uint32_t> words = operand(random, Kind::Uniform, n);
     words.back() = 3;  // a constant between 3 and 4
-    BigFloat x, copy;
-    makeNumber(&arena.heap, &x, words.data(), n, -int64_t(n) + 1);
-    makeNumber(&arena.heap, &copy, words.data(), n, -int64_t(n) + 1);
-    uint64_t digits = uint64_t(double(n - 3) * 9.632959861247397);
-    ConversionOutput primary, secondary;
-    std::string firstConsole, secondConsole;
-    convertNumber(&arena.heap, &x, digits, 0, 1, &primary, &firstConsole);
-    convertNumber(&arena.heap, &copy, digits, 1, 1, &secondary, &secondConsole);
-    std::string a = decimalText(primary), b = decimalText(secondary);
-    ASSERT_GE(a.size(), digits);
-    ASSERT_GE(b.size(), digits);
-    EXPECT_EQ(a.substr(0, digits), b.substr(0, digits)) << n << " words";
-    EXPECT_EQ(a[0], '3');
-    EXPECT_NE(secondConsole.find("Base Converting (Secondary Cutting Parameters):\n"),
-              std::string::npos);
-    // Each step in its order.
+    const uint64_t digits = digitsForWords(n - 3);
+    BigFloat x, y;
+    makeNumber(&arena.heap, &x, words.data(), n, 1 - int64_t(n));
+    makeNumber(&arena.heap, &y, words.data(), n, 1 - int64_t(n));
+    ConversionOutput ram, swapped;
+    std::string console;
+    convertNumber(&arena.heap, &x, digits, 0, threads, &ram, &console);
     size_t at = 0;
-    for (const char* step : {"Constructing Base Conversion Table:\n",
-                             "Base Converting (Primary Cutting Parameters):\n", "Normalizing      : ",
-                             "Hashing Binary Digits...", "Hashing Decimal Digits...", "Time: "}) {
-      at = firstConsole.find(step, at);
+    for (const char* step : {"Constructing Base Conversion Table:\n", "Base Converting (Primary Cutting Parameters):\n",
+                             "Normalizing      : ", "Hashing Binary Digits...", "Hashing Decimal Digits...", "Time: "}) {
+      at = console.find(step, at);
       ASSERT_NE(at, std::string::npos) << step;
     }
-    EXPECT_EQ(firstConsole.back(), '\n');
-    releaseConversionOutput(&secondary);
-    releaseConversionOutput(&primary);
+    EXPECT_EQ(console.back(), '\n');
+    bigFloatPushToDisk(&y);
+    Capture capture;
+    BaseConversionTable table;
+    buildBaseConversionTableSwapped(&arena.heap, &y, &table, threads);
+    for (uint32_t i = 0; i < table.levels; ++i)
+      ASSERT_TRUE(pagedOut(table.power[i].mantissa) && pagedOut(table.inverse[i].mantissa)) << i;
+    convertToDecimalSwapped(&arena.heap, &swapped, &y, digits, &table, 1, threads);
+    EXPECT_TRUE(bigFloatIsZero(y));
+    for (uint32_t i = 0; i < table.levels; ++i) ASSERT_TRUE(pagedOut(table.power[i].mantissa)) << i;
+    releaseBaseConversionTable(&table);
+    ASSERT_TRUE(pagedOut(swapped.digits));
+    EXPECT_EQ(swapped.scale, ram.scale);
+    bigIntLoad(&arena.heap, &swapped.digits, 1);
+    const std::string a = decimalText(ram), b = decimalText(swapped);
+    ASSERT_GE(std::min(a.size(), b.size()), digits);
+    EXPECT_EQ(a.substr(0, digits), b.substr(0, digits)) << n << " words, threads " << threads;
+    EXPECT_EQ(a[0], '3');
+    EXPECT_NE(capture.text.find("Base Converting (Secondary Cutting Parameters):\n"), std::string::npos);
+    releaseConversionOutput(&swapped);
+    releaseConversionOutput(&ram);
   }
+  // Zero leaves no swap file.
+  BigFloat x;
+  bigFloatSetZero(&x);
+  Capture capture;
+  BaseConversionTable table;
+  buildBaseConversionTableSwapped(&arena.heap, &x, &table, 0);
+  ConversionOutput out;
+  convertToDecimalSwapped(&arena.heap, &out, &x, 50, &table, 0, 0);
+  releaseBaseConversionTable(&table);
+  EXPECT_TRUE(out.digits.length == 0 && out.digits.swap == nullptr);
+  releaseConversionOutput(&out);
 }
 
-TEST(ConvertToDecimalDeathTest, ACorruptedWordIsCaughtByTheChecksum) {
+TEST(ConvertToDecimalDeathTest, ACorruptedWordIsCaughtAndNoPrecisionIsFatal) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  // The child of a threadsafe death test starts without the tables.
-  buildFftTables(100000);
+  buildFftTables(100000);  // the child of a threadsafe death test starts without them
   Random random = testRandom();
   std::vector<uint32_t> words = operand(random, Kind::Uniform, 3000);
-  for (uint32_t threads : {0u, 1u}) {
-    EXPECT_EXIT(
-        {
-          consoleToStandardError();
-          Heap heap;
-          heapInit(nullptr, &heap, 32 << 20);
-          BigFloat x;
-          makeNumber(&heap, &x, words.data(), words.size(), 0);
-          BaseConversionTable table;
-          buildBaseConversionTable(&heap, &x, &table, threads);
-          // A leaf deep in the deconstruction, on a thread of its own when
-          // threads are on.
-          conversionCorruptLeavesForTesting(1);
-          ConversionOutput out;
-          convertToDecimal(&heap, &out, &x, digitsForWords(3000), &table, 0, threads);
-        },
-        ::testing::ExitedWithCode(1), "\n\nBase Conversion: Checksum Mismatch\n\n");
-  }
-}
-
-TEST(ConvertToDecimalDeathTest, CuttingOffEveryWordIsFatal) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  auto convert = [](std::vector<uint32_t> words, int64_t exponent, uint64_t digits, uint32_t threads, bool corrupt) {
+    consoleToStandardError();
+    Heap heap;
+    heapInit(nullptr, &heap, 32 << 20);
+    BigFloat x;
+    makeNumber(&heap, &x, words.data(), words.size(), exponent);
+    BaseConversionTable table;
+    buildBaseConversionTable(&heap, &x, &table, threads);
+    // A leaf deep in the deconstruction, on a thread of its own with threads.
+    if (corrupt) conversionCorruptLeavesForTesting(1);
+    ConversionOutput out;
+    convertToDecimal(&heap, &out, &x, digits, &table, 0, threads);
+  };
+  for (uint32_t threads : {0u, 1u})
+    EXPECT_EXIT(convert(words, 0, digitsForWords(3000), threads, true), ::testing::ExitedWithCode(1),
+                "\n\nBase Conversion: Checksum Mismatch\n\n");
   // 1 * 2^-64 times 10^18 is below one: nothing is left of the integer part.
-  EXPECT_DEATH(
-      {
-        consoleToStandardError();
-        Heap heap;
-        heapInit(nullptr, &heap, 1 << 20);
-        uint32_t one = 1;
-        BigFloat x;
-        makeNumber(&heap, &x, &one, 1, -2);
-        BaseConversionTable table;
-        buildBaseConversionTable(&heap, &x, &table, 0);
-        ConversionOutput out;
-        convertToDecimal(&heap, &out, &x, 30, &table, 0, 0);
-      },
-      "Impossible Functional Result: Base Conversion\n\nPrecision reduced to zero.");
+  EXPECT_DEATH(convert({1}, -2, 30, 0, false),
+               "Impossible Functional Result: Base Conversion\n\nPrecision reduced to zero.");
 }

@@ -9,14 +9,23 @@
 #include <vector>
 
 #include "arith/fft/fft_tables.h"
-#include "conversion_support.h"
 #include "digits/base_conversion.h"
-#include "support/gmp_bridge.h"
+#include "digits_support.h"
 
 using namespace testbridge;
-using namespace conversion_test;
+using namespace digits_test;
 
 namespace {
+
+// A table for numbers of `length` words, built with the console captured.
+void buildTable(Heap* heap, uint64_t length, BaseConversionTable* table) {
+  std::vector<uint32_t> words(length, 0x9e3779b9u);
+  BigFloat x;
+  makeNumber(heap, &x, words.data(), length, 0);
+  Capture capture;
+  buildBaseConversionTable(heap, &x, table, 0);
+  bigFloatDestroy(&x);
+}
 
 // D = power[level] as an integer.
 void powerValue(const BaseConversionTable& table, int32_t level, mpz_t d) {
@@ -34,16 +43,14 @@ void powerValue(const BaseConversionTable& table, int32_t level, mpz_t d) {
   BigInt x, remainder;
   makeInteger(heap, value, &x);
   divideAndModulus(heap, &x, &remainder, level, table, threads);
-  ::testing::AssertionResult quotientOk = equalsMpz(x.words, x.length, q.z);
-  ::testing::AssertionResult remainderOk = equalsMpz(remainder.words, remainder.length, r.z);
-  bool topsOk = (x.length == 0 || x.words[x.length - 1] != 0) &&
-                (remainder.length == 0 || remainder.words[remainder.length - 1] != 0);
+  ::testing::AssertionResult result = equalsMpz(x.words, x.length, q.z);
+  if (result) result = equalsMpz(remainder.words, remainder.length, r.z);
+  for (const BigInt* part : {&x, &remainder})
+    if (result && part->length > 0 && part->words[part->length - 1] == 0)
+      result = ::testing::AssertionFailure() << "zero top word";
   bigIntDestroy(&remainder);
   bigIntDestroy(&x);
-  if (!quotientOk) return quotientOk << " (quotient, level " << level << ")";
-  if (!remainderOk) return remainderOk << " (remainder, level " << level << ")";
-  if (!topsOk) return ::testing::AssertionFailure() << "zero top word, level " << level;
-  return ::testing::AssertionSuccess();
+  return result << " (level " << level << ")";
 }
 
 // The radix-10^9 words of `value`, zero-padded to `window`.
@@ -76,13 +83,8 @@ enum class Layer { Serial, Threads, Top };
   if (!bigIntIsZero(y)) return ::testing::AssertionFailure() << "y not consumed";
   if (!out.intact()) return out.intact();
   std::vector<uint32_t> expected = expectedWords(value, window);
-  for (uint64_t i = 0; i < window; ++i) {
-    if (out.data()[i] != expected[i]) {
-      return ::testing::AssertionFailure()
-             << "word " << i << " of " << window << ": " << out.data()[i] << " vs " << expected[i];
-    }
-  }
-  return ::testing::AssertionSuccess();
+  if (std::equal(expected.begin(), expected.end(), out.data())) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << "window of " << window << " words differs";
 }
 
 }  // namespace
