@@ -1,5 +1,5 @@
-// The pieces of the base conversion before the cutting: arithmetic modulo
-// 2^61 - 1 and the two hashes of the checksum against exact remainders; the
+// The pieces of the base conversion before the cutting: the two hashes of
+// the checksum (modulo 2^61 - 1) against exact remainders; the
 // table's sizing; powerOfBillion's exact and truncated powers and
 // reciprocals (the table's entries are such powers), and the checksum of a
 // power.
@@ -16,8 +16,6 @@ using namespace testbridge;
 using namespace digits_test;
 
 namespace {
-
-using u128 = unsigned __int128;
 
 // z = x * 2^(32 shift), an integer.
 void scaledValue(const BigFloat& x, int64_t shift, mpz_t z) {
@@ -41,27 +39,6 @@ void scaledValue(const BigFloat& x, int64_t shift, mpz_t z) {
 }
 
 }  // namespace
-
-TEST(Mod61, ArithmeticAgainstExactRemainders) {
-  Random random = testRandom();
-  std::vector<uint64_t> values = {0, 1, 2, mod61Prime - 1, mod61Prime, mod61Prime + 1, 2 * mod61Prime + 5,
-                                  uint64_t(1) << 32, uint64_t(1) << 63, ~uint64_t(0)};
-  for (int i = 0; i < 200; ++i) values.push_back(random.next());
-  for (uint64_t a : values) {
-    ASSERT_EQ(mod61Reduce(a), a % mod61Prime) << a;
-    const uint64_t r = a % mod61Prime;
-    for (int j = 0; j < 20; ++j) {
-      const uint64_t b = values[random.below(values.size())] % mod61Prime;
-      ASSERT_EQ(mod61Multiply(r, b), uint64_t(u128(r) * b % mod61Prime)) << r << " * " << b;
-      ASSERT_EQ(mod61Add(r, b), uint64_t((u128(r) + b) % mod61Prime)) << r << " + " << b;
-    }
-    // Fermat: r^(p - 1) = 1 and r^(p - 2) is the inverse; r^(small) by products.
-    if (r != 0) EXPECT_EQ(mod61Multiply(r, mod61Power(r, mod61Prime - 2)), 1u);
-    uint64_t power = 1;
-    for (uint64_t exponent = 0; exponent <= 40; power = uint64_t(u128(power) * r % mod61Prime))
-      ASSERT_EQ(mod61Power(r, exponent++), power);
-  }
-}
 
 // The binary hash is the value modulo p, also continued from a partial
 // hash; the decimal hash of the value's radix-10^9 words equals it.

@@ -1,8 +1,8 @@
 // convertToDecimal against GMP: integers from 1 word to 200000 words on one
-// and several threads (also when threads cannot be created), fractions and
-// large exponents (normalisation), zero, primary against secondary cuts and
-// the console steps, the swap forms with real swap files, the checksum that
-// catches a corrupted word, and a precision cut to nothing.
+// and several threads (also when threads cannot be created) with primary and
+// secondary cuts, the console steps, fractions and large exponents
+// (normalisation), zero, the checksum that catches a corrupted word, and a
+// precision cut to nothing. (The swap forms are run by the constants' tests.)
 #include <gmp.h>
 #include <gtest/gtest.h>
 
@@ -13,7 +13,6 @@
 #include "arith/fft/fft_tables.h"
 #include "digits/base_conversion.h"
 #include "digits_support.h"
-#include "memory/raidfile.h"
 #include "platform/threads.h"
 
 using namespace testbridge;
@@ -22,12 +21,15 @@ using namespace digits_test;
 namespace {
 
 // Converts the integer `words` and compares with mpz_get_str.
+// The secondary cuts (one word more of precision, so every cut falls
+// elsewhere) must give the same digits.
 ::testing::AssertionResult integerConvertsLikeGmp(Heap* heap, const std::vector<uint32_t>& words,
-                                                  uint32_t threads, std::string* console = nullptr) {
+                                                  uint32_t threads, uint32_t secondary = 0,
+                                                  std::string* console = nullptr) {
   BigFloat x;
   makeNumber(heap, &x, words.data(), words.size(), 0);
   ConversionOutput out;
-  convertNumber(heap, &x, digitsForWords(words.size()), 0, threads, &out, console);
+  convertNumber(heap, &x, digitsForWords(words.size()), secondary, threads, &out, console);
   Number value;
   toMpz(value.z, words.data(), words.size());
   const std::string expected = gmpDecimal(value.z), text = decimalText(out);
@@ -51,7 +53,7 @@ TEST(ConvertToDecimal, IntegersAgreeWithGmp) {
     Kind kind = randomKind(random);
     std::vector<uint32_t> words = operand(random, kind, n);
     for (uint32_t threads : {0u, 1u})
-      ASSERT_TRUE(integerConvertsLikeGmp(&arena.heap, words, threads)) << kindName(kind) << ", threads " << threads;
+      ASSERT_TRUE(integerConvertsLikeGmp(&arena.heap, words, threads, n & 1)) << kindName(kind) << ", threads " << threads;
   }
   // All ones, the largest value of its length, at sizes around the cuts.
   for (uint64_t n : {14, 15, 16, 255, 256, 2047})
@@ -60,11 +62,21 @@ TEST(ConvertToDecimal, IntegersAgreeWithGmp) {
   // be created run their half on the caller; and a large number.
   std::vector<uint32_t> words = operand(random, Kind::Uniform, 9000);
   ASSERT_TRUE(integerConvertsLikeGmp(&arena.heap, words, 2));
-  std::string console;
+  std::string console, secondary;
   threadFailNextSpawnsForTesting(1000);
-  EXPECT_TRUE(integerConvertsLikeGmp(&arena.heap, words, 1, &console));
+  EXPECT_TRUE(integerConvertsLikeGmp(&arena.heap, words, 1, 0, &console));
   threadFailNextSpawnsForTesting(0);
   EXPECT_NE(console.find("Warning: Unable to create thread."), std::string::npos);
+  // The console shows each step, and which cuts.
+  size_t at = 0;
+  for (const char* step : {"Constructing Base Conversion Table:\n", "Base Converting (Primary Cutting Parameters):\n",
+                           "Normalizing      : ", "Hashing Binary Digits...", "Hashing Decimal Digits...", "Time: "}) {
+    at = console.find(step, at);
+    ASSERT_NE(at, std::string::npos) << step;
+  }
+  EXPECT_EQ(console.back(), '\n');
+  EXPECT_TRUE(integerConvertsLikeGmp(&arena.heap, words, 0, 1, &secondary));
+  EXPECT_NE(secondary.find("Base Converting (Secondary Cutting Parameters):\n"), std::string::npos);
   ASSERT_TRUE(integerConvertsLikeGmp(&arena.heap, operand(random, Kind::Uniform, 200000), 1));
   // Zero gives an empty output.
   BigFloat x;
@@ -119,82 +131,6 @@ TEST(ConvertToDecimal, ExponentsAreScaledByPowersOfABillion) {
       EXPECT_LT(mpz_cmp(bound.z, exact.z), 0) << "exponent " << exponent;
     }
   }
-}
-
-// Swap files striped over two temporary folders (one given with a trailing
-// slash), checked empty at the end.
-class ConvertSwapped : public ::testing::Test {
- protected:
-  TempFolder folders[2];
-  std::string texts[2] = {folders[0].path, folders[1].path + "/"};
-  char* pathTexts[2] = {texts[0].data(), texts[1].data()};
-  PathList paths{2, pathTexts};
-  void SetUp() override { globalSwapPaths = &paths; }
-  void TearDown() override {
-    globalSwapPaths = nullptr;
-    for (auto& folder : folders) EXPECT_TRUE(folder.empty()) << "swap files left in " << folder.path;
-  }
-};
-
-bool pagedOut(const BigInt& x) { return x.words == nullptr && x.swap != nullptr; }
-
-// Primary (RAM) and secondary (swap form, one word more of precision, so
-// every cut falls elsewhere) give the same digits. The swap form's table
-// and output end up on disk; the number may come in paged out.
-TEST_F(ConvertSwapped, PrimaryInRamAndSecondaryFromSwapFilesAgree) {
-  TestHeap arena(64 << 20);
-  Random random = testRandom();
-  // Each swap file is synced when written: few cases, of different depths.
-  const std::pair<uint64_t, uint32_t> cases[] = {{12, 0}, {20, 1}, {700, 1}, {3000, 0}};
-  for (auto [n, threads] : cases) {
-    std::vector<uint32_t> words = operand(random, Kind::Uniform, n);
-    words.back() = 3;  // a constant between 3 and 4
-    const uint64_t digits = digitsForWords(n - 3);
-    BigFloat x, y;
-    makeNumber(&arena.heap, &x, words.data(), n, 1 - int64_t(n));
-    makeNumber(&arena.heap, &y, words.data(), n, 1 - int64_t(n));
-    ConversionOutput ram, swapped;
-    std::string console;
-    convertNumber(&arena.heap, &x, digits, 0, threads, &ram, &console);
-    size_t at = 0;
-    for (const char* step : {"Constructing Base Conversion Table:\n", "Base Converting (Primary Cutting Parameters):\n",
-                             "Normalizing      : ", "Hashing Binary Digits...", "Hashing Decimal Digits...", "Time: "}) {
-      at = console.find(step, at);
-      ASSERT_NE(at, std::string::npos) << step;
-    }
-    EXPECT_EQ(console.back(), '\n');
-    bigFloatPushToDisk(&y);
-    Capture capture;
-    BaseConversionTable table;
-    buildBaseConversionTableSwapped(&arena.heap, &y, &table, threads);
-    for (uint32_t i = 0; i < table.levels; ++i)
-      ASSERT_TRUE(pagedOut(table.power[i].mantissa) && pagedOut(table.inverse[i].mantissa)) << i;
-    convertToDecimalSwapped(&arena.heap, &swapped, &y, digits, &table, 1, threads);
-    EXPECT_TRUE(bigFloatIsZero(y));
-    for (uint32_t i = 0; i < table.levels; ++i) ASSERT_TRUE(pagedOut(table.power[i].mantissa)) << i;
-    releaseBaseConversionTable(&table);
-    ASSERT_TRUE(pagedOut(swapped.digits));
-    EXPECT_EQ(swapped.scale, ram.scale);
-    bigIntLoad(&arena.heap, &swapped.digits, 1);
-    const std::string a = decimalText(ram), b = decimalText(swapped);
-    ASSERT_GE(std::min(a.size(), b.size()), digits);
-    EXPECT_EQ(a.substr(0, digits), b.substr(0, digits)) << n << " words, threads " << threads;
-    EXPECT_EQ(a[0], '3');
-    EXPECT_NE(capture.text.find("Base Converting (Secondary Cutting Parameters):\n"), std::string::npos);
-    releaseConversionOutput(&swapped);
-    releaseConversionOutput(&ram);
-  }
-  // Zero leaves no swap file.
-  BigFloat x;
-  bigFloatSetZero(&x);
-  Capture capture;
-  BaseConversionTable table;
-  buildBaseConversionTableSwapped(&arena.heap, &x, &table, 0);
-  ConversionOutput out;
-  convertToDecimalSwapped(&arena.heap, &out, &x, 50, &table, 0, 0);
-  releaseBaseConversionTable(&table);
-  EXPECT_TRUE(out.digits.length == 0 && out.digits.swap == nullptr);
-  releaseConversionOutput(&out);
 }
 
 TEST(ConvertToDecimalDeathTest, ACorruptedWordIsCaughtAndNoPrecisionIsFatal) {
