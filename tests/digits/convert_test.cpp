@@ -45,7 +45,7 @@ namespace {
 }  // namespace
 
 TEST(ConvertToDecimal, IntegersAgreeWithGmp) {
-  TestHeap arena(256 << 20);
+  TestHeap arena(64 << 20);
   Random random = testRandom();
   std::vector<uint64_t> sizes = {1, 2, 3, 13, 14, 15, 16, 17, 31, 32, 33, 100, 1000};
   for (int i = 0; i < 16; ++i) sizes.push_back(random.logUniform(1, 6000));
@@ -58,16 +58,28 @@ TEST(ConvertToDecimal, IntegersAgreeWithGmp) {
   // All ones, the largest value of its length, at sizes around the cuts.
   for (uint64_t n : {14, 15, 16, 255, 256, 2047})
     ASSERT_TRUE(integerConvertsLikeGmp(&arena.heap, std::vector<uint32_t>(n, ~0u), 1)) << "all ones, " << n;
-  // Thread exponent 2 (16 threads below the top levels); threads that cannot
-  // be created run their half on the caller; and a large number.
-  std::vector<uint32_t> words = operand(random, Kind::Uniform, 9000);
+  // Zero gives an empty output.
+  BigFloat x;
+  bigFloatSetZero(&x);
+  ConversionOutput out;
+  convertNumber(&arena.heap, &x, 100, 0, 1, &out);
+  EXPECT_TRUE(out.digits.length == 0 && out.digits.words == nullptr && out.scale == 0);
+  releaseConversionOutput(&out);
+}
+
+// Thread exponent 2 (16 threads below the top levels); threads that cannot
+// be created run their half on the caller; the console shows each step, and
+// which cuts; a large number. Fixed operands: the cases are not drawn.
+TEST(ConvertToDecimal, ManyAndFailedThreadsTheStepsAndALargeNumber) {
+  TestHeap arena(256 << 20);
+  Random fixed;
+  std::vector<uint32_t> words = operand(fixed, Kind::Uniform, 9000);
   ASSERT_TRUE(integerConvertsLikeGmp(&arena.heap, words, 2));
   std::string console, secondary;
   threadFailNextSpawnsForTesting(1000);
   EXPECT_TRUE(integerConvertsLikeGmp(&arena.heap, words, 1, 0, &console));
   threadFailNextSpawnsForTesting(0);
   EXPECT_NE(console.find("Warning: Unable to create thread."), std::string::npos);
-  // The console shows each step, and which cuts.
   size_t at = 0;
   for (const char* step : {"Constructing Base Conversion Table:\n", "Base Converting (Primary Cutting Parameters):\n",
                            "Normalizing      : ", "Hashing Binary Digits...", "Hashing Decimal Digits...", "Time: "}) {
@@ -77,14 +89,7 @@ TEST(ConvertToDecimal, IntegersAgreeWithGmp) {
   EXPECT_EQ(console.back(), '\n');
   EXPECT_TRUE(integerConvertsLikeGmp(&arena.heap, words, 0, 1, &secondary));
   EXPECT_NE(secondary.find("Base Converting (Secondary Cutting Parameters):\n"), std::string::npos);
-  ASSERT_TRUE(integerConvertsLikeGmp(&arena.heap, operand(random, Kind::Uniform, 200000), 1));
-  // Zero gives an empty output.
-  BigFloat x;
-  bigFloatSetZero(&x);
-  ConversionOutput out;
-  convertNumber(&arena.heap, &x, 100, 0, 1, &out);
-  EXPECT_TRUE(out.digits.length == 0 && out.digits.words == nullptr && out.scale == 0);
-  releaseConversionOutput(&out);
+  ASSERT_TRUE(integerConvertsLikeGmp(&arena.heap, operand(fixed, Kind::Uniform, 200000), 1));
 }
 
 // x = M * 2^(32 e) comes out as Y with Y / 10^(9 m) = x, m = trunc(-e *
@@ -136,8 +141,8 @@ TEST(ConvertToDecimal, ExponentsAreScaledByPowersOfABillion) {
 TEST(ConvertToDecimalDeathTest, ACorruptedWordIsCaughtAndNoPrecisionIsFatal) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   buildFftTables(100000);  // the child of a threadsafe death test starts without them
-  Random random = testRandom();
-  std::vector<uint32_t> words = operand(random, Kind::Uniform, 3000);
+  Random fixed;
+  std::vector<uint32_t> words = operand(fixed, Kind::Uniform, 3000);
   auto convert = [](std::vector<uint32_t> words, int64_t exponent, uint64_t digits, uint32_t threads, bool corrupt) {
     consoleToStandardError();
     Heap heap;

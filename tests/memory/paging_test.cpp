@@ -1,7 +1,7 @@
 // Paging of whole numbers: push to disk, load back, the write-back rule (a
 // number with a disk copy is not written again), dropping and deleting the
-// files, operations on paged-out operands, and numbers pushed from a child
-// heap.
+// files, and numbers pushed from a child heap. (Operations on paged-out
+// operands are run by the Basic Swap tests of the constants.)
 #include <gtest/gtest.h>
 
 #include <string>
@@ -104,39 +104,6 @@ TEST_F(Paging, PushLoadDropAndDestroy) {
   EXPECT_TRUE(x.words == nullptr && x.swap == nullptr);
   EXPECT_EQ(heap.activeBlocks, 0u);
   EXPECT_EQ(raidFileWriteCount(), writes + 4);
-}
-
-// The operations load paged-out operands and give the same results; an
-// in-place change drops the stale copy, so the next push writes.
-TEST_F(Paging, PagedOutNumbersAreReadByTheOperations) {
-  OperandSource source = testOperands(33);
-  globalSwapPaths = &onePath;
-  BigFloat x, y, result, sum, square;
-  makeBigFloat(&heap, &x, source.anyWords(300), -10, true);
-  makeBigFloat(&heap, &y, source.anyWords(200), -50, false);
-  bigFloatAdd(&heap, &x, &y, &sum, 400);
-  bigFloatSquareInto(&heap, &x, &square, 1000, 0);
-  bigFloatPushPairToDisk(&x, &y);
-  EXPECT_TRUE(x.mantissa.words == nullptr && y.mantissa.words == nullptr);
-  EXPECT_EQ(files(0), 2u);
-  bigFloatAdd(&heap, &x, &y, &result, 400);
-  EXPECT_EQ(bigIntWords(result.mantissa), bigIntWords(sum.mantissa));
-  EXPECT_EQ(result.exponent, sum.exponent);
-  bigFloatDestroy(&result);
-  bigFloatPushToDisk(&x);  // one record on both sides of a product
-  bigFloatMultiplyInto(&heap, &x, &x, &result, 1000, 0);
-  EXPECT_EQ(bigIntWords(result.mantissa), bigIntWords(square.mantissa));
-  EXPECT_EQ(result.exponent, square.exponent);
-  const uint64_t writes = raidFileWriteCount();
-  bigFloatPushToDisk(&x);
-  EXPECT_EQ(raidFileWriteCount(), writes);
-  bigFloatMultiplyWord(&heap, &x, 3, 1000);
-  EXPECT_EQ(x.mantissa.swap, nullptr);
-  bigFloatPushToDisk(&x);
-  EXPECT_EQ(raidFileWriteCount(), writes + 1);
-  bigFloatShiftBits(&heap, &x, 5);
-  EXPECT_EQ(x.mantissa.swap, nullptr);
-  for (BigFloat* f : {&x, &y, &sum, &square, &result}) bigFloatDestroy(f);
 }
 
 // The array goes back with the push, but the RaidFile record and what the
