@@ -13,6 +13,7 @@
 #include "arith/fft/fft_tables.h"
 #include "digits/base_conversion.h"
 #include "digits_support.h"
+#include "memory/raidfile.h"
 #include "platform/threads.h"
 
 using namespace testbridge;
@@ -136,6 +137,28 @@ TEST(ConvertToDecimal, ExponentsAreScaledByPowersOfABillion) {
       EXPECT_LT(mpz_cmp(bound.z, exact.z), 0) << "exponent " << exponent;
     }
   }
+}
+
+// The swap form (run on real numbers by the constants' tests) leaves no
+// swap file for zero.
+TEST(ConvertToDecimalSwapped, ZeroLeavesNoSwapFile) {
+  TestHeap arena(1 << 20);
+  TempFolder folder;
+  char* pathTexts[1] = {folder.path.data()};
+  PathList paths{1, pathTexts};
+  globalSwapPaths = &paths;
+  BigFloat x;
+  bigFloatSetZero(&x);
+  Capture capture;
+  BaseConversionTable table;
+  buildBaseConversionTableSwapped(&arena.heap, &x, &table, 0);
+  ConversionOutput out;
+  convertToDecimalSwapped(&arena.heap, &out, &x, 50, &table, 0, 0);
+  releaseBaseConversionTable(&table);
+  EXPECT_TRUE(out.digits.length == 0 && out.digits.swap == nullptr);
+  releaseConversionOutput(&out);
+  globalSwapPaths = nullptr;
+  EXPECT_TRUE(folder.empty());
 }
 
 TEST(ConvertToDecimalDeathTest, ACorruptedWordIsCaughtAndNoPrecisionIsFatal) {

@@ -122,4 +122,20 @@ TEST_F(Paging, NumberPushedFromAChildHeapSurvivesTheMerge) {
   bigIntDestroy(&x);
 }
 
+// A pair goes out together to the run's swap paths and comes back intact.
+TEST_F(Paging, APairIsPushedToTheRunsPaths) {
+  const std::vector<uint32_t> words = {5, 6, 7};
+  BigFloat x, y;
+  makeBigFloat(&heap, &x, words, -1, true);
+  makeBigFloat(&heap, &y, {9}, 3, false);
+  globalSwapPaths = &onePath;
+  bigFloatPushPairToDisk(&x, &y);
+  EXPECT_TRUE(x.mantissa.words == nullptr && y.mantissa.words == nullptr);
+  EXPECT_EQ(files(0), 2u);
+  bigIntLoad(&heap, &x.mantissa, 0);
+  EXPECT_EQ(bigIntWords(x.mantissa), words);
+  bigFloatDestroy(&x);
+  bigFloatDestroy(&y);
+}
+
 }  // namespace
