@@ -1,60 +1,86 @@
-// The base conversion table and powerOfBillion: sizing, exact powers with
-// their zero words kept out of the mantissa, truncated powers and
-// reciprocals, the checksum of a power, and the console lines of the build.
+// The pieces of the base conversion before the cutting: the two hashes of
+// the checksum (modulo 2^61 - 1) against exact remainders; the
+// table's sizing; powerOfBillion's exact and truncated powers and
+// reciprocals (the table's entries are such powers), and the checksum of a
+// power.
 #include <gmp.h>
 #include <gtest/gtest.h>
 
 #include <vector>
 
-#include "arith/newton/newton.h"
-#include "conversion_support.h"
+#include "arith/numbers/mod61.h"
 #include "digits/base_conversion.h"
-#include "support/gmp_bridge.h"
+#include "digits_support.h"
 
 using namespace testbridge;
-using namespace conversion_test;
+using namespace digits_test;
 
 namespace {
 
-// z = x exactly, scaled by 2^(32 * shift) so that a negative exponent
-// becomes an integer (z = x * 2^(32 shift)).
+// z = x * 2^(32 shift), an integer.
 void scaledValue(const BigFloat& x, int64_t shift, mpz_t z) {
   toMpz(z, x.mantissa.words, x.mantissa.length);
-  int64_t exponent = x.exponent + shift;
-  ASSERT_GE(exponent, 0);
-  mpz_mul_2exp(z, z, 32 * uint64_t(exponent));
+  ASSERT_GE(x.exponent + shift, 0);
+  mpz_mul_2exp(z, z, 32 * uint64_t(x.exponent + shift));
 }
 
-void billionPower(uint64_t n, mpz_t z) {
-  mpz_ui_pow_ui(z, 1000000000, n);
+// Success when |x * y - 1| < 2^(-32 words), x and y positive.
+::testing::AssertionResult productIsOne(const BigFloat& x, const mpz_t y, uint64_t words) {
+  Number value, unit;
+  scaledValue(x, -x.exponent, value.z);
+  mpz_mul(value.z, value.z, y);
+  mpz_set_ui(unit.z, 1);
+  mpz_mul_2exp(unit.z, unit.z, 32 * uint64_t(-x.exponent));
+  mpz_sub(value.z, value.z, unit.z);
+  mpz_abs(value.z, value.z);
+  mpz_mul_2exp(value.z, value.z, 32 * words);
+  if (mpz_cmp(value.z, unit.z) < 0) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << "not 1 to " << words << " words";
 }
 
 }  // namespace
 
-// Up to 13 words the table is empty; from 14 words (L = 16 radix words) the
-// radix words are halved, rounding up, until they are below 16.
-TEST(ConversionTable, SizingHalvesTheRadixWordsDownBelowSixteen) {
-  uint64_t c = 0;
-  uint32_t levels = 0;
+// The binary hash is the value modulo p, also continued from a partial
+// hash; the decimal hash of the value's radix-10^9 words equals it.
+TEST(ConversionHash, BothHashesAreTheValueModuloP) {
   Random random = testRandom();
-  for (int i = 0; i < 2000; ++i) {
-    uint64_t length = i < 20 ? uint64_t(i) : random.logUniform(14, uint64_t(1) << 34);
-    baseConversionTableSize(length, &c, &levels);
-    uint64_t radixWords = uint64_t(double(length) * radixWordsPerWord) + 2;
-    ASSERT_EQ(levels == 0, length <= 13) << length;
-    ASSERT_LE(c, 15u) << length;
-    if (levels > 0) {
-      ASSERT_GE(c, 8u) << length;
-    }
-    ASSERT_EQ(c, (radixWords + (uint64_t(1) << levels) - 1) >> levels) << length;
+  Number p, r, value, billions;
+  mpz_set_ui(p.z, mod61Prime);
+  for (int round = 0; round < 60; ++round) {
+    const uint64_t n = random.logUniform(1, 3000);
+    std::vector<uint32_t> words = operand(random, randomKind(random), n);
+    toMpz(value.z, words.data(), n);
+    mpz_mod(r.z, value.z, p.z);
+    const uint64_t hash = hashBinaryWords(0, words.data(), n);
+    ASSERT_EQ(hash, mpz_get_ui(r.z)) << "n = " << n;
+    const uint64_t split = random.below(n + 1);
+    ASSERT_EQ(hashBinaryWords(hashBinaryWords(0, words.data() + split, n - split), words.data(), split), hash);
+    std::vector<uint32_t> decimal;
+    for (mpz_set(billions.z, value.z); mpz_sgn(billions.z) != 0;)
+      decimal.push_back(uint32_t(mpz_tdiv_q_ui(billions.z, billions.z, billion)));
+    ASSERT_EQ(hashDecimalWords(0, decimal.data(), decimal.size()), hash) << "n = " << n;
   }
-  baseConversionTableSize(14, &c, &levels);
-  EXPECT_EQ(levels, 1u);
-  EXPECT_EQ(c, 8u);
+  EXPECT_EQ(hashBinaryWords(0, nullptr, 0), 0u);
 }
 
-// 10^(9n) exact, with its whole zero words in the exponent (it ends in 9n
-// zero bits); truncated to a precision, good to it; and 10^(-9n).
+// Up to 13 words the table is empty; from 14 on, c is 8 .. 15 radix words
+// and c * 2^levels covers the number's radix words.
+TEST(ConversionTable, SizingCoversTheNumberWithABaseBelowSixteen) {
+  Random random = testRandom();
+  for (int i = 0; i < 2000; ++i) {
+    const uint64_t length = i < 20 ? uint64_t(i) : random.logUniform(14, uint64_t(1) << 34);
+    uint64_t c = 0;
+    uint32_t levels = 0;
+    baseConversionTableSize(length, &c, &levels);
+    ASSERT_EQ(levels == 0, length <= 13) << length;
+    ASSERT_LE(c, 15u) << length;
+    if (levels > 0) ASSERT_GE(c, 8u) << length;
+    ASSERT_GE(double(c << levels), double(length) * 1.0703288734719) << length;
+  }
+}
+
+// 10^(9n) exact, with its whole zero words in the exponent; truncated to a
+// precision, good to it from below; and 10^(-9n) to a precision.
 TEST(PowerOfBillion, ExactAndTruncatedPowersAndReciprocals) {
   TestHeap arena(16 << 20);
   Random random = testRandom();
@@ -65,40 +91,28 @@ TEST(PowerOfBillion, ExactAndTruncatedPowersAndReciprocals) {
     powerOfBillion(&arena.heap, int64_t(n), &x, exactPrecision, 0);
     Number value, exact, difference;
     scaledValue(x, 0, value.z);
-    billionPower(n, exact.z);
+    mpz_ui_pow_ui(exact.z, billion, n);
     ASSERT_EQ(mpz_cmp(value.z, exact.z), 0) << "n = " << n;
     EXPECT_EQ(x.exponent, int64_t(9 * n / 32)) << n;
     EXPECT_NE(x.mantissa.words[0], 0u) << n;
     EXPECT_EQ(x.positive, 1u);
     bigFloatDestroy(&x);
     if (n == 0) continue;
-
     // Truncation only: 0 <= 10^(9n) - x < 10^(9n) * 2^(-32 (precision + 9)).
-    uint64_t precision = random.logUniform(1, 200);
+    const uint64_t precision = random.logUniform(1, 200);
     powerOfBillion(&arena.heap, int64_t(n), &x, precision, 0);
     EXPECT_LE(x.mantissa.length, precision + 14);
-    int64_t shift = x.exponent < 0 ? -x.exponent : 0;
+    const int64_t shift = x.exponent < 0 ? -x.exponent : 0;
+    Number scaled;
     scaledValue(x, shift, value.z);
-    mpz_mul_2exp(exact.z, exact.z, 32 * uint64_t(shift));
-    mpz_sub(difference.z, exact.z, value.z);
+    mpz_mul_2exp(scaled.z, exact.z, 32 * uint64_t(shift));
+    mpz_sub(difference.z, scaled.z, value.z);
     ASSERT_GE(mpz_sgn(difference.z), 0) << "n = " << n << ", precision " << precision;
     mpz_mul_2exp(difference.z, difference.z, 32 * (precision + 9));
-    ASSERT_LT(mpz_cmp(difference.z, exact.z), 0) << "n = " << n << ", precision " << precision;
+    ASSERT_LT(mpz_cmp(difference.z, scaled.z), 0) << "n = " << n << ", precision " << precision;
     bigFloatDestroy(&x);
-
-    // 10^(-9n) to `precision` words: |x * 10^(9n) - 1| < 2^(-32 precision).
     powerOfBillion(&arena.heap, -int64_t(n), &x, precision, 0);
-    ASSERT_LT(x.exponent, 0);
-    Number unit;
-    scaledValue(x, -x.exponent, value.z);
-    billionPower(n, exact.z);
-    mpz_mul(value.z, value.z, exact.z);
-    mpz_set_ui(unit.z, 1);
-    mpz_mul_2exp(unit.z, unit.z, 32 * uint64_t(-x.exponent));
-    mpz_sub(difference.z, value.z, unit.z);
-    mpz_abs(difference.z, difference.z);
-    mpz_mul_2exp(difference.z, difference.z, 32 * precision);
-    ASSERT_LT(mpz_cmp(difference.z, unit.z), 0) << "1/10^(9*" << n << ") to " << precision;
+    ASSERT_TRUE(productIsOne(x, exact.z, precision)) << "1/10^(9*" << n << ")";
     bigFloatDestroy(&x);
   }
 }
@@ -115,52 +129,4 @@ TEST(PowerOfBillionDeathTest, ACorruptedPowerFailsItsChecksum) {
         powerOfBillion(&heap, 77, &x, exactPrecision, 0);
       },
       ::testing::ExitedWithCode(1), "Base Conversion Normalization: Checksum Mismatch");
-  // Without the fault the same power passes.
-  TestHeap arena(1 << 20);
-  BigFloat x;
-  powerOfBillion(&arena.heap, 77, &x, exactPrecision, 0);
-  bigFloatDestroy(&x);
-}
-
-TEST(ConversionTable, EntriesAreExactPowersAndTheirReciprocals) {
-  TestHeap arena(64 << 20);
-  Random random = testRandom();
-  for (uint64_t length : {14ull, 40ull, 1000ull, 5000ull}) {
-    std::vector<uint32_t> words = operand(random, Kind::Uniform, length);
-    words.back() |= 1;
-    BigFloat x;
-    makeNumber(&arena.heap, &x, words.data(), length, -int64_t(length) + 1);
-    Capture capture;
-    BaseConversionTable table;
-    buildBaseConversionTable(&arena.heap, &x, &table, 0);
-    uint64_t c = 0;
-    uint32_t levels = 0;
-    baseConversionTableSize(length, &c, &levels);
-    ASSERT_EQ(table.baseWords, c);
-    ASSERT_EQ(table.levels, levels);
-    for (uint32_t i = 0; i < table.levels; ++i) {
-      Number value, expected;
-      scaledValue(table.power[i], 0, value.z);
-      billionPower(c << i, expected.z);
-      ASSERT_EQ(mpz_cmp(value.z, expected.z), 0) << "level " << i;
-      EXPECT_NE(table.power[i].mantissa.words[0], 0u);
-      // inverse * power is 1 to (position + 4) words.
-      const BigFloat& inverse = table.inverse[i];
-      Number product, unit, difference;
-      scaledValue(inverse, -inverse.exponent, product.z);
-      mpz_mul(product.z, product.z, value.z);
-      mpz_set_ui(unit.z, 1);
-      mpz_mul_2exp(unit.z, unit.z, 32 * uint64_t(-inverse.exponent));
-      mpz_sub(difference.z, product.z, unit.z);
-      mpz_abs(difference.z, difference.z);
-      mpz_mul_2exp(difference.z, difference.z, 32 * uint64_t(bigFloatPosition(table.power[i]) + 4));
-      ASSERT_LT(mpz_cmp(difference.z, unit.z), 0) << "inverse of level " << i;
-    }
-    releaseBaseConversionTable(&table);
-    EXPECT_EQ(table.levels, 0u);
-    bigFloatDestroy(&x);
-    EXPECT_EQ(capture.text.rfind("Constructing Base Conversion Table:\n", 0), 0u);
-    EXPECT_NE(capture.text.find("Squaring      : "), std::string::npos);
-    EXPECT_NE(capture.text.find(" seconds  ( "), std::string::npos);
-  }
 }

@@ -6,8 +6,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <random>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -16,6 +16,7 @@
 #include "platform/console.h"
 #include "platform/swap_io.h"
 #include "platform/threads.h"
+#include "support/death_console.h"
 #include "support/run_program.h"
 
 namespace {
@@ -27,29 +28,21 @@ std::vector<uint32_t> randomWords(uint64_t count, uint32_t seed) {
   return words;
 }
 
-bool fileExists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
-
 uint64_t sizeOnDisk(const std::string& path) {
   struct stat info;
-  if (stat(path.c_str(), &info) != 0) return ~uint64_t(0);
-  return static_cast<uint64_t>(info.st_size);
+  return stat(path.c_str(), &info) == 0 ? uint64_t(info.st_size) : ~uint64_t(0);
 }
 
-// A temporary folder with a PathList over `names` (sub-folders created,
-// each given exactly as `names` spells it after the folder).
+// A temporary folder with a PathList over sub-folders spelt as `names`.
 struct SwapFolders {
-  std::string root;
+  std::string root = makeTempFolder();
   std::vector<std::string> texts;
   std::vector<char*> pointers;
   PathList list;
-
   explicit SwapFolders(const std::vector<std::string>& names) {
-    root = makeTempFolder();
     for (const std::string& name : names) {
-      std::string folder = root + "/" + name;
-      while (!folder.empty() && (folder.back() == '/')) folder.pop_back();
-      mkdir(folder.c_str(), 0755);
       texts.push_back(root + "/" + name);
+      mkdir(texts.back().substr(0, texts.back().find_last_not_of('/') + 1).c_str(), 0755);
     }
     for (std::string& text : texts) pointers.push_back(text.data());
     list = {texts.size(), pointers.data()};
@@ -63,87 +56,47 @@ struct Capture {
   ~Capture() { consoleCaptureTo(nullptr); }
 };
 
-TEST(RaidFile, OnePathRoundTripAndNaming) {
-  SwapFolders folders({"disk"});
-  std::vector<uint32_t> words = randomWords(777, 1);
-  RaidFile file;
-  uint64_t writesBefore = raidFileWriteCount();
-  uint64_t wordsBefore = raidFileWriteWords();
-  raidFileCreateAndWrite(nullptr, &file, &folders.list, 0, words.data(), words.size());
-  EXPECT_EQ(raidFileWriteCount(), writesBefore + 1);
-  EXPECT_EQ(raidFileWriteWords(), wordsBefore + 777);
-
-  char expectedName[24];
-  snprintf(expectedName, sizeof expectedName, "nmb_%016llx.sf",
-           static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(file.name)));
-  EXPECT_STREQ(file.name, expectedName);
-  EXPECT_EQ(file.stripeWords, 777u);
-  std::string path = folders.texts[0] + "/" + file.name;
-  EXPECT_STREQ(file.files[0].path, path.c_str());
-  EXPECT_EQ(readWholeFile(path), std::string(reinterpret_cast<char*>(words.data()), 777 * 4));
-
-  std::vector<uint32_t> back(777);
-  raidFileRead(&file, back.data(), 777);
-  EXPECT_EQ(back, words);
-  raidFileDelete(&file);
-  EXPECT_FALSE(fileExists(path));
-}
-
-TEST(RaidFile, NoPathListMeansTheCurrentDirectory) {
-  SwapFolders folders({});
-  char previous[4096];
-  ASSERT_NE(getcwd(previous, sizeof previous), nullptr);
-  ASSERT_EQ(chdir(folders.root.c_str()), 0);
-  PathList empty = {0, nullptr};
-  const PathList* lists[] = {nullptr, &empty};
-  for (const PathList* paths : lists) {
-    RaidFile file;
-    raidFileCreate(nullptr, &file, paths, 0, 10);
-    EXPECT_EQ(file.fileCount, 1u);
-    EXPECT_STREQ(file.files[0].path, file.name);  // no separator in front
-    EXPECT_EQ(sizeOnDisk(folders.root + "/" + file.name), 40u);
-    raidFileDelete(&file);
-  }
-  EXPECT_TRUE(listFolder(folders.root).empty());
-  ASSERT_EQ(chdir(previous), 0);
-}
-
-TEST(RaidFile, UnevenStripesOverThreePaths) {
-  // Trailing '/' and '\\' get no second separator; the plain one gets '/'.
-  SwapFolders folders({"a", "b/", "c\\"});
+// Names are "nmb_" + 16 hexadecimal digits + ".sf", distinct for files alive
+// at once; trailing '/' and '\\' get no second separator; a long path has
+// room; stripes are ceil(total / paths) words, each file that size.
+TEST(RaidFile, NamesAndUnevenStripesOverFourPaths) {
+  const std::string longName(200, 'n');
+  SwapFolders folders({"a", "b/", "c\\", longName});
   Heap heap;
   heapInit(nullptr, &heap, 1 << 16);
-  const uint64_t total = 1000;  // stripes of 334, 334 and 332 words
+  const uint64_t total = 1001;  // stripes of 251 words, the last holds 248
   std::vector<uint32_t> words = randomWords(total, 2);
-  RaidFile file;
+  RaidFile file, other;
+  const uint64_t writes = raidFileWriteCount(), written = raidFileWriteWords();
   raidFileCreateAndWrite(&heap, &file, &folders.list, 0, words.data(), total);
-  EXPECT_GT(heap.activeBlocks, 0u);
-  EXPECT_EQ(file.stripeWords, 334u);
-  EXPECT_EQ(file.fileCount, 3u);
-  EXPECT_EQ(std::string(file.files[0].path), folders.root + "/a/" + file.name);
-  EXPECT_EQ(std::string(file.files[1].path), folders.root + "/b/" + file.name);
-  EXPECT_EQ(std::string(file.files[2].path), folders.root + "/c\\" + file.name);
-  // One block per file, all files the same size.
-  for (uint64_t i = 0; i < 3; i++) {
-    EXPECT_EQ(sizeOnDisk(file.files[i].path), 334u * 4) << i;
-    uint64_t used = std::min<uint64_t>(334, total - i * 334);
+  raidFileCreate(&heap, &other, &folders.list, 0, 1);
+  EXPECT_EQ(raidFileWriteCount(), writes + 1);
+  EXPECT_EQ(raidFileWriteWords(), written + total);
+  EXPECT_TRUE(std::regex_match(file.name, std::regex("nmb_[0-9a-f]{16}\\.sf"))) << file.name;
+  EXPECT_STRNE(file.name, other.name);
+  EXPECT_EQ(listFolder(folders.root + "/a"), (std::vector<std::string>{
+                                                  std::min<std::string>(file.name, other.name),
+                                                  std::max<std::string>(file.name, other.name)}));
+  EXPECT_EQ(file.stripeWords, 251u);
+  const std::string expected[] = {"/a/", "/b/", "/c\\", "/" + longName + "/"};
+  for (uint64_t i = 0; i < 4; i++) {
+    EXPECT_EQ(std::string(file.files[i].path), folders.root + expected[i] + file.name);
+    EXPECT_EQ(sizeOnDisk(file.files[i].path), 251u * 4) << i;
+    uint64_t used = std::min<uint64_t>(251, total - i * 251);
     EXPECT_EQ(readWholeFile(file.files[i].path).substr(0, used * 4),
-              std::string(reinterpret_cast<char*>(words.data() + i * 334), used * 4));
+              std::string(reinterpret_cast<char*>(words.data() + i * 251), used * 4));
   }
-  // Reads of ranges inside one stripe, across two and across all three.
+  // Reads of ranges inside one stripe, across two and across all.
   struct Range { uint64_t offset, count; };
-  for (Range r : std::vector<Range>{{10, 100}, {334, 1}, {333, 2}, {5, 990}, {999, 1}}) {
+  for (Range r : {Range{10, 100}, Range{251, 1}, Range{250, 2}, Range{5, 990}, Range{1000, 1}}) {
     std::vector<uint32_t> part(r.count + 1, 0xDEADBEEF);
     raidFileReadAt(&file, r.offset, part.data(), r.count);
-    EXPECT_TRUE(std::equal(part.begin(), part.end() - 1, words.begin() + r.offset))
-        << r.offset << "+" << r.count;
+    EXPECT_TRUE(std::equal(part.begin(), part.end() - 1, words.begin() + r.offset)) << r.offset;
     EXPECT_EQ(part.back(), 0xDEADBEEFu) << "read past the range";
   }
-  // Random range writes, then the whole array read back.
   std::mt19937 random(3);
   for (int round = 0; round < 8; round++) {
-    uint64_t offset = random() % total;
-    uint64_t count = 1 + random() % (total - offset);
+    uint64_t offset = random() % total, count = 1 + random() % (total - offset);
     std::vector<uint32_t> fresh = randomWords(count, 100 + round);
     raidFileWriteAt(&file, offset, fresh.data(), count);
     std::copy(fresh.begin(), fresh.end(), words.begin() + offset);
@@ -151,30 +104,56 @@ TEST(RaidFile, UnevenStripesOverThreePaths) {
   std::vector<uint32_t> back(total);
   raidFileRead(&file, back.data(), total);
   EXPECT_EQ(back, words);
-  std::vector<std::string> paths;
-  for (uint64_t i = 0; i < 3; i++) paths.push_back(file.files[i].path);
   raidFileDelete(&file);
-  for (const std::string& path : paths) EXPECT_FALSE(fileExists(path)) << path;
-  // Everything raidFileCreate took from the heap went back.
-  EXPECT_EQ(heap.activeBlocks, 0u);
+  raidFileDelete(&other);
+  for (const std::string& text : folders.texts) EXPECT_TRUE(listFolder(text).empty()) << text;
+  EXPECT_EQ(heap.activeBlocks, 0u) << "everything raidFileCreate took went back";
   heapDestroy(&heap);
 }
 
-TEST(RaidFile, TransfersAreCutIntoPieces) {
+// No path list (or an empty one) means the current directory, with no
+// separator in front of the name; an empty array makes empty files.
+TEST(RaidFile, NoPathListMeansTheCurrentDirectory) {
+  SwapFolders folders({});
+  char previous[4096];
+  ASSERT_NE(getcwd(previous, sizeof previous), nullptr);
+  ASSERT_EQ(chdir(folders.root.c_str()), 0);
+  PathList empty = {0, nullptr};
+  for (const PathList* paths : {static_cast<const PathList*>(nullptr), static_cast<const PathList*>(&empty)}) {
+    for (uint64_t total : {10, 0}) {
+      RaidFile file;
+      raidFileCreate(nullptr, &file, paths, 0, total);
+      EXPECT_EQ(file.fileCount, 1u);
+      EXPECT_STREQ(file.files[0].path, file.name);
+      EXPECT_EQ(sizeOnDisk(folders.root + "/" + file.name), 4 * total);
+      uint64_t pieces = raidFilePieceCount();
+      raidFileRead(&file, nullptr, 0);
+      EXPECT_EQ(raidFilePieceCount(), pieces);
+      raidFileDelete(&file);
+    }
+  }
+  EXPECT_TRUE(listFolder(folders.root).empty());
+  ASSERT_EQ(chdir(previous), 0);
+}
+
+// Transfers are cut into pieces (no empty last piece for an exact multiple);
+// a thread that cannot be created runs its part inline.
+TEST(RaidFile, TransfersAreCutIntoPiecesAndRunWithoutThreads) {
   SwapFolders folders({"x", "y"});
   raidFileSetPieceBytesForTesting(64);
   std::vector<uint32_t> words = randomWords(1000, 4);
+  Capture capture;
+  threadFailNextSpawnsForTesting(1);
   RaidFile file;
   uint64_t before = raidFilePieceCount();
   raidFileCreateAndWrite(nullptr, &file, &folders.list, 0, words.data(), 1000);
+  threadFailNextSpawnsForTesting(0);
+  EXPECT_EQ(countOccurrences(capture.text, "Warning: Unable to create thread."), 1u);
   // 500 words = 2000 bytes per file: 31 full pieces and one of 16 bytes.
   EXPECT_EQ(raidFilePieceCount() - before, 2u * 32);
-  before = raidFilePieceCount();
   std::vector<uint32_t> back(1000);
   raidFileRead(&file, back.data(), 1000);
-  EXPECT_EQ(raidFilePieceCount() - before, 2u * 32);
   EXPECT_EQ(back, words);
-  // An exact multiple of the piece makes no empty last piece.
   before = raidFilePieceCount();
   raidFileReadAt(&file, 500, back.data(), 64);
   EXPECT_EQ(raidFilePieceCount() - before, 4u);
@@ -183,22 +162,7 @@ TEST(RaidFile, TransfersAreCutIntoPieces) {
   raidFileDelete(&file);
 }
 
-TEST(RaidFile, ThreadCreationFailureRunsTheTransferInline) {
-  SwapFolders folders({"p", "q", "r"});
-  std::vector<uint32_t> words = randomWords(3001, 5);
-  Capture capture;
-  threadFailNextSpawnsForTesting(1);
-  RaidFile file;
-  raidFileCreateAndWrite(nullptr, &file, &folders.list, 0, words.data(), words.size());
-  threadFailNextSpawnsForTesting(0);
-  EXPECT_EQ(countOccurrences(capture.text, "Warning: Unable to create thread."), 1u);
-  std::vector<uint32_t> back(words.size());
-  raidFileRead(&file, back.data(), back.size());
-  EXPECT_EQ(back, words);
-  raidFileDelete(&file);
-}
-
-TEST(RaidFile, CreationRetriesAndAsksFourTimesMoreEachRound) {
+TEST(RaidFile, CreationAndDeletionRetryAndFailedTransfersAreFatal) {
   SwapFolders folders({"d"});
   raidFileSetRetryDelayForTesting(0);
   Capture capture;
@@ -206,53 +170,30 @@ TEST(RaidFile, CreationRetriesAndAsksFourTimesMoreEachRound) {
   swapIoFailNextForTesting(SwapIoReserve, 2, ENOSPC);
   RaidFile file;
   raidFileCreate(nullptr, &file, &folders.list, 0, 100);
-  EXPECT_EQ(countOccurrences(capture.text, "Unable to create file."), 2u);
-  EXPECT_EQ(countOccurrences(capture.text, "Access Denied"), 2u);
-  EXPECT_EQ(countOccurrences(capture.text, "Unable to allocate swap file."), 2u);
-  EXPECT_EQ(countOccurrences(capture.text, "Re-attempting..."), 4u);
-  EXPECT_EQ(countOccurrences(capture.text, "Error Code: "), 4u);
+  const std::pair<const char*, size_t> creation[] = {
+      {"Unable to create file.", 2}, {"Access Denied", 2}, {"Unable to allocate swap file.", 2},
+      {"Re-attempting...", 4},       {"Error Code: ", 4}};
+  for (auto [text, count] : creation) EXPECT_EQ(countOccurrences(capture.text, text), count) << text;
   // 400 bytes refused, 1600 refused, 6400 granted.
   EXPECT_EQ(sizeOnDisk(file.files[0].path), 6400u);
-  std::string path = file.files[0].path;
+  std::vector<uint32_t> words = randomWords(50, 7);
+  EXPECT_EXIT({ consoleToStandardError(); swapIoFailNextForTesting(SwapIoWrite, 1, EIO);
+                raidFileWriteAt(&file, 0, words.data(), 50); },
+              ::testing::ExitedWithCode(1), "Write Fault\n\n\n\nError Code: 5\n    Write Fault");
+  EXPECT_EXIT({ consoleToStandardError(); swapIoFailNextForTesting(SwapIoRead, 1, ENOSPC);
+                raidFileRead(&file, words.data(), 50); },
+              ::testing::ExitedWithCode(1), "Read Fault\n\n\n\nError Code: 28\n    Unknown Error");
   // Deletion retries without a system code; a failed close is told once.
   capture.text.clear();
   swapIoFailNextForTesting(SwapIoClose, 1, EIO);
   swapIoFailNextForTesting(SwapIoDelete, 3, EBUSY);
   raidFileDelete(&file);
-  EXPECT_EQ(countOccurrences(capture.text, "Unable to close file."), 1u);
-  EXPECT_EQ(countOccurrences(capture.text, "Unable to delete file."), 3u);
-  EXPECT_EQ(countOccurrences(capture.text, "Re-attempting..."), 3u);
-  EXPECT_EQ(countOccurrences(capture.text, "Error Code: "), 1u);
-  EXPECT_FALSE(fileExists(path));
+  const std::pair<const char*, size_t> deletion[] = {
+      {"Unable to close file.", 1}, {"Unable to delete file.", 3}, {"Re-attempting...", 3},
+      {"Error Code: ", 1}};
+  for (auto [text, count] : deletion) EXPECT_EQ(countOccurrences(capture.text, text), count) << text;
+  EXPECT_TRUE(listFolder(folders.texts[0]).empty());
   raidFileSetRetryDelayForTesting(1000);
-}
-
-TEST(RaidFile, FailedTransfersAreFatal) {
-  SwapFolders folders({"f"});
-  std::vector<uint32_t> words = randomWords(50, 7);
-  RaidFile file;
-  raidFileCreate(nullptr, &file, &folders.list, 0, 50);
-  auto failing = [](SwapIoStep operation, int code) {
-    consoleInputFrom("");
-    dup2(STDERR_FILENO, STDOUT_FILENO);
-    swapIoFailNextForTesting(operation, 1, code);
-  };
-  EXPECT_EXIT({ failing(SwapIoWrite, EIO); raidFileWriteAt(&file, 0, words.data(), 50); },
-              ::testing::ExitedWithCode(1), "Write Fault\n\n\n\nError Code: 5\n    Write Fault");
-  EXPECT_EXIT({ failing(SwapIoRead, ENOSPC); raidFileRead(&file, words.data(), 50); },
-              ::testing::ExitedWithCode(1), "Read Fault\n\n\n\nError Code: 28\n    Unknown Error");
-  raidFileDelete(&file);
-}
-
-TEST(RaidFile, EmptyArrays) {
-  SwapFolders folders({"e"});
-  RaidFile file;
-  raidFileCreate(nullptr, &file, &folders.list, 0, 0);
-  EXPECT_EQ(sizeOnDisk(file.files[0].path), 0u);
-  uint64_t before = raidFilePieceCount();
-  raidFileRead(&file, nullptr, 0);
-  EXPECT_EQ(raidFilePieceCount(), before);
-  raidFileDelete(&file);
 }
 
 }  // namespace

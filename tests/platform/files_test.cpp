@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/console.h"
+#include "support/death_console.h"
 #include "support/run_program.h"
 
 namespace {
@@ -101,32 +102,22 @@ TEST(Files, DirectoriesAndTryForms) {
   fileClose(readOnly);
 }
 
-// Console text of a dying child, sent to standard error for the matcher.
-std::string deathOutput;
-void flushDeathOutput() { fputs(deathOutput.c_str(), stderr); }
-void captureForDeath() {
-  consoleCaptureTo(&deathOutput);
-  consoleInputFrom("");
-  atexit(flushDeathOutput);
-}
-
-TEST(FilesDeath, EachFailureHasItsText) {
+TEST(FilesDeathTest, EachFailureHasItsText) {
   Folder folder;
-  std::string missing = folder.file("missing");
-  std::string file = folder.file("short");  // empty
+  const std::string missing = folder.file("missing"), file = folder.file("short");  // empty
   fileClose(fileCreate(file.c_str()));
   char byte;
-  EXPECT_EXIT({ captureForDeath(); fileOpenRead(missing.c_str()); },
+  EXPECT_EXIT({ consoleToStandardError(); fileOpenRead(missing.c_str()); },
               ::testing::ExitedWithCode(1), "Unable to open or create file\\.");
-  EXPECT_EXIT({ captureForDeath(); fileCreate(folder.file("a/b").c_str()); },
+  EXPECT_EXIT({ consoleToStandardError(); fileCreate(folder.file("a/b").c_str()); },
               ::testing::ExitedWithCode(1), "Unable to open or create file\\.");
-  EXPECT_EXIT({ captureForDeath(); fileSize(missing.c_str()); },
+  EXPECT_EXIT({ consoleToStandardError(); fileSize(missing.c_str()); },
               ::testing::ExitedWithCode(1), "Path does not exist\\.");
-  EXPECT_EXIT({ captureForDeath(); fileClose(1000000); },
+  EXPECT_EXIT({ consoleToStandardError(); fileClose(1000000); },
               ::testing::ExitedWithCode(1), "Unable to close file\\.");
-  EXPECT_EXIT({ captureForDeath(); fileRead(fileOpenRead(file.c_str()), &byte, 1); },
+  EXPECT_EXIT({ consoleToStandardError(); fileRead(fileOpenRead(file.c_str()), &byte, 1); },
               ::testing::ExitedWithCode(1), "Error Reading File\\.");
-  EXPECT_EXIT({ captureForDeath(); fileWrite(fileOpenRead(file.c_str()), "x", 1); },
+  EXPECT_EXIT({ consoleToStandardError(); fileWrite(fileOpenRead(file.c_str()), "x", 1); },
               ::testing::ExitedWithCode(1), "Error Writing File\\.");
 }
 

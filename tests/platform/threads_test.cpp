@@ -11,61 +11,31 @@
 
 #include "platform/console.h"
 #include "platform/threads.h"
+#include "support/death_console.h"
 
 namespace {
 
-pid_t currentThreadId() { return static_cast<pid_t>(syscall(SYS_gettid)); }
+pid_t threadId() { return static_cast<pid_t>(syscall(SYS_gettid)); }
+int priority() { return getpriority(PRIO_PROCESS, static_cast<id_t>(threadId())); }
 
 struct Probe { pid_t ranOn; int priority; uint64_t value; };
 
 uint64_t probeRoutine(void* context) {
-  Probe* probe = static_cast<Probe*>(context);
-  probe->ranOn = currentThreadId();
-  probe->priority = getpriority(PRIO_PROCESS, static_cast<id_t>(currentThreadId()));
-  probe->value = 42;
+  *static_cast<Probe*>(context) = {threadId(), priority(), 42};
   return 0;
 }
 
-TEST(Threads, SpawnJoinAndTheInlineFallback) {
-  std::string out;
-  consoleCaptureTo(&out);
-  Probe probe = {0, 0, 0};
-  ThreadHandle handle;
-  threadSpawn(&handle, probeRoutine, &probe);
-  EXPECT_TRUE(handle.created);
-  threadJoin(&handle);
-  EXPECT_EQ(probe.value, 42u);
-  EXPECT_NE(probe.ranOn, currentThreadId());
-  EXPECT_FALSE(handle.created);
-  // A forced failure warns and runs the routine before threadSpawn returns,
-  // on this very thread; only the next spawn fails.
-  Probe inlined = {0, 0, 0};
-  threadFailNextSpawnsForTesting(1);
-  threadSpawn(&handle, probeRoutine, &inlined);
-  EXPECT_EQ(inlined.value, 42u);
-  EXPECT_EQ(inlined.ranOn, currentThreadId());
-  EXPECT_FALSE(handle.created);
-  threadJoin(&handle);
-  threadSpawn(&handle, probeRoutine, &probe);
-  threadJoin(&handle);
-  consoleCaptureTo(nullptr);
-  EXPECT_EQ(out, "\nWarning: Unable to create thread.\n");
-  EXPECT_NE(probe.ranOn, currentThreadId());
-}
-
-// Sums first .. last - 1 by two-way forks nested `power` deep.
+// Sums i^2 over first .. last - 1 by two-way forks nested `power` deep.
 struct RangeSum { uint64_t first, last; uint32_t power; uint64_t sum; };
 
 uint64_t rangeSum(void* context) {
   RangeSum* job = static_cast<RangeSum*>(context);
   if (job->power == 0) {
-    job->sum = 0;
     for (uint64_t i = job->first; i < job->last; i++) job->sum += i * i;
     return 0;
   }
   uint64_t middle = job->first + (job->last - job->first) / 2;
-  RangeSum low = {job->first, middle, job->power - 1, 0};
-  RangeSum high = {middle, job->last, job->power - 1, 0};
+  RangeSum low = {job->first, middle, job->power - 1, 0}, high = {middle, job->last, job->power - 1, 0};
   ThreadHandle handle;
   threadSpawn(&handle, rangeSum, &low);
   rangeSum(&high);
@@ -74,32 +44,42 @@ uint64_t rangeSum(void* context) {
   return 0;
 }
 
-TEST(Threads, NestedForksGiveTheSerialResult) {
-  const uint64_t n = 100001;
-  uint64_t expected = (n - 1) * n * (2 * n - 1) / 6;
-  for (uint32_t power : {0u, 3u}) {
-    RangeSum job = {0, n, power, 0};
-    rangeSum(&job);
-    EXPECT_EQ(job.sum, expected) << power;
-  }
-  // With every spawn failing the same fork tree runs on one thread.
+// A routine runs on a thread of its own; a forced failure warns and runs it
+// before threadSpawn returns, on this very thread, for as many spawns as
+// asked; nested forks give the serial result either way.
+TEST(Threads, SpawnJoinNestedForksAndTheInlineFallback) {
   std::string out;
   consoleCaptureTo(&out);
-  threadFailNextSpawnsForTesting(7);
-  RangeSum job = {0, n, 3, 0};
-  rangeSum(&job);
+  for (uint32_t failures : {1u, 0u}) {  // only the next spawn fails
+    Probe probe = {0, 0, 0};
+    ThreadHandle handle;
+    if (failures != 0) threadFailNextSpawnsForTesting(failures);
+    threadSpawn(&handle, probeRoutine, &probe);
+    EXPECT_EQ(handle.created, failures == 0);
+    EXPECT_EQ(probe.ranOn == threadId(), failures == 1) << "ran inline before the join";
+    threadJoin(&handle);
+    EXPECT_FALSE(handle.created);
+    EXPECT_EQ(probe.value, 42u);
+  }
+  const uint64_t n = 100001, expected = (n - 1) * n * (2 * n - 1) / 6;
+  for (uint32_t failures : {0u, 7u}) {
+    if (failures != 0) threadFailNextSpawnsForTesting(failures);
+    RangeSum job = {0, n, 3, 0};
+    rangeSum(&job);
+    EXPECT_EQ(job.sum, expected) << failures;
+  }
   consoleCaptureTo(nullptr);
-  EXPECT_EQ(job.sum, expected);
-  EXPECT_EQ(out.size(), 7 * std::string("\nWarning: Unable to create thread.\n").size());
+  std::string warnings;
+  for (int i = 0; i < 8; i++) warnings += "\nWarning: Unable to create thread.\n";
+  EXPECT_EQ(out, warnings);
 }
 
 uint64_t failingRoutine(void*) { return 3; }
 
-TEST(Threads, NonZeroReturnIsFatalWithThatCode) {
+TEST(ThreadsDeathTest, NonZeroReturnIsFatalWithThatCode) {
   EXPECT_EXIT(
       {
-        consoleInputFrom("");
-        dup2(STDERR_FILENO, STDOUT_FILENO);
+        consoleToStandardError();
         ThreadHandle handle;
         threadSpawn(&handle, failingRoutine, nullptr);
         threadJoin(&handle);
@@ -107,35 +87,33 @@ TEST(Threads, NonZeroReturnIsFatalWithThatCode) {
       ::testing::ExitedWithCode(3), "Thread Error: Thread ended with a non-zero return value: 3");
 }
 
+// Either the nice value goes one step down, or the refusal is told; a
+// refused priority warns once per process, and the work is still done.
 TEST(Threads, RaisedThreadsAskForPriorityAndWarnOnce) {
-  int callerPriority = getpriority(PRIO_PROCESS, static_cast<id_t>(currentThreadId()));
+  const int callerPriority = priority();
+  const std::string warning = "Warning: Unable to set thread priority.\n";
   std::string out;
   consoleCaptureTo(&out);
-  threadResetPriorityWarningForTesting();
-  Probe probe = {0, 0, 0};
-  ThreadHandle handle;
-  threadSpawnRaised(&handle, probeRoutine, &probe);
-  threadJoin(&handle);
-  // Either the nice value went one step down, or the refusal was told.
-  EXPECT_TRUE((probe.priority == callerPriority - 1) !=
-              (out == "Warning: Unable to set thread priority.\n"))
-      << probe.priority << " '" << out << "'";
-  // A refused priority warns once per process, and the work is still done.
-  out.clear();
-  threadResetPriorityWarningForTesting();
-  threadFailPriorityForTesting(true);
-  for (int i = 0; i < 3; i++) {
-    Probe refused = {0, 0, 0};
-    threadSpawnRaised(&handle, probeRoutine, &refused);
-    threadJoin(&handle);
-    EXPECT_EQ(refused.value, 42u);
-    EXPECT_EQ(refused.priority, callerPriority);
+  for (bool refuse : {false, true}) {
+    out.clear();
+    threadResetPriorityWarningForTesting();
+    threadFailPriorityForTesting(refuse);
+    for (int i = 0; i < (refuse ? 3 : 1); i++) {
+      Probe probe = {0, 0, 0};
+      ThreadHandle handle;
+      threadSpawnRaised(&handle, probeRoutine, &probe);
+      threadJoin(&handle);
+      EXPECT_EQ(probe.value, 42u);
+      if (refuse) EXPECT_EQ(probe.priority, callerPriority);
+      if (!refuse) EXPECT_NE(probe.priority == callerPriority - 1, out == warning) << probe.priority << " " << out;
+    }
   }
   threadFailPriorityForTesting(false);
   consoleCaptureTo(nullptr);
-  EXPECT_EQ(out, "Warning: Unable to set thread priority.\n");
+  EXPECT_EQ(out, warning);
 }
 
+// A thread pinned to one processor sees one, and a thread power of 0.
 struct AffinityProbe { uint32_t processors, power; };
 
 uint64_t pinnedCount(void* context) {
@@ -144,17 +122,14 @@ uint64_t pinnedCount(void* context) {
   CPU_ZERO(&one);
   CPU_SET(sched_getcpu(), &one);
   if (sched_setaffinity(0, sizeof one, &one) != 0) return 0;
-  probe->processors = processorCount();
-  probe->power = defaultThreadPower();
+  *probe = {processorCount(), defaultThreadPower()};
   return 0;
 }
 
 TEST(Threads, ProcessorCountFollowsTheAffinityMask) {
   cpu_set_t set;
   ASSERT_EQ(sched_getaffinity(0, sizeof set, &set), 0);
-  uint32_t count = static_cast<uint32_t>(CPU_COUNT(&set));
-  EXPECT_EQ(processorCount(), count);
-  // A thread pinned to one processor sees one, and a thread power of 0.
+  EXPECT_EQ(processorCount(), uint32_t(CPU_COUNT(&set)));
   AffinityProbe probe = {0, 99};
   ThreadHandle handle;
   threadSpawn(&handle, pinnedCount, &probe);

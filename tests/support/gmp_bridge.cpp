@@ -1,6 +1,7 @@
 // Shared driver for random big-number tests (see gmp_bridge.h).
 #include "support/gmp_bridge.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -51,10 +52,7 @@ uint64_t Random::below(uint64_t bound) {
 
 uint64_t Random::logUniform(uint64_t low, uint64_t high) {
   std::uniform_real_distribution<double> unit(std::log((double)low), std::log((double)high + 1.0));
-  uint64_t value = (uint64_t)std::exp(unit(engine));
-  if (value < low) value = low;
-  if (value > high) value = high;
-  return value;
+  return std::clamp((uint64_t)std::exp(unit(engine)), low, high);
 }
 
 Random testRandom(uint64_t stream) {
@@ -75,60 +73,43 @@ Random testRandom(uint64_t stream) {
 }
 
 const char* kindName(Kind kind) {
-  switch (kind) {
-    case Kind::Uniform:
-      return "uniform";
-    case Kind::Runs:
-      return "runs";
-    case Kind::AllOnes:
-      return "all-ones";
-    case Kind::LoneTop:
-      return "lone-top";
-    case Kind::PowerPlusOne:
-      return "power+1";
-    case Kind::PowerMinusOne:
-      return "power-1";
-  }
-  return "?";
+  static const char* const names[] = {"uniform",  "runs",    "all-ones",
+                                      "lone-top", "power+1", "power-1"};
+  return unsigned(kind) < 6 ? names[unsigned(kind)] : "?";
 }
 
 void fill(Random& random, Kind kind, uint32_t* words, uint64_t n) {
   if (n == 0) return;
+  const bool ones = kind == Kind::AllOnes || kind == Kind::PowerMinusOne;
+  if (kind != Kind::Uniform) std::memset(words, ones ? 0xFF : 0, 4 * n);
   switch (kind) {
     case Kind::Uniform:
       for (uint64_t i = 0; i < n; i++) words[i] = random.word();
       return;
     case Kind::Runs: {
       // Alternating runs of ones and zeros, lengths log-uniform up to 64n bits.
-      std::memset(words, 0, 4 * n);
-      uint64_t bits = 32 * n;
+      const uint64_t bits = 32 * n;
       bool one = random.coin();
-      for (uint64_t at = 0; at < bits;) {
-        uint64_t run = random.logUniform(1, 2 * bits);
-        if (run > bits - at) run = bits - at;
+      for (uint64_t at = 0; at < bits; one = !one) {
+        const uint64_t run = std::min(random.logUniform(1, 2 * bits), bits - at);
         if (one)
           for (uint64_t b = at; b < at + run; b++) words[b / 32] |= 1u << (b % 32);
         at += run;
-        one = !one;
       }
       return;
     }
-    case Kind::AllOnes:
-      for (uint64_t i = 0; i < n; i++) words[i] = 0xFFFFFFFFu;
-      return;
     case Kind::LoneTop:
-      std::memset(words, 0, 4 * n);
       do words[n - 1] = random.word();
       while (words[n - 1] == 0);
       return;
     case Kind::PowerPlusOne:
-      std::memset(words, 0, 4 * n);
       words[0] += 1;
       words[n - 1] += 1;
       return;
     case Kind::PowerMinusOne:
-      for (uint64_t i = 0; i + 1 < n; i++) words[i] = 0xFFFFFFFFu;
       words[n - 1] = 0;
+      return;
+    case Kind::AllOnes:
       return;
   }
 }
@@ -149,10 +130,8 @@ Kind randomKind(Random& random) {
 }
 
 void toMpz(mpz_t z, const uint32_t* words, uint64_t n) {
-  if (n == 0)
-    mpz_set_ui(z, 0);
-  else
-    mpz_import(z, n, -1, 4, 0, 0, words);
+  if (n == 0) return mpz_set_ui(z, 0);
+  mpz_import(z, n, -1, 4, 0, 0, words);
 }
 
 std::vector<uint32_t> fromMpz(const mpz_t z, uint64_t n) {
@@ -167,15 +146,12 @@ std::vector<uint32_t> fromMpz(const mpz_t z, uint64_t n) {
 
 ::testing::AssertionResult equalsMpz(const uint32_t* words, uint64_t n, const mpz_t z) {
   std::vector<uint32_t> expected = fromMpz(z, n);
-  for (uint64_t i = 0; i < n; i++) {
-    if (words[i] != expected[i]) {
-      char text[160];
-      std::snprintf(text, sizeof text, "word %llu of %llu is %08x, expected %08x",
-                    (unsigned long long)i, (unsigned long long)n, words[i], expected[i]);
-      return ::testing::AssertionFailure() << text;
-    }
-  }
-  return ::testing::AssertionSuccess();
+  uint64_t i = std::mismatch(words, words + n, expected.begin()).first - words;
+  if (i == n) return ::testing::AssertionSuccess();
+  char text[160];
+  std::snprintf(text, sizeof text, "word %llu of %llu is %08x, expected %08x",
+                (unsigned long long)i, (unsigned long long)n, words[i], expected[i]);
+  return ::testing::AssertionFailure() << text;
 }
 
 std::vector<uint32_t> gmpProduct(const uint32_t* a, uint64_t la, const uint32_t* b, uint64_t lb) {
@@ -188,10 +164,8 @@ std::vector<uint32_t> gmpProduct(const uint32_t* a, uint64_t la, const uint32_t*
 
 GuardedWords::GuardedWords(uint64_t n, uint64_t guard)
     : storage(n + 2 * guard, poison), n(n), guard(guard) {
-  for (uint64_t i = 0; i < guard; i++) {
-    storage[i] = canary;
-    storage[guard + n + i] = canary;
-  }
+  std::fill(storage.begin(), storage.begin() + guard, canary);
+  std::fill(storage.end() - guard, storage.end(), canary);
 }
 
 ::testing::AssertionResult GuardedWords::intact() const {

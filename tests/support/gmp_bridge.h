@@ -1,21 +1,12 @@
 // Shared driver for random big-number tests, with GMP as the oracle.
 //
-// Seeds: one process-wide seed, taken from the environment variable
-// NUMBRELLA_SEED when set (decimal or 0x-hex) and from the clock otherwise.
-// Each test draws from its own generator, seeded from that seed and the
-// test's full name, so one failing test repeats alone with the same seed. A
-// failing test prints "NUMBRELLA_SEED=<seed>" (a listener installed by this
-// file does it).
+// Seeds: one process-wide seed, from NUMBRELLA_SEED when set (decimal or
+// 0x-hex), from the clock otherwise. Each test draws from its own generator,
+// seeded from that seed and the test's full name, so one failing test repeats
+// alone; a failing test prints "NUMBRELLA_SEED=<seed>".
 //
-// Operands: word arrays (uint32_t, little-endian) of a chosen kind: uniform
-// random words, long runs of 0 and 1 bits, or an edge value (all ones, a lone
-// top word over zeros, 2^(32(n-1)) + 1, 2^(32(n-1)) - 1).
-//
-// Guards: GuardedWords is an array with poisoned content and canary words on
-// both sides, to catch writes out of bounds that a right answer would hide.
-//
-// Everything lives in namespace testbridge, so it coexists with the helpers
-// of other test files.
+// GuardedWords is an array with poisoned content and canary words on both
+// sides, to catch writes out of bounds that a right answer would hide.
 #pragma once
 
 #include <gmp.h>
@@ -28,8 +19,6 @@
 
 namespace testbridge {
 
-// ---- Seeds and random numbers ----------------------------------------------
-// The process-wide seed (read once).
 uint64_t processSeed();
 
 struct Random {
@@ -50,7 +39,6 @@ struct Random {
 // and `stream` (to draw independent sequences inside one test).
 Random testRandom(uint64_t stream = 0);
 
-// ---- Operands ---------------------------------------------------------------
 enum class Kind {
   Uniform,        // every word uniform
   Runs,           // runs of 0 bits and 1 bits of random lengths (1 .. 2n words)
@@ -67,7 +55,6 @@ std::vector<uint32_t> operand(Random& random, Kind kind, uint64_t n);
 // A kind chosen at random: mostly Uniform and Runs, now and then an edge.
 Kind randomKind(Random& random);
 
-// ---- GMP conversions --------------------------------------------------------
 // Owns an mpz_t for a scope.
 struct Number {
   mpz_t z;
@@ -87,7 +74,6 @@ std::vector<uint32_t> fromMpz(const mpz_t z, uint64_t n);
 // Convenience oracles: a * b (lengths la, lb) as exactly la + lb words.
 std::vector<uint32_t> gmpProduct(const uint32_t* a, uint64_t la, const uint32_t* b, uint64_t lb);
 
-// ---- Guarded arrays ----------------------------------------------------------
 // n words of payload between `guard` canary words on each side. The payload
 // starts poisoned (a fixed non-zero pattern), so code that reads words it has
 // not written gives wrong results rather than lucky zeros.

@@ -4,7 +4,6 @@
 #include <mpfr.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <map>
 #include <mutex>
 #include <tuple>
@@ -20,53 +19,30 @@ struct Evaluated {
   mpfr_prec_t bits = 0;
 };
 
-using ValueKey = std::tuple<Value, uint32_t>;
-using TextKey = std::tuple<Value, uint32_t, int, size_t>;
-
 std::mutex guard;
-std::map<ValueKey, Evaluated>& values() {
-  static std::map<ValueKey, Evaluated> kept;
-  return kept;
-}
-std::map<TextKey, std::string>& texts() {
-  static std::map<TextKey, std::string> kept;
-  return kept;
-}
-
-void evaluate(Value v, uint32_t n, mpfr_t x) {
-  switch (v) {
-    case Value::sqrtOfN:
-      mpfr_sqrt_ui(x, n, MPFR_RNDN);
-      break;
-    case Value::goldenRatio:
-      mpfr_sqrt_ui(x, 5, MPFR_RNDN);
-      mpfr_add_ui(x, x, 1, MPFR_RNDN);
-      mpfr_div_2ui(x, x, 1, MPFR_RNDN);
-      break;
-    case Value::e:
-      mpfr_set_ui(x, 1, MPFR_RNDN);
-      mpfr_exp(x, x, MPFR_RNDN);
-      break;
-    case Value::pi:
-      mpfr_const_pi(x, MPFR_RNDN);
-      break;
-  }
-}
+std::map<std::tuple<Value, uint32_t>, Evaluated> values;
+std::map<std::tuple<Value, uint32_t, int, size_t>, std::string> texts;
 
 // The value with at least `bits` of precision, evaluated again only when an
 // earlier evaluation was shorter.
 mpfr_ptr valueWithBits(Value v, uint32_t n, mpfr_prec_t bits) {
-  Evaluated& held = values()[ValueKey(v, n)];
-  if (held.bits < bits) {
-    if (held.bits == 0) {
-      mpfr_init2(held.x, bits);
-    } else {
-      mpfr_set_prec(held.x, bits);
-    }
-    evaluate(v, n, held.x);
-    held.bits = bits;
+  Evaluated& held = values[{v, n}];
+  if (held.bits >= bits) return held.x;
+  if (held.bits == 0) mpfr_init2(held.x, bits);
+  else mpfr_set_prec(held.x, bits);
+  held.bits = bits;
+  mpfr_ptr x = held.x;
+  if (v == Value::pi) mpfr_const_pi(x, MPFR_RNDN);
+  if (v == Value::e) {
+    mpfr_set_ui(x, 1, MPFR_RNDN);
+    mpfr_exp(x, x, MPFR_RNDN);
   }
-  return held.x;
+  if (v == Value::sqrtOfN || v == Value::goldenRatio) mpfr_sqrt_ui(x, v == Value::sqrtOfN ? n : 5, MPFR_RNDN);
+  if (v == Value::goldenRatio) {
+    mpfr_add_ui(x, x, 1, MPFR_RNDN);
+    mpfr_div_2ui(x, x, 1, MPFR_RNDN);
+  }
+  return x;
 }
 
 // Integer part, ".", then `fractionDigits` truncated digits. All four values
@@ -77,17 +53,14 @@ mpfr_ptr valueWithBits(Value v, uint32_t n, mpfr_prec_t bits) {
 // about 28 decimal (24 hexadecimal) zeros or nines (f's).
 const std::string& textOf(Value v, uint32_t n, int radix, size_t fractionDigits) {
   std::lock_guard<std::mutex> lock(guard);
-  std::string& text = texts()[TextKey(v, n, radix, fractionDigits)];
+  std::string& text = texts[{v, n, radix, fractionDigits}];
   if (!text.empty()) return text;
-  const size_t integerDigits = radix == 10 ? 10 : 8;  // bound for values below 2^32
-  const size_t total = integerDigits + fractionDigits;
+  const size_t total = (radix == 10 ? 10 : 8) + fractionDigits;  // integer part below 2^32
   const double bitsPerDigit = radix == 10 ? std::log2(10.0) : 4.0;
   mpfr_ptr x = valueWithBits(v, n, static_cast<mpfr_prec_t>(total * bitsPerDigit) + 96);
   mpfr_exp_t exponent = 0;
-  char* head = mpfr_get_str(nullptr, &exponent, radix, 2, x, MPFR_RNDZ);
-  mpfr_free_str(head);
-  const size_t significant = static_cast<size_t>(exponent) + fractionDigits;
-  char* digits = mpfr_get_str(nullptr, &exponent, radix, significant, x, MPFR_RNDZ);
+  mpfr_free_str(mpfr_get_str(nullptr, &exponent, radix, 2, x, MPFR_RNDZ));
+  char* digits = mpfr_get_str(nullptr, &exponent, radix, size_t(exponent) + fractionDigits, x, MPFR_RNDZ);
   std::string all(digits);
   mpfr_free_str(digits);
   text = all.substr(0, exponent) + "." + all.substr(exponent);
@@ -102,11 +75,7 @@ const std::string& sqrtText(uint32_t n, int radix, size_t fractionDigits) {
 const std::string& goldenRatioText(int radix, size_t fractionDigits) {
   return textOf(Value::goldenRatio, 0, radix, fractionDigits);
 }
-const std::string& eText(int radix, size_t fractionDigits) {
-  return textOf(Value::e, 0, radix, fractionDigits);
-}
-const std::string& piText(int radix, size_t fractionDigits) {
-  return textOf(Value::pi, 0, radix, fractionDigits);
-}
+const std::string& eText(int radix, size_t fractionDigits) { return textOf(Value::e, 0, radix, fractionDigits); }
+const std::string& piText(int radix, size_t fractionDigits) { return textOf(Value::pi, 0, radix, fractionDigits); }
 
 }  // namespace mpfrdigits

@@ -3,10 +3,8 @@
 // requested count of digits after the point, truncated (never rounded), in
 // lower case for hexadecimal, with no line end.
 //
-// Each constant is evaluated once at the largest precision asked for so far
-// and kept (per constant and, for square roots, per n), so several texts of
-// one value cost one evaluation; every text is also kept by its radix and
-// count, so asking twice for the same text is free.
+// Each value is evaluated at the largest precision asked for so far and
+// kept, and so is every text: asking twice costs nothing.
 #pragma once
 
 #include <cstddef>

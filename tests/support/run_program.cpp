@@ -16,6 +16,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 
 namespace {
 
@@ -25,21 +27,14 @@ double monotonicSeconds() {
   return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
 }
 
-// Reads what is available on `fd` into `sink`; false at the end of the stream.
-bool drain(int fd, std::string* sink) {
-  char buffer[65536];
-  ssize_t got = read(fd, buffer, sizeof buffer);
-  if (got > 0) {
-    sink->append(buffer, static_cast<size_t>(got));
-    return true;
-  }
-  if (got < 0 && (errno == EINTR || errno == EAGAIN)) return true;
-  return false;
-}
-
 void closeIfOpen(int* fd) {
   if (*fd >= 0) close(*fd);
   *fd = -1;
+}
+
+void killGroup(pid_t pid) {
+  kill(-pid, SIGKILL);
+  kill(pid, SIGKILL);
 }
 
 }  // namespace
@@ -51,20 +46,18 @@ ProgramResult runProgram(const std::string& binary, const std::string& workDir,
   // A child that exits before reading all input must not kill the test with
   // SIGPIPE; the child itself gets the default disposition back below.
   signal(SIGPIPE, SIG_IGN);
-
-  int inPipe[2], outPipe[2], errPipe[2];
-  if (pipe2(inPipe, O_CLOEXEC) != 0 || pipe2(outPipe, O_CLOEXEC) != 0 ||
-      pipe2(errPipe, O_CLOEXEC) != 0) {
-    result.err = "runProgram: pipe failed";
-    return result;
+  int pipes[3][2];
+  for (auto& p : pipes) {
+    if (pipe2(p, O_CLOEXEC) != 0) {
+      result.err = "runProgram: pipe failed";
+      return result;
+    }
   }
   // Everything the child needs is prepared before the fork: after it only
   // async-signal-safe calls are allowed.
-  std::string path = binary;
-  std::string dir = workDir;
+  std::string path = binary, dir = workDir;
   std::vector<std::string> words = arguments;
-  std::vector<char*> argv;
-  argv.push_back(path.data());
+  std::vector<char*> argv{path.data()};
   for (std::string& word : words) argv.push_back(word.data());
   argv.push_back(nullptr);
 
@@ -75,74 +68,60 @@ ProgramResult runProgram(const std::string& binary, const std::string& workDir,
     memset(&dflt, 0, sizeof dflt);
     dflt.sa_handler = SIG_DFL;
     sigaction(SIGPIPE, &dflt, nullptr);
-    if (dup2(inPipe[0], STDIN_FILENO) < 0 || dup2(outPipe[1], STDOUT_FILENO) < 0 ||
-        dup2(errPipe[1], STDERR_FILENO) < 0 || chdir(dir.c_str()) != 0) {
+    if (dup2(pipes[0][0], STDIN_FILENO) < 0 || dup2(pipes[1][1], STDOUT_FILENO) < 0 ||
+        dup2(pipes[2][1], STDERR_FILENO) < 0 || chdir(dir.c_str()) != 0) {
       _exit(126);
     }
     execv(path.c_str(), argv.data());
     _exit(127);
   }
-  close(inPipe[0]);
-  close(outPipe[1]);
-  close(errPipe[1]);
-  int inFd = inPipe[1], outFd = outPipe[0], errFd = errPipe[0];
+  // fds[0] feeds the input; fds[1] and fds[2] drain the outputs.
+  int fds[3] = {pipes[0][1], pipes[1][0], pipes[2][0]};
+  close(pipes[0][0]);
+  close(pipes[1][1]);
+  close(pipes[2][1]);
   if (pid < 0) {
-    closeIfOpen(&inFd);
-    closeIfOpen(&outFd);
-    closeIfOpen(&errFd);
+    for (int& fd : fds) closeIfOpen(&fd);
     result.err = "runProgram: fork failed";
     return result;
   }
-  fcntl(inFd, F_SETFL, O_NONBLOCK);
+  std::string* sinks[3] = {nullptr, &result.out, &result.err};
+  fcntl(fds[0], F_SETFL, O_NONBLOCK);
   size_t written = 0;
-  if (input.empty()) closeIfOpen(&inFd);
+  if (input.empty()) closeIfOpen(&fds[0]);
 
-  double deadline = monotonicSeconds() + timeoutSeconds;
-  while (outFd >= 0 || errFd >= 0) {
-    double left = deadline - monotonicSeconds();
+  const double deadline = monotonicSeconds() + timeoutSeconds;
+  while (fds[1] >= 0 || fds[2] >= 0) {
+    const double left = deadline - monotonicSeconds();
     if (left <= 0) {
       result.timedOut = true;
-      kill(-pid, SIGKILL);
-      kill(pid, SIGKILL);
+      killGroup(pid);
       break;
     }
-    pollfd fds[3];
-    int count = 0;
-    int inIndex = -1, outIndex = -1, errIndex = -1;
-    if (inFd >= 0) {
-      inIndex = count;
-      fds[count++] = {inFd, POLLOUT, 0};
+    pollfd polled[3];
+    int index[3], count = 0;
+    for (int k = 0; k < 3; k++) {
+      index[k] = fds[k] >= 0 ? count : -1;
+      if (fds[k] >= 0) polled[count++] = {fds[k], short(k == 0 ? POLLOUT : POLLIN), 0};
     }
-    if (outFd >= 0) {
-      outIndex = count;
-      fds[count++] = {outFd, POLLIN, 0};
-    }
-    if (errFd >= 0) {
-      errIndex = count;
-      fds[count++] = {errFd, POLLIN, 0};
-    }
-    int waitMs = static_cast<int>(std::min(left * 1000.0 + 1.0, 1000.0));
-    int ready = poll(fds, static_cast<nfds_t>(count), waitMs);
-    if (ready < 0) {
+    if (poll(polled, nfds_t(count), int(std::min(left * 1000.0 + 1.0, 1000.0))) < 0) {
       if (errno == EINTR) continue;
       break;
     }
-    if (inIndex >= 0 && fds[inIndex].revents != 0) {
-      ssize_t put = write(inFd, input.data() + written, input.size() - written);
-      if (put > 0) written += static_cast<size_t>(put);
-      bool broken = put < 0 && errno != EAGAIN && errno != EINTR;
-      if (broken || written == input.size()) closeIfOpen(&inFd);
+    if (index[0] >= 0 && polled[index[0]].revents != 0) {
+      ssize_t put = write(fds[0], input.data() + written, input.size() - written);
+      if (put > 0) written += size_t(put);
+      if ((put < 0 && errno != EAGAIN && errno != EINTR) || written == input.size()) closeIfOpen(&fds[0]);
     }
-    if (outIndex >= 0 && fds[outIndex].revents != 0 && !drain(outFd, &result.out)) {
-      closeIfOpen(&outFd);
-    }
-    if (errIndex >= 0 && fds[errIndex].revents != 0 && !drain(errFd, &result.err)) {
-      closeIfOpen(&errFd);
+    for (int k = 1; k < 3; k++) {
+      if (index[k] < 0 || polled[index[k]].revents == 0) continue;
+      char buffer[65536];
+      ssize_t got = read(fds[k], buffer, sizeof buffer);
+      if (got > 0) sinks[k]->append(buffer, size_t(got));
+      else if (got == 0 || (errno != EINTR && errno != EAGAIN)) closeIfOpen(&fds[k]);
     }
   }
-  closeIfOpen(&inFd);
-  closeIfOpen(&outFd);
-  closeIfOpen(&errFd);
+  for (int& fd : fds) closeIfOpen(&fd);
 
   int status = 0;
   // The output streams are closed; the process ends now or is ended.
@@ -152,40 +131,32 @@ ProgramResult runProgram(const std::string& binary, const std::string& workDir,
     if (done < 0 && errno != EINTR) return result;
     if (monotonicSeconds() > deadline) {
       result.timedOut = true;
-      kill(-pid, SIGKILL);
-      kill(pid, SIGKILL);
+      killGroup(pid);
       waitpid(pid, &status, 0);
       break;
     }
     usleep(1000);
   }
-  if (WIFEXITED(status)) {
-    result.exitStatus = WEXITSTATUS(status);
-  } else if (WIFSIGNALED(status)) {
-    result.signal = WTERMSIG(status);
-  }
+  if (WIFEXITED(status)) result.exitStatus = WEXITSTATUS(status);
+  if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
   return result;
 }
 
 std::string makeTempFolder() {
   const char* base = getenv("TMPDIR");
-  std::string pattern =
-      std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/numbrella_test_XXXXXX";
-  std::vector<char> buffer(pattern.begin(), pattern.end());
-  buffer.push_back('\0');
-  if (mkdtemp(buffer.data()) == nullptr) return std::string();
-  return std::string(buffer.data());
+  std::string pattern = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/numbrella_test_XXXXXX";
+  return mkdtemp(pattern.data()) == nullptr ? std::string() : pattern;
 }
 
 void removeTree(const std::string& path) {
   struct stat info;
   if (lstat(path.c_str(), &info) != 0) return;
-  if (S_ISDIR(info.st_mode)) {
-    for (const std::string& name : listFolder(path)) removeTree(path + "/" + name);
-    rmdir(path.c_str());
-  } else {
+  if (!S_ISDIR(info.st_mode)) {
     unlink(path.c_str());
+    return;
   }
+  for (const std::string& name : listFolder(path)) removeTree(path + "/" + name);
+  rmdir(path.c_str());
 }
 
 std::vector<std::string> listFolder(const std::string& folder) {
@@ -202,22 +173,13 @@ std::vector<std::string> listFolder(const std::string& folder) {
 }
 
 std::string readWholeFile(const std::string& path) {
-  std::string text;
-  FILE* file = fopen(path.c_str(), "rb");
-  if (file == nullptr) return text;
-  char buffer[65536];
-  size_t got;
-  while ((got = fread(buffer, 1, sizeof buffer, file)) > 0) text.append(buffer, got);
-  fclose(file);
-  return text;
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 size_t countOccurrences(const std::string& text, const std::string& needle) {
-  if (needle.empty()) return 0;
   size_t count = 0;
-  for (size_t at = text.find(needle); at != std::string::npos;
-       at = text.find(needle, at + needle.size())) {
+  for (size_t at = text.find(needle); !needle.empty() && at != std::string::npos; at = text.find(needle, at + needle.size()))
     ++count;
-  }
   return count;
 }

@@ -1,7 +1,6 @@
-// End-to-end support: runs a program in a given folder with scripted
-// standard input (a pipe, no terminal), a time limit, and collects its exit
-// status and both output streams. Plus small helpers for the files a run
-// leaves behind. Used by the tests in tests/e2e.
+// Runs a program in a folder with scripted standard input (a pipe, no
+// terminal) and a time limit, collecting its status and both outputs; and
+// helpers for the folders and files tests leave behind.
 #pragma once
 
 #include <string>
@@ -15,11 +14,10 @@ struct ProgramResult {
   std::string err;  // everything written to standard error
 };
 
-// Runs `binary` with `arguments` (none for numbrella, which reads no command
-// line) and `workDir` as its working directory,
-// feeding `input` to its standard input, which is closed afterwards. The
-// process gets its own session, so it has no controlling terminal. After
-// `timeoutSeconds` the process group is killed and timedOut is set.
+// Runs `binary` with `arguments` in `workDir`, feeding `input` to its
+// standard input, which is closed afterwards. The process gets its own
+// session (no controlling terminal); after `timeoutSeconds` its process
+// group is killed and timedOut is set.
 ProgramResult runProgram(const std::string& binary, const std::string& workDir,
                          const std::string& input, double timeoutSeconds,
                          const std::vector<std::string>& arguments = {});
