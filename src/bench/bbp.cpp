@@ -2,6 +2,8 @@
 // the fork-join split of the terms over threads.
 #include "bench/bbp.h"
 
+#include "bench/bbp_internal.h"
+
 #include <cstdlib>
 
 #include "platform/console.h"
@@ -9,20 +11,11 @@
 
 namespace {
 
-using u128 = unsigned __int128;
+using bbp::TermKind;
+using bbp::termKinds;
+using bbp::u128;
 
-// The seven denominators of term n are slope * n + offset; the numerator
-// 2^shift; sign 1 for a negative coefficient.
-struct TermKind {
-  uint32_t slope;
-  uint32_t offset;
-  uint32_t shift;
-  uint32_t negative;
-};
-constexpr TermKind termKinds[7] = {
-    {4, 1, 5, 1}, {4, 3, 0, 1}, {10, 1, 8, 0}, {10, 3, 6, 1},
-    {10, 5, 2, 1}, {10, 7, 2, 1}, {10, 9, 0, 0},
-};
+const bool wideKernel = bbp::wideKernelAvailable();
 
 // floor(high:low / d) with high < d, and the remainder.
 inline uint64_t divideWide(uint64_t high, uint64_t low, uint64_t d, uint64_t* remainder) {
@@ -97,6 +90,11 @@ u128 sumRange(uint64_t bit, uint64_t first, uint64_t last) {
   constexpr int lanes = 8;
   u128 sum = 0;
   uint64_t n = first;
+  if (wideKernel) {
+    uint64_t batches = (last - first) / lanes;
+    sum = bbp::wideKernelSum(bit, first, batches);
+    n += batches * lanes;
+  }
   for (; n + lanes <= last; n += lanes) {
     for (const TermKind& kind : termKinds) {
       uint64_t d[lanes], e[lanes], r[lanes];
@@ -146,9 +144,10 @@ uint64_t rangeJob(void* context) {
   return 0;
 }
 
-// Bound of the error of the sum, in units of 2^-128: one unit per term and
-// the dropped tail, far below 2^40 for any position a run can reach.
-constexpr u128 errorBound = u128(1) << 40;
+// Bound of the error of the sum, in units of 2^-128: at most 2^24 per term
+// (fractions of 104 bits in the wide kernel) and the dropped tail, for up
+// to 2^42 terms: any position a run can reach.
+constexpr u128 errorBound = u128(1) << 66;
 
 }  // namespace
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "arith/fft/fft_tables.h"
+#include "bench/bbp.h"
 #include "constants/compute_settings.h"
 #include "memory/heap.h"
 #include "memory/raidfile.h"
@@ -110,5 +111,6 @@ double runComputation(void* context, ComputeSettings* settings) {
     free(settings->heap);
     settings->heap = nullptr;
   }
+  checkPiHexFile(settings);
   return computeSeconds;
 }
