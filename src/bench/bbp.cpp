@@ -15,7 +15,7 @@ using bbp::TermKind;
 using bbp::termKinds;
 using bbp::u128;
 
-const bool wideKernel = bbp::wideKernelAvailable();
+bool wideKernel = bbp::wideKernelAvailable();
 
 // floor(high:low / d) with high < d, and the remainder.
 inline uint64_t divideWide(uint64_t high, uint64_t low, uint64_t d, uint64_t* remainder) {
@@ -150,6 +150,12 @@ uint64_t rangeJob(void* context) {
 constexpr u128 errorBound = u128(1) << 66;
 
 }  // namespace
+
+bool bbpUseWideKernelForTesting(bool use) {
+  bool before = wideKernel;
+  wideKernel = use && bbp::wideKernelAvailable();
+  return before;
+}
 
 u128 piFractionAtBit(uint64_t bit, uint32_t threadPower) {
   // Terms with bit - 6 - 10 n >= 0 have non-negative exponents for every kind.

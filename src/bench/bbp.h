@@ -36,6 +36,10 @@ bool piHexDigitsAgree(uint64_t position, uint32_t digits, uint32_t threadPower);
 // Pi, compressed output, fewer than eight digits) is skipped.
 void checkPiHexFile(ComputeSettings* settings);
 
+// Test hook: false forces the scalar kernel, true uses the AVX-512 one where
+// the processor has it. Returns the previous choice.
+bool bbpUseWideKernelForTesting(bool use);
+
 // Test hook: the next check first changes the hexadecimal digit this many
 // places before the file's end (0 is the last digit); -1 turns it off.
 void bbpCorruptHexDigitForTesting(int64_t placesFromEnd);

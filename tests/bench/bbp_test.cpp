@@ -27,6 +27,13 @@ TEST(Bbp, AgreesWithMpfrAtTheStartAndNearPowersOfTwo) {
     }
   }
   positions.push_back(digits - 7);
+  // The scalar kernel (the only one on processors without AVX-512) at a few.
+  bool wide = bbpUseWideKernelForTesting(false);
+  for (uint64_t position : {uint64_t(1), uint64_t(4093), uint64_t(65537), uint64_t(1048576)}) {
+    bool exact = false;
+    EXPECT_EQ(piHexDigitsAt(position, 1, &exact), hexValue(pi, position)) << position;
+  }
+  bbpUseWideKernelForTesting(wide);
   for (uint64_t position : positions) {
     bool exact = false;
     uint32_t value = piHexDigitsAt(position, 1, &exact);
