@@ -32,8 +32,9 @@ bool piHexDigitsAgree(uint64_t position, uint32_t digits, uint32_t threadPower);
 
 // The check after a Pi run: reads the last eight digits of the run's
 // hexadecimal text file, compares them with the extraction, and prints one
-// line with the time; disagreement is fatal. A run without that file (not
-// Pi, compressed output, fewer than eight digits) is skipped.
+// line with the time (after a blank line, with no line end); disagreement
+// is fatal. A run without that file (not Pi, compressed output, fewer than
+// eight digits) is skipped.
 void checkPiHexFile(ComputeSettings* settings);
 
 // Test hook: false forces the scalar kernel, true uses the AVX-512 one where

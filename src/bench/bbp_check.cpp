@@ -68,7 +68,7 @@ void checkPiHexFile(ComputeSettings* settings) {
     fatalMessage(
         "The hexadecimal digits disagree with BBP digit extraction. Please check your hardware.");
   }
-  printWide("Hexadecimal digits ");
+  printWide("\n\nHexadecimal digits ");
   printGrouped(n - 7, 0);
   printWide(" to ");
   printGrouped(n, 0);
@@ -76,5 +76,5 @@ void checkPiHexFile(ComputeSettings* settings) {
   colorGreen(true);
   printWide("OK");
   colorDefault();
-  printNarrow("  (%0.3f seconds)\n\n", timerSeconds(start));
+  printNarrow("  (%0.3f seconds)", timerSeconds(start));
 }

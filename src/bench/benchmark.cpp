@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "arith/multiply.h"
 #include "bench/checksum.h"
 #include "bench/clock.h"
 #include "bench/report.h"
@@ -12,7 +13,6 @@
 #include "platform/console.h"
 #include "platform/files.h"
 #include "platform/threads.h"
-#include "arith/multiply.h"
 #include "shell/custom_menu.h"
 #include "shell/driver.h"
 #include "shell/estimate.h"

@@ -90,6 +90,9 @@ double runComputation(void* context, ComputeSettings* settings) {
 
   printWide("Begin Computation:\n\n");
   double computeSeconds = computeConstant(settings);
+  // The run's times end here; the end check of Pi's digits comes after.
+  double totalSeconds = timerSeconds(start);
+  checkPiHexFile(settings);
 
   printWide("\n\n");
   colorGreen(true);
@@ -101,7 +104,7 @@ double runComputation(void* context, ComputeSettings* settings) {
   colorGreen(true);
   printWide("Total Time (including writing digits):  ");
   colorYellow(true);
-  printTime(timerSeconds(start));
+  printTime(totalSeconds);
   colorDefault();
   printWide("\n\n");
 
@@ -111,6 +114,5 @@ double runComputation(void* context, ComputeSettings* settings) {
     free(settings->heap);
     settings->heap = nullptr;
   }
-  checkPiHexFile(settings);
   return computeSeconds;
 }

@@ -12,6 +12,7 @@
 #include "bench/sha256.h"
 #include "bench/validate.h"
 #include "platform/version.h"
+#include "support/death_console.h"
 #include "support/gmp_bridge.h"
 
 namespace {
@@ -178,6 +179,17 @@ TEST(Checksum, MakeChecksumNeedsAClockRecordAndValidates) {
                              info.checksumText, &seconds));
   EXPECT_EQ(seconds, 17.25f);
   EXPECT_EQ(checksumNewSalt() >> 60, 0u);
+}
+
+TEST(ChecksumDeathTest, AClockRecordNeverSetUpIsFatal) {
+  EXPECT_EXIT(
+      {
+        consoleToStandardError();
+        ClockInfo info;
+        memset(&info, 0, sizeof(info));
+        makeChecksum(&info, 1000, 0, 1.0);
+      },
+      ::testing::ExitedWithCode(1), "Sanity Check Error... Unable to validate benchmark");
 }
 
 }  // namespace

@@ -72,4 +72,23 @@ TEST(ProgramBenchmark, SmallestSizeThenValidationOfItsRecord) {
   removeTree(folder);
 }
 
+// On one processor the type question is skipped; the size menu then ends
+// with the input.
+TEST(ProgramBenchmark, OneProcessorSkipsTheTypeQuestion) {
+  std::string folder = makeTempFolder();
+  ProgramResult r = runProgram("/usr/bin/taskset", folder, "0\n", 60,
+                               {"-c", "0", NUMBRELLA_BINARY});
+  EXPECT_EQ(r.exitStatus, 1);
+  EXPECT_EQ(r.out.find("Select a Benchmark Type:"), std::string::npos);
+  EXPECT_NE(r.out.find("Select a Benchmark Size:\n\n"
+                       "Option      Decimal Digits          Approx. Memory Needed\n\n"
+                       "  1             25,000,000"),
+            std::string::npos)
+      << r.out;
+  EXPECT_NE(r.out.find("  0     I prefer SuperPi sizes... (1M, 2M, 4M...)\n\noption: "),
+            std::string::npos);
+  EXPECT_NE(r.out.find("Unexpected end of input."), std::string::npos);
+  removeTree(folder);
+}
+
 }  // namespace
