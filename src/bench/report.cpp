@@ -84,6 +84,23 @@ void printValidation(const ClockInfo* info, uint32_t threadPower, uint64_t digit
   colorDefault();
 }
 
+void printBatchResult(uint64_t digits, uint32_t trials, double totalSeconds, double bestSeconds,
+                      const ClockInfo* info, uint32_t threadPower) {
+  static const char* const rule =
+      "================================================================\n\n";
+  printWide(rule);
+  printWide("Benchmark Size: ");
+  printGrouped(digits, 0);
+  printNarrow("\nTotal Trials:   %u\n", trials);
+  printNarrow("Total Time:     %g seconds\n", totalSeconds);
+  printNarrow("Best Time:      %g seconds\n\n", bestSeconds);
+  if (info != nullptr) {
+    printValidation(info, threadPower, digits, bestSeconds);
+    printWide("\n");
+  }
+  printWide(rule);
+}
+
 void writeBenchmarkHeader(DigitStream* stream, const ClockInfo* info, uint32_t threadPower) {
   digitStreamPutText(stream, "Program Version:\t");
   digitStreamPutText(stream, versionLine);

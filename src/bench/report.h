@@ -20,6 +20,12 @@ void writeValidationFile(const char* path, const ClockInfo* info, uint32_t threa
 void printValidation(const ClockInfo* info, uint32_t threadPower, uint64_t digits,
                      double seconds);
 
+// The console form of one size of a batch, between two rules: size, trials,
+// total and best time, then (when `info` is not null: the best run has a
+// checksum) the validation screen of the best run.
+void printBatchResult(uint64_t digits, uint32_t trials, double totalSeconds, double bestSeconds,
+                      const ClockInfo* info, uint32_t threadPower);
+
 // The head of Benchmarks.txt: version, processor, frequency ("Unable to
 // Detect" when 0), thread power, and the column titles.
 void writeBenchmarkHeader(DigitStream* stream, const ClockInfo* info, uint32_t threadPower);

@@ -145,4 +145,29 @@ TEST(Report, ValidationFileAndConsole) {
   removeTree(folder);
 }
 
+TEST(Report, BatchResultWithAndWithoutChecksum) {
+  ClockInfo info = sampleClock();
+  strcpy(info.checksumText, "0123456789abcdef0123456789abcdef");
+  std::string out;
+  consoleCaptureTo(&out);
+  printBatchResult(25000000, 3, 40.5, 13.25, &info, 1);
+  printBatchResult(50000000, 2, 61.0, 30.0, nullptr, 1);
+  consoleCaptureTo(nullptr);
+  const std::string rule = "================================================================\n\n";
+  EXPECT_EQ(out, rule +
+                     "Benchmark Size: 25,000,000\nTotal Trials:   3\nTotal Time:     40.5 seconds\n"
+                     "Best Time:      13.25 seconds\n\n"
+                     "Version:        0.4.3 Build 7681 (x64 SSE3)\n"
+                     "Processor(s):   Sample CPU @ 3.00GHz\n"
+                     "CPU Frequency:  3,000,123,456 Hz\n"
+                     "Thread(s):      2\n"
+                     "Digits:         25,000,000\n"
+                     "Total Time:     13.25 seconds\n"
+                     "Checksum:       0123456789abcdef0123456789abcdef\n\n" +
+                     rule + rule +
+                     "Benchmark Size: 50,000,000\nTotal Trials:   2\nTotal Time:     61 seconds\n"
+                     "Best Time:      30 seconds\n\n" +
+                     rule);
+}
+
 }  // namespace
