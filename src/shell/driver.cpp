@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "arith/fft/fft_tables.h"
+#include "bench/bbp.h"
 #include "constants/compute_settings.h"
 #include "memory/heap.h"
 #include "memory/raidfile.h"
@@ -98,6 +99,9 @@ double runComputation(void* context, ComputeSettings* settings) {
 
   printWide("Begin Computation:\n\n");
   double computeSeconds = computeConstant(settings);
+  // The run's times end here; the end check of Pi's digits comes after.
+  double totalSeconds = timerSeconds(start);
+  checkPiHexFile(settings);
 
   printWide("\n\n");
   colorGreen(true);
@@ -109,7 +113,7 @@ double runComputation(void* context, ComputeSettings* settings) {
   colorGreen(true);
   printWide("Total Time (including writing digits):  ");
   colorYellow(true);
-  printTime(timerSeconds(start));
+  printTime(totalSeconds);
   colorDefault();
   printWide("\n\n");
 

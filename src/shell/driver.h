@@ -16,6 +16,8 @@ void printAlgorithmName(const ComputeSettings* settings);
 // Prints the run's header, reserves the arena (memoryNeeded + 1 MiB, kept in
 // settings->heap), builds the transform tables, runs the constant, prints the
 // computation time and the total time, and releases the arena and tables.
+// A Pi run's hexadecimal file is checked by digit extraction between the
+// end of the run and the times, which do not include the check.
 // Returns the computation time in seconds. `context` is not used.
 // memoryNeeded grows by 1 MiB on every call: estimate again before reuse.
 double runComputation(void* context, ComputeSettings* settings);

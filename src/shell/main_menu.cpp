@@ -2,6 +2,8 @@
 // then ends the program.
 #include "shell/main_menu.h"
 
+#include "bench/benchmark.h"
+#include "bench/validate.h"
 #include "constants/compute_settings.h"
 #include "platform/console.h"
 #include "platform/version.h"
@@ -98,11 +100,11 @@ void mainMenu() {
   printWide("Enter your choice:\n");
   uint32_t choice = readMenuOption("option: ", 0, 8);
   switch (choice) {
-    case 0:  // Benchmark Pi: not built yet
-      notAvailable();
+    case 0:
+      benchmarkPiMenu();
       break;
-    case 1:  // Validate a Pi Benchmark: not built yet
-      notAvailable();
+    case 1:
+      validateBenchmark();
       break;
     case 2:  // Batch benchmarks: not built yet
       notAvailable();
