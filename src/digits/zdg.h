@@ -90,6 +90,8 @@ inline void zdgPutDigit(ZdgWriter* writer, uint32_t digit) {
     writer->wordDigits = 0;
   }
 }
+// Takes `count` digits; the same as zdgPutDigit on each, whole words at once.
+void zdgPutDigits(ZdgWriter* writer, const uint8_t* digits, uint64_t count);
 // Writes the last word and closes the file. Frees what the writer owns.
 void zdgClose(ZdgWriter* writer);
 

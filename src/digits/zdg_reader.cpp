@@ -33,17 +33,17 @@ int openForReading(const char* path) {
 
 // Reads the bytes before the zero byte into `header` (when not null) and
 // consumes the zero byte; the data start is the file offset after it.
-// "Invalid File" when the file ends first.
+// Returns -1 when the file ends first.
 int64_t skipHeader(DigitReader* reader, std::string* header) {
   size_t seen = 0;
   for (;;) {
     uint32_t available = digitReaderRefill(reader);
-    if (available == 0) invalidFile();
+    if (available == 0) return -1;
     const uint8_t* start = reader->buffer + reader->bufferAt;
     const void* zero = memchr(start, 0, available);
     uint32_t take = zero != nullptr ? uint32_t(static_cast<const uint8_t*>(zero) - start) : available;
     seen += take;
-    if (seen > headerLimit) invalidFile();
+    if (seen > headerLimit) return -1;
     if (header != nullptr) header->append(reinterpret_cast<const char*>(start), take);
     reader->bufferAt += take;
     if (zero != nullptr) {
@@ -55,17 +55,18 @@ int64_t skipHeader(DigitReader* reader, std::string* header) {
   }
 }
 
-// A decimal count of at most 20 digits that fits in 64 bits, else invalid.
-uint64_t parseCount(const std::string& text) {
-  if (text.empty() || text.size() > 20) invalidFile();
-  uint64_t value = 0;
+// A decimal count that fits in 64 bits; false for anything else.
+bool parseCount(const std::string& text, uint64_t* value) {
+  if (text.empty() || text.size() > 20) return false;
+  uint64_t result = 0;
   for (char c : text) {
-    if (c < '0' || c > '9') invalidFile();
+    if (c < '0' || c > '9') return false;
     uint64_t digit = uint64_t(c - '0');
-    if (value > (UINT64_MAX - digit) / 10) invalidFile();
-    value = value * 10 + digit;
+    if (result > (UINT64_MAX - digit) / 10) return false;
+    result = result * 10 + digit;
   }
-  return value;
+  *value = result;
+  return true;
 }
 
 // The keys of the header, in the order of the file's lines.
@@ -89,8 +90,8 @@ const char* const keyNames[keyCount] = {"FileVersion", "NameLong",  "NameShort",
 
 // Splits the header into its lines and picks out each key's value: the text
 // after "Key:" with one tab skipped. Unknown lines are passed over;
-// "EndHeader" ends the parse.
-void parseHeader(const std::string& header, std::string values[keyCount]) {
+// "EndHeader" ends the parse. False when a key is missing.
+bool parseHeader(const std::string& header, std::string values[keyCount]) {
   bool found[keyCount] = {};
   size_t at = 0;
   while (at < header.size()) {
@@ -113,8 +114,43 @@ void parseHeader(const std::string& header, std::string values[keyCount]) {
     }
   }
   for (int k = 0; k < keyCount; k++) {
-    if (!found[k]) invalidFile();
+    if (!found[k]) return false;
   }
+  return true;
+}
+
+// Reads the header and fills the reader's fields. Returns null, or the
+// message to end with; the texts of the parse are gone by the time the
+// caller ends the run with it.
+const char* readHeaderFields(DigitReader* reader, const char* path) {
+  std::string header;
+  reader->dataStart = skipHeader(reader, &header);
+  if (reader->dataStart < 0) return "Invalid File";
+  std::string values[keyCount];
+  if (!parseHeader(header, values)) return "Invalid File";
+  uint64_t base;
+  if (!parseCount(values[keyBase], &base)) return "Invalid File";
+  if (base != 10 && base != 16) return "Unrecognized Radix";
+  reader->radix = uint32_t(base);
+  if (!parseCount(values[keyTotalDigits], &reader->totalDigits) ||
+      !parseCount(values[keyBlocksize], &reader->blockSize) ||
+      !parseCount(values[keyTotalBlocks], &reader->blockCount) ||
+      !parseCount(values[keyBlockId], &reader->blockId) || reader->blockSize == 0) {
+    return "Invalid File";
+  }
+  uint64_t blocks = reader->totalDigits == 0 ? 1 : (reader->totalDigits - 1) / reader->blockSize + 1;
+  if (reader->blockCount != blocks || reader->blockId >= blocks) return "Invalid File";
+  reader->idWidth = zdgIdWidth(reader->blockCount);
+  size_t length = strlen(path);
+  if (reader->blockCount > 1) {
+    if (length < 4 + size_t(reader->idWidth)) return "Invalid File";
+    reader->pathDigitsAt = length - 4 - reader->idWidth;
+  }
+  reader->nameLong = copyText(values[keyNameLong]);
+  reader->nameShort = copyText(values[keyNameShort]);
+  reader->firstDigits = copyText(values[keyFirstDigits]);
+  reader->programName = copyText(values[keyProgram] + " " + values[keyVersion]);
+  return nullptr;
 }
 
 // Loads the next data word into the reader ("Read Fault" when the file ends).
@@ -149,6 +185,34 @@ inline uint32_t takeDigit(DigitReader* reader) {
   return digit;
 }
 
+// All 19 (decimal) or 16 (hexadecimal) digits of a fresh word, top first.
+inline void wordToDigits(uint64_t word, uint32_t radix, uint8_t* values) {
+  if (radix == 16) {
+    for (int i = 15; i >= 0; i--) {
+      values[i] = uint8_t(word & 15);
+      word >>= 4;
+    }
+    return;
+  }
+  // 19 digits as 9 + 5 + 5, each part in 32-bit arithmetic.
+  uint32_t top = uint32_t(word / 10000000000ull);
+  uint64_t low = word - uint64_t(top) * 10000000000ull;
+  uint32_t middle = uint32_t(low / 100000);
+  uint32_t bottom = uint32_t(low - uint64_t(middle) * 100000);
+  for (int i = 18; i >= 14; i--) {
+    values[i] = uint8_t(bottom % 10);
+    bottom /= 10;
+  }
+  for (int i = 13; i >= 9; i--) {
+    values[i] = uint8_t(middle % 10);
+    middle /= 10;
+  }
+  for (int i = 8; i >= 0; i--) {
+    values[i] = uint8_t(top % 10);
+    top /= 10;
+  }
+}
+
 // Before reading digit `position`: the next block when the open one ends.
 inline void enterBlock(DigitReader* reader) {
   if (reader->blockCount > 1 && reader->position == reader->blockSize * (reader->blockId + 1)) {
@@ -164,31 +228,8 @@ void zdgOpen(Heap* heap, DigitReader* reader, const char* path) {
   reader->path = copyText(path);
   reader->file = openForReading(path);
 
-  std::string header;
-  reader->dataStart = skipHeader(reader, &header);
-  std::string values[keyCount];
-  parseHeader(header, values);
-
-  uint64_t base = parseCount(values[keyBase]);
-  if (base != 10 && base != 16) fatalMessage("Unrecognized Radix");
-  reader->radix = uint32_t(base);
-  reader->totalDigits = parseCount(values[keyTotalDigits]);
-  reader->blockSize = parseCount(values[keyBlocksize]);
-  reader->blockCount = parseCount(values[keyTotalBlocks]);
-  reader->blockId = parseCount(values[keyBlockId]);
-  if (reader->blockSize == 0) invalidFile();
-  uint64_t blocks = reader->totalDigits == 0 ? 1 : (reader->totalDigits - 1) / reader->blockSize + 1;
-  if (reader->blockCount != blocks || reader->blockId >= blocks) invalidFile();
-  reader->idWidth = zdgIdWidth(reader->blockCount);
-  size_t length = strlen(path);
-  if (reader->blockCount > 1) {
-    if (length < 4 + size_t(reader->idWidth)) invalidFile();
-    reader->pathDigitsAt = length - 4 - reader->idWidth;
-  }
-  reader->nameLong = copyText(values[keyNameLong]);
-  reader->nameShort = copyText(values[keyNameShort]);
-  reader->firstDigits = copyText(values[keyFirstDigits]);
-  reader->programName = copyText(values[keyProgram] + " " + values[keyVersion]);
+  const char* failure = readHeaderFields(reader, path);
+  if (failure != nullptr) fatalMessage(failure);
   reader->position = 0;
   reader->digitsLeft = 0;
   if (reader->blockId != 0) zdgSeek(reader, 0);
@@ -214,6 +255,7 @@ void zdgOpenBlock(DigitReader* reader, uint64_t block) {
   reader->file = openForReading(path);
   reader->bufferAt = reader->bufferEnd = 0;
   reader->dataStart = skipHeader(reader, nullptr);
+  if (reader->dataStart < 0) invalidFile();
   reader->blockId = block;
   reader->digitsLeft = 0;
 }
@@ -243,9 +285,26 @@ uint32_t zdgNextDigit(DigitReader* reader) {
 
 void zdgReadDigits(DigitReader* reader, uint8_t* values, uint64_t count) {
   if (count > reader->totalDigits - reader->position) fatalMessage("No more digits left.");
+  const uint32_t perWord = zdgDigitsPerWord(reader->radix);
   while (count > 0) {
     enterBlock(reader);
-    if (reader->digitsLeft == 0) loadWord(reader);
+    if (reader->digitsLeft == 0) {
+      // Whole words straight to the output while they fit in the block.
+      uint64_t blockLeft = reader->blockSize * (reader->blockId + 1) - reader->position;
+      uint64_t limit = count < blockLeft ? count : blockLeft;
+      uint64_t whole = limit / perWord;
+      for (uint64_t w = 0; w < whole; w++) {
+        loadWord(reader);
+        wordToDigits(reader->word, reader->radix, values);
+        values += perWord;
+      }
+      reader->digitsLeft = 0;
+      count -= whole * perWord;
+      reader->position += whole * perWord;
+      if (count == 0) break;
+      enterBlock(reader);
+      loadWord(reader);
+    }
     uint64_t take = reader->digitsLeft;
     if (take > count) take = count;
     uint64_t blockEnd = reader->blockSize * (reader->blockId + 1) - reader->position;

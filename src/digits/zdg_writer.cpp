@@ -117,6 +117,33 @@ void zdgNextBlock(ZdgWriter* writer) {
   openBlockFile(writer);
 }
 
+void zdgPutDigits(ZdgWriter* writer, const uint8_t* digits, uint64_t count) {
+  const uint32_t perWord = writer->digitsPerWord;
+  while (count > 0) {
+    if (writer->wordDigits == 0 && writer->blockLeft >= perWord && count >= perWord) {
+      uint64_t whole = (count < writer->blockLeft ? count : writer->blockLeft) / perWord;
+      for (uint64_t w = 0; w < whole; w++) {
+        uint64_t word = 0;
+        if (writer->radix == 16) {
+          for (uint32_t i = 0; i < 16; i++) word = (word << 4) | digits[i];
+        } else {
+          for (uint32_t i = 0; i < 19; i++) word = word * 10 + digits[i];
+        }
+        DigitStream* stream = &writer->stream;
+        if (stream->size - stream->fill < 8) digitStreamFlush(stream);
+        memcpy(stream->buffer + stream->fill, &word, 8);
+        stream->fill += 8;
+        digits += perWord;
+      }
+      writer->blockLeft -= whole * perWord;
+      count -= whole * perWord;
+      continue;
+    }
+    zdgPutDigit(writer, *digits++);
+    count--;
+  }
+}
+
 void zdgClose(ZdgWriter* writer) {
   if (writer->wordDigits != 0) {
     // A block left unfinished: its last digits go to the top of the word.

@@ -37,7 +37,7 @@ void compressTextDigits(Heap* heap, DigitReader* reader, const CompressRequest* 
     uint64_t left = request->digits - done;
     uint32_t take = left < toolChunkDigits ? uint32_t(left) : toolChunkDigits;
     readDigits(reader, values, take);
-    for (uint32_t i = 0; i < take; i++) zdgPutDigit(&writer, values[i]);
+    zdgPutDigits(&writer, values, take);
     done += take;
     statusUpdate(&status, done);
   }

@@ -32,7 +32,13 @@ void decompressToFile(DigitReader* reader, uint64_t first, uint64_t count, const
   for (uint64_t done = 0; done < count;) {
     uint32_t take = count - done < toolChunkDigits ? uint32_t(count - done) : toolChunkDigits;
     readDigits(reader, values, take);
-    for (uint32_t i = 0; i < take; i++) digitStreamPut(&stream, digitLetters[values[i]]);
+    if (stream.size - stream.fill >= take) {
+      char* out = stream.buffer + stream.fill;
+      for (uint32_t i = 0; i < take; i++) out[i] = digitLetters[values[i]];
+      stream.fill += take;
+    } else {
+      for (uint32_t i = 0; i < take; i++) digitStreamPut(&stream, digitLetters[values[i]]);
+    }
     done += take;
     statusUpdate(&status, done);
   }

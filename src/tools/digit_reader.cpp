@@ -14,26 +14,34 @@ namespace {
 // Bytes searched for the point at the start of a text file.
 constexpr uint32_t pointSearchBytes = 63;
 
-// Value of a digit character in `radix`, or -1.
-inline int digitValue(uint8_t c, uint32_t radix) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (radix == 16 && c >= 'a' && c <= 'f') return c - 'a' + 10;
-  return -1;
-}
+// Values of the characters in each radix; 0xff is no digit.
+struct DigitTables {
+  uint8_t decimal[256];
+  uint8_t hexadecimal[256];
+  DigitTables() {
+    for (int c = 0; c < 256; c++) {
+      decimal[c] = c >= '0' && c <= '9' ? uint8_t(c - '0') : 0xff;
+      hexadecimal[c] = c >= 'a' && c <= 'f' ? uint8_t(c - 'a' + 10) : decimal[c];
+    }
+  }
+};
+const DigitTables digitTables;
 
 void readTextDigits(DigitReader* reader, uint8_t* values, uint64_t count) {
   if (count > reader->totalDigits - reader->position) fatalMessage("No more digits left.");
-  const uint32_t radix = reader->radix;
+  const uint8_t* table = reader->radix == 16 ? digitTables.hexadecimal : digitTables.decimal;
   while (count > 0) {
     uint32_t available = digitReaderRefill(reader);
     if (available == 0) fatalMessage("Read Fault");
     uint32_t take = count < available ? uint32_t(count) : available;
     const uint8_t* bytes = reader->buffer + reader->bufferAt;
+    uint8_t invalid = 0;
     for (uint32_t i = 0; i < take; i++) {
-      int value = digitValue(bytes[i], radix);
-      if (value < 0) fatalMessage("Invalid Digit");
-      values[i] = uint8_t(value);
+      uint8_t value = table[bytes[i]];
+      invalid |= value & 0x80;
+      values[i] = value;
     }
+    if (invalid != 0) fatalMessage("Invalid Digit");
     reader->bufferAt += take;
     reader->position += take;
     values += take;
