@@ -185,6 +185,18 @@ inline uint32_t takeDigit(DigitReader* reader) {
   return digit;
 }
 
+// The `count` (odd) decimal digits of x, top first, into values[0 .. count).
+inline void partDigits(uint32_t x, uint8_t* values, int count) {
+  for (int i = count - 1; i > 0; i -= 2) {
+    uint32_t q = x / 100;
+    uint32_t r = x - q * 100;
+    values[i] = uint8_t(r % 10);
+    values[i - 1] = uint8_t(r / 10);
+    x = q;
+  }
+  values[0] = uint8_t(x);
+}
+
 // All 19 (decimal) or 16 (hexadecimal) digits of a fresh word, top first.
 inline void wordToDigits(uint64_t word, uint32_t radix, uint8_t* values) {
   if (radix == 16) {
@@ -194,23 +206,14 @@ inline void wordToDigits(uint64_t word, uint32_t radix, uint8_t* values) {
     }
     return;
   }
-  // 19 digits as 9 + 5 + 5, each part in 32-bit arithmetic.
+  // 19 digits as 9 + 5 + 5, each part in 32-bit arithmetic, two digits a step.
   uint32_t top = uint32_t(word / 10000000000ull);
   uint64_t low = word - uint64_t(top) * 10000000000ull;
   uint32_t middle = uint32_t(low / 100000);
   uint32_t bottom = uint32_t(low - uint64_t(middle) * 100000);
-  for (int i = 18; i >= 14; i--) {
-    values[i] = uint8_t(bottom % 10);
-    bottom /= 10;
-  }
-  for (int i = 13; i >= 9; i--) {
-    values[i] = uint8_t(middle % 10);
-    middle /= 10;
-  }
-  for (int i = 8; i >= 0; i--) {
-    values[i] = uint8_t(top % 10);
-    top /= 10;
-  }
+  partDigits(bottom, values + 14, 5);
+  partDigits(middle, values + 9, 5);
+  partDigits(top, values, 9);
 }
 
 // Before reading digit `position`: the next block when the open one ends.
