@@ -257,8 +257,22 @@ void zdgOpenBlock(DigitReader* reader, uint64_t block) {
   reader->path = path;
   reader->file = openForReading(path);
   reader->bufferAt = reader->bufferEnd = 0;
-  reader->dataStart = skipHeader(reader, nullptr);
-  if (reader->dataStart < 0) invalidFile();
+  // The block's own header must belong to the same number and name this block.
+  DigitReader check = *reader;
+  check.nameLong = check.nameShort = check.firstDigits = check.programName = nullptr;
+  const char* failure = readHeaderFields(&check, path);
+  free(check.nameLong);
+  free(check.nameShort);
+  free(check.firstDigits);
+  free(check.programName);
+  if (failure != nullptr) fatalMessage(failure);
+  if (check.radix != reader->radix || check.totalDigits != reader->totalDigits ||
+      check.blockSize != reader->blockSize || check.blockId != block) {
+    invalidFile();
+  }
+  reader->bufferAt = check.bufferAt;
+  reader->bufferEnd = check.bufferEnd;
+  reader->dataStart = check.dataStart;
   reader->blockId = block;
   reader->digitsLeft = 0;
 }

@@ -270,6 +270,20 @@ TEST(ZdgFormat, DamagedFilesEndWithTheirMessage) {
         zdgNextDigit(&reader);
       },
       testing::ExitedWithCode(1), "Unable to open or create file.");
+  // A block that belongs to another series is refused, not misread.
+  writeCompressed(folder.path, "other", randomDigits(900, 10, 5), 10, 300);
+  std::filesystem::copy_file(folder / "other/x - Dec - 1.zdg", folder / "series/x - Dec - 1.zdg",
+                             std::filesystem::copy_options::overwrite_existing);
+  EXPECT_EXIT(
+      {
+        consoleToStandardError();
+        DigitReader reader;
+        zdgOpen(nullptr, &reader, (folder / "series/x - Dec - 0.zdg").c_str());
+        zdgSeek(&reader, 299);
+        zdgNextDigit(&reader);
+        zdgNextDigit(&reader);
+      },
+      testing::ExitedWithCode(1), "Invalid File");
 }
 
 TEST(ZdgFormat, DigitWritersHandOverToTheCompressedFormat) {
