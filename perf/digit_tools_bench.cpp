@@ -21,7 +21,6 @@
 #include "tools/compare_digits.h"
 #include "tools/digit_reader.h"
 #include "tools/digit_viewer.h"
-#include "tools/viewer_internal.h"
 
 namespace {
 

@@ -32,6 +32,23 @@ void compressDigits(Heap* heap, DigitReader* reader);
 // the list with status 0.
 void checkBlocksAvailable(DigitReader* reader, uint64_t first, uint64_t count);
 
+// Bytes of each small heap the tools make for themselves: 20 MiB.
+constexpr uint64_t toolHeapBytes = 20971520;
+
+// What the compress dialogue collects.
+struct CompressRequest {
+  uint64_t digits;         // digits from the start to compress
+  uint64_t digitsPerFile;  // 0: one file
+  const char* nameLong;
+  const char* nameShort;
+  const char* directory;   // "": the current directory
+  const char* fileName;    // the stem, without extension
+  uint32_t radix;
+};
+// Compresses the first request->digits digits of the text file; the
+// header's first digits are the first 52 bytes of the file.
+void compressTextDigits(Heap* heap, DigitReader* reader, const CompressRequest* request);
+
 // Cuts `count` to the digits that follow digit `first` (0-based) in a file
 // of `total` digits.
 inline uint64_t clampCount(uint64_t total, uint64_t first, uint64_t count) {
