@@ -83,10 +83,12 @@ void exercise(const uint8_t* data, size_t size) {
     openTextDigits(&reader, path.c_str());
     reader.radix = radix;
   }
-  // In order from the start, then at an arbitrary place, then as rows.
+  // In order from where the reader stands, then at an arbitrary place, then
+  // as rows.
   uint64_t total = reader.totalDigits;
   uint8_t values[256];
-  uint64_t inOrder = total < readLimit ? total : readLimit;
+  uint64_t left = total - reader.position;
+  uint64_t inOrder = left < readLimit ? left : readLimit;
   for (uint64_t done = 0; done < inOrder;) {
     uint64_t take = inOrder - done < sizeof values ? inOrder - done : sizeof values;
     readDigits(&reader, values, take);

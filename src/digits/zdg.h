@@ -131,7 +131,9 @@ struct DigitReader {
 // Opens a compressed file (any block of a series) and reads its header.
 // Fatal: "Unable to open or create file.", "Invalid File" (no zero byte, a
 // key missing or malformed, inconsistent block fields), "Unrecognized
-// Radix", "Error Reading File.". The reader stands at digit 0.
+// Radix", "Error Reading File.". The reader stands at the first digit of
+// the block it opened (digit 0 for a single file); no other block file is
+// needed until a seek or a read reaches it.
 void zdgOpen(Heap* heap, DigitReader* reader, const char* path);
 // Moves to digit n (opening its block). Fatal past the end: "No more digits
 // left."; a data part cut short: "Read Fault".

@@ -233,9 +233,10 @@ void zdgOpen(Heap* heap, DigitReader* reader, const char* path) {
 
   const char* failure = readHeaderFields(reader, path);
   if (failure != nullptr) fatalMessage(failure);
-  reader->position = 0;
+  // The reader stands at the first digit of the block it opened; the other
+  // blocks are opened only when a seek or a read needs them.
+  reader->position = reader->blockId * reader->blockSize;
   reader->digitsLeft = 0;
-  if (reader->blockId != 0) zdgSeek(reader, 0);
 }
 
 char* zdgBlockPath(const DigitReader* reader, uint64_t block) {

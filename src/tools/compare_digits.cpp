@@ -38,6 +38,8 @@ uint64_t compareReaders(DigitReader* a, DigitReader* b, uint64_t limit, uint8_t*
   StatusLine status;
   statusStart(&status, "Comparing:  ", "  digits matched");
   uint64_t matched = 0;
+  seekDigit(a, 0);
+  seekDigit(b, 0);
   while (matched < limit) {
     uint32_t take = limit - matched < toolChunkDigits ? uint32_t(limit - matched) : toolChunkDigits;
     readDigits(a, valuesA, take);

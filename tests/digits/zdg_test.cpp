@@ -147,9 +147,17 @@ TEST(ZdgFormat, SeriesNamesArePaddedToTheBlockCount) {
   EXPECT_NE(last.find("Blocksize:\t10\r\n"), std::string::npos);
   EXPECT_NE(last.find("BlockID:\t10\r\n"), std::string::npos);
   EXPECT_EQ(last.size(), last.find('\0') + 1 + 8);
-  // A reader opened on a middle block starts at digit 0 all the same.
+  // A reader opened on a middle block stands at that block's first digit,
+  // and needs no other block until it goes there.
+  std::filesystem::remove(folder / "eleven/x - Hex - 00.zdg");
   DigitReader reader;
   zdgOpen(nullptr, &reader, (folder / "eleven/x - Hex - 05.zdg").c_str());
+  EXPECT_EQ(reader.position, 50u);
+  EXPECT_EQ(zdgNextDigit(&reader), uint32_t(randomDigits(101, 16, 2)[50]));
+  zdgClose(&reader);
+  writeCompressed(folder.path, "eleven", randomDigits(101, 16, 2), 16, 10);
+  zdgOpen(nullptr, &reader, (folder / "eleven/x - Hex - 05.zdg").c_str());
+  zdgSeek(&reader, 0);
   EXPECT_EQ(digitText(readAll(&reader)), digitText(randomDigits(101, 16, 2)));
   zdgClose(&reader);
 }

@@ -124,6 +124,13 @@ TEST(DigitViewer, MissingBlocksAreListedBeforeAnyOutput) {
   // Blocks 0 .. 2 are there: nothing to say.
   EXPECT_EQ(captured("", [&] { checkBlocksAvailable(&reader, 0, 300); }), "");
   closeDigits(&reader);
+  // Without block 0, a range in blocks 6 and 7 is still at hand from block 7's file.
+  std::filesystem::rename(folder / "s/x - Dec - 0.zdg", folder / "block0");
+  openCompressedDigits(nullptr, &reader, (folder / "s/x - Dec - 7.zdg").c_str());
+  std::string rows = captured("651\n100\n", [&] { viewRange(&reader); });
+  EXPECT_NE(rows.find(" :  750\n"), std::string::npos);
+  closeDigits(&reader);
+  std::filesystem::rename(folder / "block0", folder / "s/x - Dec - 0.zdg");
   EXPECT_EXIT(
       {
         consoleToStandardError();
