@@ -114,9 +114,17 @@ extern "C" void __wrap_exit(int status) {
 }
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  char pattern[] = "/tmp/digit_fuzz_XXXXXX";
-  if (mkdtemp(pattern) == nullptr) abort();
-  folder = pattern;
+  // The inputs go to DIGIT_FUZZ_FOLDER (scripts/fuzz.sh sets one in its
+  // build folder, reused by every run), else to a fresh temporary folder.
+  const char* given = getenv("DIGIT_FUZZ_FOLDER");
+  if (given != nullptr) {
+    folder = given;
+    mkdir(folder.c_str(), 0700);
+  } else {
+    char pattern[] = "/tmp/digit_fuzz_XXXXXX";
+    if (mkdtemp(pattern) == nullptr) abort();
+    folder = pattern;
+  }
   std::string series = folder + "/series";
   mkdir(series.c_str(), 0700);
   int probe = dup(0);

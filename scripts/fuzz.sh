@@ -27,11 +27,17 @@ sources=(
   src/platform/console_fatal.cpp src/platform/console_input.cpp
   src/platform/console_output.cpp src/platform/console_progress.cpp src/platform/files.cpp
 )
-if [ ! -x "$out/digit_files_fuzz" ] || [ -n "$(find "${sources[@]}" src -name '*.h' -newer "$out/digit_files_fuzz" | head -1)" ]; then
+stale() {
+  [ ! -x "$out/digit_files_fuzz" ] ||
+    [ -n "$(find "${sources[@]}" -newer "$out/digit_files_fuzz" | head -1)" ] ||
+    [ -n "$(find src -name '*.h' -newer "$out/digit_files_fuzz" | head -1)" ]
+}
+if stale; then
   clang++ -std=c++20 -O1 -g -fsanitize=fuzzer,address,undefined -fno-sanitize-recover=undefined \
     -Isrc -Wl,--wrap=exit "${sources[@]}" -o "$out/digit_files_fuzz" -lpthread
 fi
 
-ASAN_OPTIONS="detect_leaks=0:${ASAN_OPTIONS:-}" "$out/digit_files_fuzz" -max_total_time="$seconds" -max_len=8192 -timeout=10 \
+DIGIT_FUZZ_FOLDER="$PWD/$out/inputs" ASAN_OPTIONS="detect_leaks=0:${ASAN_OPTIONS:-}" \
+  "$out/digit_files_fuzz" -max_total_time="$seconds" -max_len=8192 -timeout=10 \
   -detect_leaks=0 -rss_limit_mb=2048 -artifact_prefix="$out/artifacts/" \
   -print_final_stats=1 "$@" "$out/corpus" fuzz/corpus
