@@ -34,7 +34,11 @@ void decompressToFile(DigitReader* reader, uint64_t first, uint64_t count, const
     readDigits(reader, values, take);
     if (stream.size - stream.fill >= take) {
       char* out = stream.buffer + stream.fill;
-      for (uint32_t i = 0; i < take; i++) out[i] = digitLetters[values[i]];
+      if (reader->radix == 10) {
+        for (uint32_t i = 0; i < take; i++) out[i] = char('0' + values[i]);
+      } else {
+        for (uint32_t i = 0; i < take; i++) out[i] = digitLetters[values[i]];
+      }
       stream.fill += take;
     } else {
       for (uint32_t i = 0; i < take; i++) digitStreamPut(&stream, digitLetters[values[i]]);
