@@ -14,8 +14,8 @@
 // "0". There is no trailing line end.
 //
 // Each top writer picks its worker by computeMode (Ram Only or Basic Swap)
-// and digitsPerFile (0: text; any other value: the compressed format, which
-// this build refuses with a message rather than write half a format). Any
+// and digitsPerFile (0: text; any other value: the compressed format of
+// digits/zdg.h, one file for -1, files of that many digits otherwise). Any
 // other mode writes nothing and returns 0.
 #pragma once
 
@@ -123,15 +123,19 @@ uint64_t writeDigitLayout(DigitStream* stream, const DigitSource* source, uint64
 // `integerDigits`, closes, and returns the seconds spent.
 double writeDigitText(ComputeSettings* settings, const DigitSource* source, uint64_t integerDigits,
                       uint32_t labelFlag);
-// Whether this version writes compressed digit files: until it does, the
-// custom menu does not offer them.
-constexpr bool compressedOutputAvailable = false;
 // The compressed format's worker (digitsPerFile non-zero). Fewer than 100
-// requested digits is fatal ("Too few digits to compress."). The format
-// itself is not built yet: a request for it ends the run with a message
-// before any file is written (the hexadecimal writer comes first).
+// requested digits is fatal ("Too few digits to compress."), and so is a
+// value that is not below R (position 0 or 1): "Number is out of range.".
+// The files hold the digits that follow the point in the text layout.
 double writeDigitCompressed(ComputeSettings* settings, const DigitSource* source,
                             uint64_t integerDigits, uint32_t labelFlag);
+// The head of a compressed file: fills firstDigits (52 characters and a
+// terminator: the integer word's digits or "0", ".", the digits after the
+// point) and *firstIndex (the source word where the digits after the point
+// begin), and returns how many digits follow the point when the text layout
+// writes `count` digits. Fatal for a position other than 0 or 1.
+uint64_t compressedLayout(const DigitSource* source, uint64_t count, char* firstDigits,
+                          int64_t* firstIndex);
 // "Too few digits to compress." when requestedDigits is below 100; the
 // decimal writer checks it before it spends the conversion.
 void digitCompressedCheck(uint64_t requestedDigits);

@@ -30,18 +30,6 @@ const char* const threadsText =
     "not want numbrella to use.\n\n"
     "Otherwise, numbrella will end up using more cores than what you specify.\n";
 
-// Option 7. While compressed files cannot be written, the format menu is
-// not offered (a run would only fail after the whole computation): the
-// digits go to text files. A run too small to compress is told so first.
-void outputFormatChoice(ComputeSettings* settings) {
-  if (compressedOutputAvailable || settings->hexDigits < compressionFloorHexDigits) {
-    menuOutputFormat(settings);
-    return;
-  }
-  settings->digitsPerFile = 0;
-  printWide("Compressed digit files are not available in this version.\n\n\n");
-}
-
 }  // namespace
 
 uint64_t readMenuCount(const char* prompt, uint64_t low, uint64_t high) {
@@ -136,7 +124,7 @@ void customComputeMenu(ComputeSettings* settings) {
         menuOutputPath(settings);
         break;
       case 7:
-        outputFormatChoice(settings);
+        menuOutputFormat(settings);
         break;
       case 8:
         menuComputationMode(settings);

@@ -11,6 +11,8 @@
 #include "shell/driver.h"
 #include "shell/settings_init.h"
 #include "shell/info_screens.h"
+#include "tools/compare_digits.h"
+#include "tools/digit_viewer.h"
 
 namespace {
 
@@ -115,11 +117,11 @@ void mainMenu() {
     case 4:
       customCompute();
       break;
-    case 5:  // Digit Viewer: not built yet
-      notAvailable();
+    case 5:
+      digitViewerMenu();
       break;
-    case 6:  // Compare Digits: not built yet
-      notAvailable();
+    case 6:
+      compareDigitsMenu();
       break;
     case 7:
       showAbout();

@@ -80,7 +80,7 @@ TEST(DigitWriters, OtherModesWriteNothing) {
 
 TEST(DigitWritersDeathTest, CompressedOutputIsRefusedBeforeAnyFile) {
   TempFolder folder;
-  for (uint64_t hexDigits : {uint64_t(99), uint64_t(100)}) {
+  for (uint64_t hexDigits : {uint64_t(99)}) {
     EXPECT_EXIT(
         {
           consoleToStandardError();

@@ -20,8 +20,7 @@ const char* const notAvailable = " is not available in this version.\n";
 TEST(NotAvailableProgram, MenuOptionsAndConstantsNotBuiltSaySoInOneLine) {
   // Main-menu options, then the custom constants without a computation: one
   // line each, no memory reserved, no time reported, status 0.
-  const std::string scripts[] = {"2\n",          "3\n",
-                                 "5\n",         "6\n",         "4\n1\n4\n0\n", "4\n1\n5\n0\n",
+  const std::string scripts[] = {"2\n", "3\n", "4\n1\n4\n0\n", "4\n1\n5\n0\n",
                                  "4\n1\n8\n0\n", "4\n1\n9\n0\n", "4\n1\n10\n0\n"};
   Folder folder;
   for (const std::string& script : scripts) {
@@ -33,17 +32,6 @@ TEST(NotAvailableProgram, MenuOptionsAndConstantsNotBuiltSaySoInOneLine) {
     EXPECT_EQ(countOccurrences(r.out, "seconds"), 0u);
   }
   EXPECT_TRUE(listFolder(folder.path).empty());
-}
-
-TEST(NotAvailableProgram, CompressedOutputIsNotOffered) {
-  // Two million digits would be large enough to compress; the menu says
-  // compression is not available and the settings stay on text output.
-  Folder folder;
-  ProgramResult r = runNumbrella(folder.path, "4\n3\n2000000\n7\n", 30);
-  EXPECT_EQ(countOccurrences(r.out, "Compressed digit files are not available in this version.\n"),
-            1u)
-      << r.out;
-  EXPECT_EQ(countOccurrences(r.out, "Compress digits into"), 0u) << r.out;
 }
 
 TEST(NotAvailableProgram, ADigitFileThatCannotBeCreatedEndsTheRunWhenInputHasEnded) {
