@@ -2,7 +2,6 @@
 // in place: the thread count and the output format.
 #include "shell/custom_menu.h"
 
-#include "digits/digit_writer.h"
 #include "platform/console.h"
 #include "shell/estimate.h"
 
