@@ -184,7 +184,7 @@ TEST(RootMemory, EstimateCoversDrawnSizesAndTheWidestRunOfTheirWordCount) {
   // a transform row's edge the widest run of a word count (its most digits,
   // five integer digits) takes the next row where a narrower run does not,
   // and the estimate, which must hold the widest, is up to 1.31 times a
-  // narrower run's peak (measured from 20000 to 120000 digits; 1.05 against
+  // narrower run's peak (measured from 20000 to 120000 digits; 1.08 against
   // the widest). So the drawn run must fit, and closeness is measured on the
   // widest run of its word count. Below about 20000 digits the fixed margins
   // weigh more; the runs of the table above cover those sizes.
