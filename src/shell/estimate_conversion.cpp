@@ -71,7 +71,7 @@ uint64_t estimateConversion(uint64_t wordCount, uint32_t threadPower) {
       (wordCount + w + conversionTableWords(top, levels)) * 4 + 128 * levels + 1024;
   const uint64_t length = wordCount + 5;
   const uint64_t power = normalizationPowerWords(length);
-  const uint64_t size = (length + power + 1) / 2 + 1;
+  const uint64_t size = (length + power + 1) / 2;
   // The front end picks the method by the shorter operand, the power.
   const uint64_t product =
       power < transformStart ? karatsubaScratchBytes(size) : productScratchAt(size, threadPower);

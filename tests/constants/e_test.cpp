@@ -46,16 +46,7 @@ void exactRange(uint64_t a, uint64_t b, mpz_t plus, mpz_t minus, mpz_t q) {
   }
 }
 
-::testing::AssertionResult numberIs(const SplitNumber& n, const mpz_t want, const char* name) {
-  if (n.length != 0 && (n.words[n.length - 1] == 0 || n.words[0] == 0)) {
-    return ::testing::AssertionFailure() << name << " is not stripped";
-  }
-  Number got;
-  testbridge::toMpz(got.z, n.words, n.length);
-  mpz_mul_2exp(got.z, got.z, 32 * n.stripped);
-  if (mpz_cmp(got.z, want) != 0) return ::testing::AssertionFailure() << name << " differs";
-  return ::testing::AssertionSuccess();
-}
+using constant_test::numberIs;
 
 // The numbers of (a, b] as the algorithm's record holds them.
 ::testing::AssertionResult recordIs(uint32_t algorithm, const SplitRecord& record, uint64_t a,
@@ -106,10 +97,12 @@ const uint32_t allAlgorithms[] = {eExpOne, eExpMinusOne, eComputeVerify};
 
 }  // namespace
 
-TEST(ELeaves, IterativeLeavesAgreeWithGmp) {
+// The leaves term by term, and the thread layer over ranges of all sizes,
+// past the word bound too, against GMP.
+TEST(ESeries, LeavesAndRangesAgreeWithGmp) {
   testbridge::Random random = testbridge::testRandom();
   Heap heap;
-  heapInit(nullptr, &heap, 1 << 20);
+  heapInit(nullptr, &heap, 32 << 20);
   std::vector<uint64_t> starts = {1, 2, 3, 0xfffffff0ull, 0xfffffffe - 9, 0xfffffffe - 2};
   for (int i = 0; i < 30; i++) starts.push_back(random.logUniform(1, 0xfffffff0ull));
   for (uint32_t algorithm : allAlgorithms) {
@@ -132,14 +125,7 @@ TEST(ELeaves, IterativeLeavesAgreeWithGmp) {
     SplitRecord record;
     EXPECT_FALSE(kind->leaf(&heap, kind, 5, 5 + eLeafTerms + 1, &record, 0));
   }
-  EXPECT_EQ(heap.activeBlocks, 0u);
-  heapDestroy(&heap);
-}
-
-TEST(ESums, RangesOfAllSizesPastTheWordBound) {
   buildFftTables(20000);
-  Heap heap;
-  heapInit(nullptr, &heap, 32 << 20);
   const std::pair<uint64_t, uint64_t> ranges[] = {{1, 2},
                                                   {1, 33},
                                                   {1, 5000},

@@ -134,19 +134,7 @@ struct Arena {
   }
 };
 
-::testing::AssertionResult numberIs(const SplitNumber& n, const mpz_t want, const char* name) {
-  if (n.length != 0 && (n.words[n.length - 1] == 0 || n.words[0] == 0)) {
-    return ::testing::AssertionFailure() << name << " has a zero top or low word";
-  }
-  for (const uint32_t* w = n.base; w < n.words; w++) {
-    if (*w != 0) return ::testing::AssertionFailure() << name << " has words below it";
-  }
-  Number got;
-  testbridge::toMpz(got.z, n.words, n.length);
-  mpz_mul_2exp(got.z, got.z, 32 * n.stripped);
-  if (mpz_cmp(got.z, want) != 0) return ::testing::AssertionFailure() << name << " differs";
-  return ::testing::AssertionSuccess();
-}
+using constant_test::numberIs;
 
 ::testing::AssertionResult recordIs(const SeriesKind& kind, const SplitRecord& record, uint64_t a,
                                     uint64_t b, bool withP) {

@@ -126,6 +126,10 @@ TEST(EstimateConstant, DispatchByConstantAndMode) {
 // working memory and a product of 0.85 L, the hybrid transform's, and not
 // three times that.
 TEST(EstimateProduct, ThreadLevelsOnlyAddAndTheConversionIsSingleThreaded) {
+  // The scratch grows with the size through the methods' ranges.
+  EXPECT_LT(productScratchAt(10, 0), productScratchAt(20, 0));
+  EXPECT_LT(productScratchAt(20, 0), productScratchAt(57, 0));
+  EXPECT_LT(productScratchAt(57, 0), productScratchAt(58, 0));
   EXPECT_EQ(estimateProduct(1000, 0, 0, 0), productScratch(1000, 0));
   EXPECT_GT(estimateProduct(1000, 2, 0, 0), estimateProduct(1000, 0, 0, 0));
   EXPECT_GT(estimateProduct(1000, 2, 1, 0), estimateProduct(1000, 2, 0, 0));
