@@ -33,14 +33,18 @@ static uint64_t conversionTableWords(uint64_t top, uint32_t levels) {
   return uint64_t((long double)(top << levels) * (long double)splitFactor);
 }
 
-// Mantissa words of 10^(9 m) for the normalisation of a number of `length`
-// words: m = trunc(length * radixWords) at the most, and the power's factor
-// 2^(9 m) goes to the exponent but for its last 9 m mod 32 bits, so 9 m
-// log2(5) bits and those remain.
-static uint64_t normalizationPowerWords(uint64_t length) {
-  const uint64_t m = uint64_t((long double)length * (long double)radixWords);
+// Mantissa words of 10^(9 m) as the conversion holds it: the factor 2^(9 m)
+// goes to the exponent but for its last 9 m mod 32 bits, so 9 m log2(5)
+// bits and those remain.
+static uint64_t billionPowerWords(uint64_t m) {
   const uint64_t bits = uint64_t((long double)(9 * m) * 2.32192809488736234787L) + (9 * m) % 32 + 1;
   return (bits + 31) / 32;
+}
+
+// The power of the normalisation of a number of `length` words: m =
+// trunc(length * radixWords) at the most.
+static uint64_t normalizationPowerWords(uint64_t length) {
+  return billionPowerWords(uint64_t((long double)length * (long double)radixWords));
 }
 
 // The peak of a conversion is its normalisation, the product of the number
@@ -67,7 +71,7 @@ uint64_t estimateConversion(uint64_t wordCount, uint32_t threadPower) {
       (wordCount + w + conversionTableWords(top, levels)) * 4 + 128 * levels + 1024;
   const uint64_t length = wordCount + 5;
   const uint64_t power = normalizationPowerWords(length);
-  const uint64_t size = (length + power + 1) / 2 + 1;
+  const uint64_t size = (length + power + 1) / 2;
   // The front end picks the method by the shorter operand, the power.
   const uint64_t product =
       power < transformStart ? karatsubaScratchBytes(size) : productScratchAt(size, threadPower);
@@ -153,10 +157,9 @@ static uint64_t rootNewtonPeak(uint64_t w, uint32_t t) {
   return std::max(square, product);
 }
 
-// Mantissa words of 10^(9 n) (its factor 2^(9 n) is carried in the exponent,
-// so 9 n log2(5) bits remain) and of its inverse, to the power's position + 4
+// Mantissa words of 10^(9 n) and of its inverse, to the power's position + 4
 // words and 3 guard words.
-static uint64_t rootPowerWords(uint64_t n) { return uint64_t(double(n) * 0.6530552) + 2; }
+static uint64_t rootPowerWords(uint64_t n) { return billionPowerWords(n); }
 static uint64_t rootInverseWords(uint64_t n) { return uint64_t(double(n) * radixWordsInverse) + 9; }
 
 // The conversion of a number of `length` words to `words` words of
@@ -189,16 +192,18 @@ static uint64_t rootConversionPeak(uint64_t length, uint64_t words, bool swapped
   const uint64_t kept = swapped ? 0 : table;
   // The normalisation: 10^(9 m), m = (length - 1) * 1.07..., by squares to
   // words + 13 words at most (the exact power is shorter for a number of
-  // position 1), then its product with the number, kept to words + 3 words,
-  // above the table. The squares and steps by 10^9 before it leave holes of
-  // up to twice the power's size under it.
+  // position 1), then its product with the number, above the table. The
+  // product keeps `words` words: the front end drops the low words of either
+  // operand past that length, which cannot reach them, and near a transform
+  // row's edge those few words decide the row. The squares and steps by
+  // 10^9 before it leave holes of up to twice the power's size under it.
   const uint64_t m = uint64_t(double(length - 1) * radixWords);
   const uint64_t power = std::min(words + 13, rootPowerWords(m));
   const uint64_t half = std::min(words + 13, rootPowerWords(m / 2 + 1));
   const uint64_t squaring = kept + number + rootBlock(half + 2) + rootBlock(power + 2) +
                             rootProductWork(half, half, true, t);
   const uint64_t product = kept + number + 3 * rootBlock(power + 2) + rootBlock(words + 5) +
-                           rootProductWork(length, power, false, t);
+                           rootProductWork(std::min(length, words), std::min(power, words), false, t);
   // The top division: the integer Y (in the number's place) and the output
   // beside q = Y * inverse, kept to the precision p of the top power, which
   // leaves p + 3 words of Y in the product.
@@ -222,8 +227,9 @@ static constexpr uint64_t rootSmallBlocks = 1024;
 
 static uint64_t rootPeak(uint64_t wordCount, bool swapped, uint32_t t) {
   const uint64_t w = wordCount + 2;
-  // The conversion asks for the digits of the word count and the integer
-  // digits: at most wordCount + 4 words, and one more for the secondary cuts.
+  // The conversion's precision is the words of the digits asked for, the
+  // integer digits included (at most wordCount - 1), and 3 guard words; its
+  // products keep 3 words more: at most wordCount + 5.
   const uint64_t words = wordCount + 5;
   return std::max(rootNewtonPeak(w, t), rootConversionPeak(w + 4, words, swapped, t)) +
          rootSmallBlocks;

@@ -18,13 +18,32 @@
 
 #include "arith/fft/fft_tables.h"
 #include "constants/compute_settings.h"
+#include "constants/series.h"
 #include "digits/digit_writer.h"
 #include "memory/heap.h"
 #include "memory/raidfile.h"
 #include "platform/console.h"
 #include "platform/threads.h"
+#include "support/gmp_bridge.h"
 
 namespace constant_test {
+
+// A number of a series record equals `want`: stripped of zero words at both
+// ends, nothing left below its words, its stripped words counted.
+inline ::testing::AssertionResult numberIs(const SplitNumber& n, const mpz_t want,
+                                           const char* name) {
+  if (n.length != 0 && (n.words[n.length - 1] == 0 || n.words[0] == 0)) {
+    return ::testing::AssertionFailure() << name << " has a zero top or low word";
+  }
+  for (const uint32_t* w = n.base; w < n.words; w++) {
+    if (*w != 0) return ::testing::AssertionFailure() << name << " has words below it";
+  }
+  testbridge::Number got;
+  testbridge::toMpz(got.z, n.words, n.length);
+  mpz_mul_2exp(got.z, got.z, 32 * n.stripped);
+  if (mpz_cmp(got.z, want) != 0) return ::testing::AssertionFailure() << name << " differs";
+  return ::testing::AssertionSuccess();
+}
 
 inline std::string makeFolder(const char* stem) {
   std::string pattern = std::string("/tmp/") + stem + "_XXXXXX";

@@ -21,6 +21,7 @@
 #include "memory/raidfile.h"
 #include "platform/console.h"
 #include "platform/threads.h"
+#include "constant_run.h"
 #include "support/gmp_bridge.h"
 
 namespace {
@@ -133,19 +134,7 @@ struct Arena {
   }
 };
 
-::testing::AssertionResult numberIs(const SplitNumber& n, const mpz_t want, const char* name) {
-  if (n.length != 0 && (n.words[n.length - 1] == 0 || n.words[0] == 0)) {
-    return ::testing::AssertionFailure() << name << " has a zero top or low word";
-  }
-  for (const uint32_t* w = n.base; w < n.words; w++) {
-    if (*w != 0) return ::testing::AssertionFailure() << name << " has words below it";
-  }
-  Number got;
-  testbridge::toMpz(got.z, n.words, n.length);
-  mpz_mul_2exp(got.z, got.z, 32 * n.stripped);
-  if (mpz_cmp(got.z, want) != 0) return ::testing::AssertionFailure() << name << " differs";
-  return ::testing::AssertionSuccess();
-}
+using constant_test::numberIs;
 
 ::testing::AssertionResult recordIs(const SeriesKind& kind, const SplitRecord& record, uint64_t a,
                                     uint64_t b, bool withP) {
@@ -199,16 +188,12 @@ double relativeErrorBits(const SeriesKind& kind, SplitFloats* sum, uint64_t term
   return result;
 }
 
-std::string makeFolder(const char* stem) {
-  std::string pattern = std::string("/tmp/") + stem + "_XXXXXX";
-  if (mkdtemp(pattern.data()) == nullptr) return std::string();
-  return pattern;
-}
-
 }  // namespace
 
-TEST(SeriesSizes, StirlingFollowsTheFactorialsInWords) {
-  EXPECT_NEAR(double(lnFactorial(1.0L)), 2.5 * (std::log(2.0) - 1.0) + 1.4189385332046727, 1e-15);
+// Stirling's words of n! against MPFR; the searched term count is the least
+// that reaches the words; the split point is the midpoint below a hundred
+// terms and else the first m whose size reaches half the range's.
+TEST(SeriesSizes, StirlingTermCountsAndSplitPoints) {
   for (uint64_t n : {10ull, 100ull, 1000ull, 123457ull}) {
     Number f;
     mpz_fac_ui(f.z, n + 1);
@@ -216,31 +201,23 @@ TEST(SeriesSizes, StirlingFollowsTheFactorialsInWords) {
     mpfr_init2(x, 128);
     mpfr_set_z(x, f.z, MPFR_RNDN);
     mpfr_log2(x, x, MPFR_RNDN);
-    const double words = mpfr_get_d(x, MPFR_RNDN) / 32.0;
-    mpfr_clear(x);
     // The formula is Stirling's for (n + 1)!: a bound of n! from above.
-    EXPECT_NEAR(double(lnFactorialWords((long double)n)), words, 0.001) << n;
+    EXPECT_NEAR(double(lnFactorialWords((long double)n)), mpfr_get_d(x, MPFR_RNDN) / 32.0, 0.001);
+    mpfr_clear(x);
   }
-}
-
-TEST(SeriesTerms, SearchedCountsAreTheLeastThatReachTheWords) {
-  EXPECT_EQ(termsForWords(0, &plainKind), 1u);
   SeriesKind searched = plainKind;
   searched.termsPerWord = 0.0L;
-  for (uint64_t words : {0ull, 1ull, 2ull, 7ull, 100ull, 1000ull, 65536ull, 1000003ull}) {
+  EXPECT_EQ(termsForWords(0, &plainKind), 1u);
+  EXPECT_EQ(termsForWords(0, &searched), 1u);
+  for (uint64_t words : {1ull, 2ull, 7ull, 100ull, 65536ull, 1000003ull}) {
     const uint64_t n = termsForWords(words, &searched);
     EXPECT_GE(searched.sizeWords((long double)n), (long double)words) << words;
     if (n > 1) {
       EXPECT_LT(searched.sizeWords((long double)(n - 1)), (long double)words) << words;
     }
   }
-  EXPECT_EQ(termsForWords(0, &searched), 1u);
-}
-
-TEST(SeriesSplit, MidpointBelowAHundredTermsAndHalfTheSizeAbove) {
   EXPECT_EQ(splitPoint(&plainKind, 10, 109), 59u);
   EXPECT_EQ(splitPoint(&plainKind, 0, 2), 1u);
-  EXPECT_EQ(splitPoint(&plainKind, 7, 8 + 98), 56u);
   testbridge::Random random = testbridge::testRandom();
   for (int i = 0; i < 100; i++) {
     const uint64_t a = random.logUniform(1, 1ull << 40) - 1;
@@ -249,14 +226,16 @@ TEST(SeriesSplit, MidpointBelowAHundredTermsAndHalfTheSizeAbove) {
     ASSERT_GT(m, a);
     ASSERT_LT(m, b);
     const long double target = (testSizeWords(a) + testSizeWords(b)) * 0.5L;
-    // The upper bound of the bisection: the first m whose size reaches the
-    // target.
     EXPECT_GE(testSizeWords(m), target) << a << " " << b;
     EXPECT_LT(testSizeWords(m - 1), target) << a << " " << b;
   }
 }
 
-TEST(SeriesPlans, BlocksCoverTheTermsWithFallingPrecision) {
+// A plan covers the terms with blocks of falling precision and rising
+// shifts; the first block ends where its Q outgrows the precision left, far
+// enough down the blocks are truncated, and a big budget never asks for
+// swap. A small one halves each block's need until it fits.
+TEST(SeriesPlans, BlocksCoverTheTermsAndHalveTheNeedToTheBudget) {
   for (uint32_t mode : {0u, 1u, 2u}) {
     for (uint64_t words : {50ull, 4000ull, 300000ull}) {
       SeriesPlan plan;
@@ -271,16 +250,12 @@ TEST(SeriesPlans, BlocksCoverTheTermsWithFallingPrecision) {
         EXPECT_GT(block.last, block.first) << i;
         const long double left = (long double)words - (long double)block.first / testTermsPerWord;
         EXPECT_EQ(block.precision, uint64_t(std::max(left, 0.0L))) << i;
-        EXPECT_EQ(block.reserved, 0u);
-        // A big budget never asks for swap.
-        EXPECT_EQ(block.swapLevels, 0u);
-        EXPECT_EQ(block.swapFlag, 0u);
+        EXPECT_EQ(block.reserved + block.swapLevels + block.swapFlag, 0u) << i;
         if (i > 0) {
-          EXPECT_LE(block.precision, plan.blocks[i - 1].precision);
-          EXPECT_GE(block.shift, plan.blocks[i - 1].shift);
+          EXPECT_GE(block.shift, plan.blocks[i - 1].shift) << i;
         }
         if (block.shift != 0 || mode == 0) {
-          EXPECT_EQ(block.topLevels, 0u);
+          EXPECT_EQ(block.topLevels, 0u) << i;
         }
         if (i == 0 && mode != 0) {
           EXPECT_EQ(block.topLevels, seriesTopLevels(words, 1));
@@ -288,35 +263,35 @@ TEST(SeriesPlans, BlocksCoverTheTermsWithFallingPrecision) {
         start = block.last;
       }
       EXPECT_EQ(start, terms);
-      // The first block ends where its Q outgrows the precision left.
       const SeriesBlock& first = plan.blocks[0];
       const long double w = 1.0L / testTermsPerWord;
       EXPECT_LE((long double)words - w * first.last, testSizeWords(first.last));
       EXPECT_GT((long double)words - w * (first.last - 1), testSizeWords(first.last - 1));
-      // Far enough down, the blocks are truncated.
       if (words >= 4000) {
         EXPECT_GT(plan.blocks[plan.count - 1].shift, 0u) << words;
       }
       seriesPlanRelease(&plan);
     }
   }
-}
-
-TEST(SeriesPlans, SwapFieldsHalveTheNeedToTheBudget) {
   SeriesPlan plan;
   seriesPlanInit(&plan, 4);
-  const uint64_t words = 300000;
-  buildSeriesPlan(&plan, &plainKind, 1000000, words, 1, 2);
-  const SeriesBlock& first = plan.blocks[0];
-  const uint64_t full = seriesBlockNeed(&plainKind, first.first, first.last, first.precision, 1);
-  // The numbers alone: 4 bytes a word of 2 Q + P, and 32 bytes a word of
-  // precision.
-  const long double numbers = 2 * testSizeWords(first.last) + testSizePWords(first.last);
-  ASSERT_GT(full, uint64_t(4 * numbers) + 32 * first.precision);
-  uint32_t halvings = 0;
-  for (uint64_t n = full; n > 1000000; n >>= 1) halvings++;
-  EXPECT_EQ(first.swapLevels, halvings);
-  EXPECT_EQ(first.swapFlag, 2 * (full >> halvings) > 1000000 ? 1u : 0u);
+  const uint64_t budget = 1000000;
+  buildSeriesPlan(&plan, &plainKind, budget, 300000, 1, 2);
+  for (uint64_t i = 0; i < plan.count; i++) {
+    const SeriesBlock& b = plan.blocks[i];
+    const uint64_t need = seriesBlockNeed(&plainKind, b.first, b.last, b.precision, 1);
+    if (i == 0) {
+      // At least the numbers: 4 bytes a word of 2 Q + P, 32 a word of precision.
+      const long double numbers = 2 * testSizeWords(b.last) + testSizePWords(b.last);
+      ASSERT_GT(need, uint64_t(4 * numbers) + 32 * b.precision);
+      ASSERT_GT(b.swapLevels, 0u);
+    }
+    EXPECT_LE(need >> b.swapLevels, budget) << i;
+    if (b.swapLevels > 0) {
+      EXPECT_GT(need >> (b.swapLevels - 1), budget) << i;
+    }
+    EXPECT_EQ(b.swapFlag, b.swapLevels != 0 && 2 * (need >> b.swapLevels) > budget ? 1u : 0u) << i;
+  }
   seriesPlanRelease(&plan);
   // A single-block series has one block over (firstIndex, N].
   SeriesKind single = plainKind;
@@ -325,13 +300,18 @@ TEST(SeriesPlans, SwapFieldsHalveTheNeedToTheBudget) {
   seriesPlanInit(&plan, 4);
   const uint64_t terms = buildSeriesPlan(&plan, &single, 0, 5000, 0, 1);
   ASSERT_EQ(plan.count, 1u);
-  EXPECT_EQ(plan.blocks[0].first, 1u);
-  EXPECT_EQ(plan.blocks[0].last, terms);
-  EXPECT_EQ(plan.blocks[0].precision, 5000u);
-  EXPECT_EQ(plan.blocks[0].topLevels, 1u);
+  const SeriesBlock& only = plan.blocks[0];
+  EXPECT_EQ(only.first, 1u);
+  EXPECT_EQ(only.topLevels, 1u);
+  EXPECT_EQ(only.last, terms);
+  EXPECT_EQ(only.precision, 5000u);
   seriesPlanRelease(&plan);
 }
 
+// Both layers build the exact numbers of any range, with or without P. A
+// failing thread creation prints a warning: none may appear under 1000
+// terms, whatever the exponent; at 1000 terms the first split warns and the
+// halves run on the caller.
 TEST(SeriesLayers, SerialAndThreadedRangesAreExact) {
   buildFftTables(20000);
   testbridge::Random random = testbridge::testRandom();
@@ -355,13 +335,6 @@ TEST(SeriesLayers, SerialAndThreadedRangesAreExact) {
       }
     }
   }
-  releaseFftTables();
-}
-
-TEST(SeriesLayers, ShortRangesNeverStartAThread) {
-  // A failing thread creation prints a warning: none may appear under 1000
-  // terms, whatever the exponent; at 1000 terms the first split warns.
-  Arena arena(16ull << 20);
   std::string console;
   consoleCaptureTo(&console);
   threadFailNextSpawnsForTesting(1);
@@ -375,6 +348,7 @@ TEST(SeriesLayers, ShortRangesNeverStartAThread) {
   consoleCaptureTo(nullptr);
   threadFailNextSpawnsForTesting(0);
   EXPECT_NE(console.find("Warning: Unable to create thread."), std::string::npos);
+  releaseFftTables();
 }
 
 TEST(SeriesLayers, MergesAlignStrippedWordsAndBorrowThroughTheTop) {
@@ -420,7 +394,7 @@ TEST(SeriesLayers, MergesAlignStrippedWordsAndBorrowThroughTheTop) {
 TEST(SeriesSums, ThreadedFallbackAndSwappedSumsAreTheSerialBits) {
   buildFftTables(40000);
   const uint32_t savedPower = globalThreadPower;
-  std::string folders[2] = {makeFolder("series_swap"), makeFolder("series_swap")};
+  std::string folders[2] = {constant_test::makeFolder("series_swap"), constant_test::makeFolder("series_swap")};
   char* paths[2] = {folders[0].data(), folders[1].data()};
   PathList list = {2, paths};
   globalSwapPaths = &list;
@@ -510,46 +484,4 @@ TEST(SeriesSums, ProgressLinesOnlyForLongSums) {
   EXPECT_NE(console.find("\rSumming...  "), std::string::npos);
   EXPECT_NE(console.find("%0"), std::string::npos);
   releaseFftTables();
-}
-
-TEST(SeriesNumbers, FloatsKeepTheWordsAndTheSignOfTheFirstTerm) {
-  Arena arena(1ull << 20);
-  SplitRecord record;
-  splitRecordSetZero(&record);
-  splitNumberFromU64(&arena.heap, &record.q, 0x500000000ull);  // low word zero: stripped
-  EXPECT_EQ(record.q.stripped, 1u);
-  EXPECT_EQ(record.q.length, 1u);
-  splitNumberFromU64(&arena.heap, &record.r[0], 9);
-  record.r[0].stripped = 4;
-  uint32_t* base = record.q.base;
-  SplitFloats floats;
-  // First term index 1 + 1 = 2: even, positive.
-  splitRecordToFloats(&alternatingKind, &record, &floats, 1, seriesWhole);
-  EXPECT_EQ(floats.q.mantissa.words, base);  // no word moved
-  EXPECT_EQ(floats.q.exponent + int64_t(floats.q.mantissa.length), 2);
-  EXPECT_EQ(floats.r[0].positive, 1u);
-  EXPECT_EQ(floats.r[0].exponent, 4);
-  EXPECT_TRUE(bigFloatIsZero(floats.p));
-  splitFloatsRelease(&floats);
-  // First term index 1: odd, negative.
-  splitRecordSetZero(&record);
-  splitNumberFromU64(&arena.heap, &record.q, 3);
-  splitNumberFromU64(&arena.heap, &record.r[0], 2);
-  splitRecordToFloats(&alternatingKind, &record, &floats, 0, seriesWhole);
-  EXPECT_EQ(floats.r[0].positive, 0u);
-  splitFloatsRelease(&floats);
-  // Truncation keeps the top p + 3 words.
-  BigFloat x;
-  bigFloatFromU64(&arena.heap, &x, 0);
-  x.mantissa.words = heapAllocateWords(&arena.heap, 10);
-  x.mantissa.capacity = 10;
-  for (uint32_t i = 0; i < 10; i++) x.mantissa.words[i] = i + 1;
-  x.mantissa.length = 10;
-  x.exponent = -3;
-  seriesTruncateFloat(&x, 2);
-  EXPECT_EQ(x.mantissa.length, 5u);
-  EXPECT_EQ(x.exponent, 2);
-  EXPECT_EQ(x.mantissa.words[0], 6u);
-  EXPECT_EQ(x.mantissa.words[4], 10u);
-  bigFloatDestroy(&x);
 }

@@ -1,8 +1,8 @@
 // The constants through the real program: each run types its settings into
 // the custom computation menu, in a fresh folder as working directory, and
 // every digit file it leaves must equal MPFR's truncated digits in the same
-// layout. Also: runs on two threads write the same bytes as on one, and the
-// Sqrt(n) question refuses perfect squares.
+// layout. One large Pi run, on two threads and in the hybrid transform's
+// range, also ends in the published last digits of its size.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -15,11 +15,6 @@
 #include "support/run_program.h"
 
 namespace {
-
-using mpfrdigits::eText;
-using mpfrdigits::goldenRatioText;
-using mpfrdigits::piText;
-using mpfrdigits::sqrtText;
 
 // What one run left behind: its result and every file by name.
 struct Outcome {
@@ -40,34 +35,6 @@ Outcome runCustom(const std::string& keys, int timeoutSeconds = 120) {
   return run;
 }
 
-// Settings keys of the custom menu.
-std::string constant(int id) {
-  return "1\n" + std::to_string(id) + "\n";
-}
-std::string squareRootOf(uint32_t n) {
-  return "1\n0\n" + std::to_string(n) + "\n";
-}
-std::string algorithm(int number) {
-  return "2\n" + std::to_string(number) + "\n";
-}
-std::string decimalDigits(size_t d) {
-  return "3\n" + std::to_string(d) + "\n";
-}
-std::string hexDigits(size_t h) {
-  return "4\n" + std::to_string(h) + "\n";
-}
-std::string threadPower(int k) {
-  return "5\n" + std::to_string(k) + "\n";
-}
-
-// The count of the other radix that the menu derives from a typed count.
-size_t hexForDecimal(size_t d) {
-  return static_cast<size_t>(std::floor(d * 0.8304820237218407)) + 1;
-}
-size_t decimalForHex(size_t h) {
-  return static_cast<size_t>(std::floor(h * 1.2041199826559246));
-}
-
 // Compares long digit texts, telling the first difference instead of
 // printing megabytes.
 ::testing::AssertionResult sameText(const std::string& got, const std::string& want) {
@@ -81,184 +48,84 @@ size_t decimalForHex(size_t h) {
          << "\" reference \"" << want.substr(from, 40) << "\"";
 }
 
-// The run ended well and left exactly the named files with the given texts.
-void expectFiles(const Outcome& run, const std::map<std::string, const std::string*>& want) {
-  EXPECT_EQ(run.result.exitStatus, 0) << run.result.out;
+using Reference = const std::string& (*)(int radix, size_t fractionDigits);
+
+// One run: the keys that choose the constant and algorithm, the count typed
+// in one radix, the thread power, the files' stem and words, and MPFR's value.
+struct Case {
+  std::string keys;
+  bool typedHex;
+  size_t digits;
+  int threadPower;
+  const char* stem;
+  std::vector<const char*> words;  // two for compute and verify
+  Reference reference;
+};
+
+// Runs a case: it ends well and leaves exactly its files, each of them
+// MPFR's digits. The menu derives the other radix's count from the typed one.
+Outcome expectCase(const Case& c, int timeoutSeconds = 120) {
+  const std::string count = std::to_string(c.digits);
+  Outcome run = runCustom(c.keys + (c.typedHex ? "4\n" : "3\n") + count + "\n5\n" +
+                              std::to_string(c.threadPower) + "\n",
+                          timeoutSeconds);
+  const size_t decimal = c.typedHex ? size_t(std::floor(c.digits * 1.2041199826559246)) : c.digits;
+  const size_t hex = c.typedHex ? c.digits : size_t(std::floor(c.digits * 0.8304820237218407)) + 1;
+  SCOPED_TRACE(std::string(c.stem) + ", " + count + (c.typedHex ? " hexadecimal" : " decimal") +
+               " digits, k = " + std::to_string(c.threadPower));
+  EXPECT_EQ(run.result.exitStatus, 0) << run.result.out.substr(0, 2000);
   EXPECT_FALSE(run.result.timedOut);
   EXPECT_EQ(run.result.err, "");
-  std::vector<std::string> gotNames, wantNames;
-  for (const auto& [name, text] : run.files) gotNames.push_back(name);
-  for (const auto& [name, text] : want) wantNames.push_back(name);
-  EXPECT_EQ(gotNames, wantNames);
+  std::map<std::string, const std::string*> want;
+  for (const char* word : c.words) {
+    want[std::string(c.stem) + " - Dec - " + word + ".txt"] = &c.reference(10, decimal);
+    want[std::string(c.stem) + " - Hex - " + word + ".txt"] = &c.reference(16, hex);
+  }
+  EXPECT_EQ(run.files.size(), want.size());
   for (const auto& [name, text] : want) {
     auto found = run.files.find(name);
-    if (found == run.files.end()) continue;
+    if (found == run.files.end()) {
+      ADD_FAILURE() << "no file " << name;
+      continue;
+    }
     EXPECT_TRUE(sameText(found->second, *text)) << name;
   }
+  return run;
 }
 
-// The two files, decimal and hexadecimal, of a one-value run.
-std::map<std::string, const std::string*> pairOfFiles(const std::string& stem,
-                                                      const std::string& word,
-                                                      const std::string& decimal,
-                                                      const std::string& hex) {
-  return {{stem + " - Dec - " + word + ".txt", &decimal},
-          {stem + " - Hex - " + word + ".txt", &hex}};
-}
-
-TEST(ConstantsProgram, SquareRootRefusesPerfectSquaresThenTakesTwo) {
-  Outcome run = runCustom("1\n0\n4\n9\n4294836225\n2\n" + decimalDigits(1000) + threadPower(0));
-  EXPECT_EQ(countOccurrences(run.result.out, "This number is a perfect square.\n"), 3u);
-  EXPECT_EQ(countOccurrences(run.result.out, "Please choose something more interesting :)"), 3u);
-  EXPECT_NE(run.result.out.find("Constant :  Sqrt(2)\n"), std::string::npos);
-  expectFiles(run, pairOfFiles("Sqrt(2)", "Newton", sqrtText(2, 10, 1000),
-                               sqrtText(2, 16, hexForDecimal(1000))));
-}
-
-TEST(ConstantsProgram, SquareRootOfTwoAtOddCountsOnOneAndTwoThreads) {
-  Outcome typedDecimal = runCustom(squareRootOf(2) + decimalDigits(12345) + threadPower(1));
-  expectFiles(typedDecimal, pairOfFiles("Sqrt(2)", "Newton", sqrtText(2, 10, 12345),
-                                        sqrtText(2, 16, hexForDecimal(12345))));
-  Outcome typedHex = runCustom(squareRootOf(2) + hexDigits(12345) + threadPower(0));
-  expectFiles(typedHex, pairOfFiles("Sqrt(2)", "Newton", sqrtText(2, 10, decimalForHex(12345)),
-                                    sqrtText(2, 16, 12345)));
-}
-
+const std::string& sqrt2(int radix, size_t d) { return mpfrdigits::sqrtText(2, radix, d); }
 // Just below 2^32 the root has five decimal and four hexadecimal digits
 // before the point, and the writers must be told so.
-TEST(ConstantsProgram, SquareRootNearTwoToThe32HasFiveIntegerDigits) {
-  const uint32_t n = 4294967291u;
-  const std::string stem = "Sqrt(4294967291)";
-  Outcome decimal = runCustom(squareRootOf(n) + decimalDigits(12345) + threadPower(1));
-  const std::string& dec = sqrtText(n, 10, 12345);
-  ASSERT_EQ(dec.substr(0, 6), "65535.");
-  expectFiles(decimal, pairOfFiles(stem, "Newton", dec, sqrtText(n, 16, hexForDecimal(12345))));
-  Outcome hex = runCustom(squareRootOf(n) + hexDigits(1000) + threadPower(0));
-  const std::string& hexText = sqrtText(n, 16, 1000);
-  ASSERT_EQ(hexText.substr(0, 5), "ffff.");
-  expectFiles(hex, pairOfFiles(stem, "Newton", sqrtText(n, 10, decimalForHex(1000)), hexText));
+const std::string& sqrtBelow2To32(int radix, size_t d) {
+  return mpfrdigits::sqrtText(4294967291u, radix, d);
 }
 
-TEST(ConstantsProgram, GoldenRatioAtSeveralCountsAndSameBytesOnTwoThreads) {
-  Outcome small = runCustom(constant(1) + hexDigits(1000) + threadPower(1));
-  expectFiles(small, pairOfFiles("Golden Ratio", "Newton", goldenRatioText(10, decimalForHex(1000)),
-                                 goldenRatioText(16, 1000)));
-  const size_t d = 1000003;
-  Outcome one = runCustom(constant(1) + decimalDigits(d) + threadPower(0));
-  Outcome two = runCustom(constant(1) + decimalDigits(d) + threadPower(1));
-  auto want = pairOfFiles("Golden Ratio", "Newton", goldenRatioText(10, d),
-                          goldenRatioText(16, hexForDecimal(d)));
-  expectFiles(one, want);
-  expectFiles(two, want);
-  EXPECT_TRUE(one.files == two.files);
+TEST(ConstantsProgram, EveryConstantAndAlgorithmInBothRadixes) {
+  const Case cases[] = {
+      {"1\n0\n2\n", false, 12345, 1, "Sqrt(2)", {"Newton"}, sqrt2},
+      {"1\n0\n4294967291\n", false, 12345, 1, "Sqrt(4294967291)", {"Newton"}, sqrtBelow2To32},
+      {"1\n0\n4294967291\n", true, 1000, 0, "Sqrt(4294967291)", {"Newton"}, sqrtBelow2To32},
+      {"1\n1\n", false, 1000003, 1, "Golden Ratio", {"Newton"}, mpfrdigits::goldenRatioText},
+      {"1\n2\n2\n1\n", false, 12345, 0, "e", {"exp(1)"}, mpfrdigits::eText},
+      {"1\n2\n2\n2\n", true, 1000, 1, "e", {"exp(-1)"}, mpfrdigits::eText},
+      {"1\n2\n2\n3\n", false, 1000003, 1, "e", {"Computation", "Verification"},
+       mpfrdigits::eText},
+      {"1\n3\n2\n2\n", false, 1000003, 0, "Pi", {"Ramanujan"}, mpfrdigits::piText},
+      {"1\n3\n2\n2\n", true, 100000, 1, "Pi", {"Ramanujan"}, mpfrdigits::piText},
+  };
+  for (const Case& c : cases) expectCase(c);
 }
 
-// e by exp(1) and by exp(-1), each in both radixes at odd counts.
-TEST(ConstantsProgram, EBySeriesOfExpOneAndExpMinusOne) {
-  const char* words[] = {"exp(1)", "exp(-1)"};
-  for (int a = 0; a < 2; ++a) {
-    SCOPED_TRACE(words[a]);
-    Outcome decimal =
-        runCustom(constant(2) + algorithm(a + 1) + decimalDigits(12345) + threadPower(a));
-    expectFiles(decimal,
-                pairOfFiles("e", words[a], eText(10, 12345), eText(16, hexForDecimal(12345))));
-    Outcome hex = runCustom(constant(2) + algorithm(a + 1) + hexDigits(1000) + threadPower(1 - a));
-    expectFiles(hex, pairOfFiles("e", words[a], eText(10, decimalForHex(1000)), eText(16, 1000)));
-  }
-}
-
-// Compute and verify writes the value twice under two labels; both pairs
-// equal the reference and so each other.
-TEST(ConstantsProgram, EComputeAndVerifyWritesTwoAgreeingPairs) {
-  const size_t d = 1000003;
-  Outcome run = runCustom(constant(2) + algorithm(3) + decimalDigits(d) + threadPower(1));
-  const std::string& dec = eText(10, d);
-  const std::string& hex = eText(16, hexForDecimal(d));
-  auto want = pairOfFiles("e", "Computation", dec, hex);
-  want.merge(pairOfFiles("e", "Verification", dec, hex));
-  expectFiles(run, want);
-  EXPECT_TRUE(run.files["e - Dec - Computation.txt"] == run.files["e - Dec - Verification.txt"]);
-  EXPECT_TRUE(run.files["e - Hex - Computation.txt"] == run.files["e - Hex - Verification.txt"]);
-
-  Outcome small = runCustom(constant(2) + algorithm(3) + hexDigits(12345) + threadPower(0));
-  const std::string& smallDec = eText(10, decimalForHex(12345));
-  auto wantSmall = pairOfFiles("e", "Computation", smallDec, eText(16, 12345));
-  wantSmall.merge(pairOfFiles("e", "Verification", smallDec, eText(16, 12345)));
-  expectFiles(small, wantSmall);
-}
-
-struct PiAlgorithm {
-  int number;
-  const char* word;
-};
-const PiAlgorithm piAlgorithms[] = {{1, "Chudnovsky"}, {2, "Ramanujan"}};
-
-// Pi by both formulas at four decimal counts, alternating the threads.
-TEST(ConstantsProgram, PiByBothFormulasAtFourSizes) {
-  const size_t sizes[] = {1000, 100000, 1048576, 1000003};
-  for (const PiAlgorithm& a : piAlgorithms) {
-    for (int i = 0; i < 4; ++i) {
-      const size_t d = sizes[i];
-      const int k = (i + a.number) % 2;
-      SCOPED_TRACE(std::string(a.word) + " " + std::to_string(d) +
-                   " digits, k = " + std::to_string(k));
-      Outcome run =
-          runCustom(constant(3) + algorithm(a.number) + decimalDigits(d) + threadPower(k));
-      expectFiles(run, pairOfFiles("Pi", a.word, piText(10, d), piText(16, hexForDecimal(d))));
-    }
-    Outcome hex = runCustom(constant(3) + algorithm(a.number) + hexDigits(100000) + threadPower(1));
-    expectFiles(hex,
-                pairOfFiles("Pi", a.word, piText(10, decimalForHex(100000)), piText(16, 100000)));
-  }
-  const std::string& million = piText(10, 1048576);
-  EXPECT_EQ(million.substr(million.size() - 10), "1637429204");
-}
-
-// The same pi of 1048576 digits on one thread and on two: byte for byte.
-TEST(ConstantsProgram, PiOnTwoThreadsWritesTheSameBytesAsOnOne) {
-  for (const PiAlgorithm& a : piAlgorithms) {
-    SCOPED_TRACE(a.word);
-    Outcome one =
-        runCustom(constant(3) + algorithm(a.number) + decimalDigits(1048576) + threadPower(0));
-    Outcome two =
-        runCustom(constant(3) + algorithm(a.number) + decimalDigits(1048576) + threadPower(1));
-    EXPECT_EQ(one.result.exitStatus, 0);
-    EXPECT_EQ(two.result.exitStatus, 0);
-    ASSERT_EQ(one.files.size(), 2u);
-    EXPECT_TRUE(one.files == two.files);
-    const std::string& dec = one.files["Pi - Dec - " + std::string(a.word) + ".txt"];
-    ASSERT_GT(dec.size(), 10u);
-    EXPECT_EQ(dec.substr(dec.size() - 10), "1637429204");
-  }
-}
-
-// Pi at 10,000,000 and 100,000,000 digits, where every large product runs
-// on the hybrid transform, on one thread and on two: the same bytes on both;
-// the shorter run is the start of the longer; the first 1048576 digits of
-// both radixes equal MPFR's; the last ten decimal digits of the longer are
-// the published ones.
-TEST(ConstantsProgram, PiAtTenAndAHundredMillionDigitsOnOneAndTwoThreads) {
-  const std::string dec = "Pi - Dec - Chudnovsky.txt", hex = "Pi - Hex - Chudnovsky.txt";
-  std::map<std::string, std::string> shorter;
-  for (size_t digits : {size_t(10000000), size_t(100000000)}) {
-    Outcome one = runCustom(constant(3) + decimalDigits(digits) + threadPower(0), 900);
-    Outcome two = runCustom(constant(3) + decimalDigits(digits) + threadPower(1), 900);
-    SCOPED_TRACE(std::to_string(digits) + " digits");
-    ASSERT_EQ(one.result.exitStatus, 0) << one.result.out.substr(0, 2000);
-    ASSERT_EQ(two.result.exitStatus, 0) << two.result.out.substr(0, 2000);
-    ASSERT_EQ(one.files.size(), 2u);
-    EXPECT_TRUE(one.files == two.files) << "one and two threads differ";
-    EXPECT_EQ(one.files[dec].size(), digits + 2);
-    EXPECT_TRUE(sameText(one.files[dec].substr(0, 1048578), piText(10, 1048576)));
-    EXPECT_TRUE(sameText(one.files[hex].substr(0, 1048578), piText(16, 1048576)));
-    if (!shorter.empty()) {
-      EXPECT_TRUE(sameText(one.files[dec].substr(0, shorter[dec].size()), shorter[dec]));
-      EXPECT_TRUE(sameText(one.files[hex].substr(0, shorter[hex].size()), shorter[hex]));
-    }
-    shorter = std::move(one.files);
-  }
-  const std::string& last = shorter[dec];
-  EXPECT_EQ(last.substr(last.size() - 10), "0187751592");
+// 2^23 digits on two threads, every large product on the hybrid transform:
+// both files equal MPFR's, and the decimal one ends in the published last ten
+// digits of that size and holds those of 2^20 digits at their place.
+TEST(ConstantsProgram, PiAtTwoToTheTwentyThirdDigitsOnTwoThreads) {
+  const Case big = {"", false, 8388608, 1, "Pi", {"Chudnovsky"}, mpfrdigits::piText};
+  Outcome run = expectCase(big, 900);
+  const std::string& decimal = run.files["Pi - Dec - Chudnovsky.txt"];
+  ASSERT_EQ(decimal.size(), 8388610u);
+  EXPECT_EQ(decimal.substr(decimal.size() - 10), "6340425119");
+  EXPECT_EQ(decimal.substr(1048568, 10), "1637429204");
 }
 
 }  // namespace

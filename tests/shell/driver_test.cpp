@@ -23,9 +23,13 @@ struct Capture {
   ~Capture() { consoleCaptureTo(nullptr); }
 };
 
+// The default record at 1000 digits: the transform tables stay small.
 struct Settings {
   ComputeSettings s;
-  Settings() { initComputeSettings(nullptr, &s); }
+  Settings() {
+    initComputeSettings(nullptr, &s);
+    setDecimalDigits(&s, 1000);
+  }
   ~Settings() { releaseComputeSettings(&s); }
 };
 
@@ -43,7 +47,6 @@ TEST(Driver, HeaderAndFilesOfASmallPiRun) {
   Settings settings;
   std::string folder = makeTempFolder();
   settings.s.outputPath = strdup(folder.c_str());
-  setDecimalDigits(&settings.s, 1000);
   settings.s.threadPower = 3;
   estimateResources(&settings.s);
   const uint64_t estimate = settings.s.memoryNeeded;
