@@ -5,6 +5,7 @@
 
 #include "constants/compute_settings.h"
 #include "constants/e.h"
+#include "constants/euler.h"
 #include "constants/log.h"
 #include "constants/pi.h"
 #include "constants/roots.h"
@@ -38,7 +39,7 @@ double computeConstant(ComputeSettings* settings) {
     case constantCatalan:
       return computeCatalan(settings);
     case constantEuler:
-      return 0.0;  // entry of the Euler-Mascheroni constant is added here
+      return computeEuler(settings);
     default:
       return 0.0;  // 6, 7 and unknown ids: no constant, nothing computed
   }

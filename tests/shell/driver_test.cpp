@@ -101,12 +101,16 @@ TEST(Driver, EulerHeaderShowsTheSeriesSize) {
   Settings settings;
   selectConstant(nullptr, &settings.s, constantEuler);
   settings.s.constantParameter = 5;
-  settings.s.memoryNeeded = 0;
-  {
+  // Advanced Swap computes nothing: only the header is printed.
+  settings.s.computeMode = 3;
+  const char* expected[2] = {"Brent-McMillan with Refinement  ( n = 2^5 )",
+                             "Brent-McMillan  ( n = 2^6 )"};
+  for (uint32_t algorithm = 0; algorithm < 2; algorithm++) {
+    settings.s.algorithm = algorithm;
+    settings.s.memoryNeeded = 0;
     Capture capture;
     runComputation(nullptr, &settings.s);
-    EXPECT_EQ(between(capture.text, "Algorithm:  ", "\n"),
-              "Brent-McMillan with Refinement  ( n = 2^6 )");
+    EXPECT_EQ(between(capture.text, "Algorithm:  ", "\n"), expected[algorithm]);
   }
   settings.s.algorithm = 2;
   settings.s.memoryNeeded = 0;
