@@ -1,17 +1,18 @@
-// Times Log(2), Log(10), Zeta(3) and Catalan's constant to D decimal digits,
+// Times Log(2), Log(10), Zeta(3), Catalan's and Euler's constants to D decimal digits,
 // computation and conversion to decimal (no file writing), against Arb
-// (arb_const_log2, arb_const_log10, arb_const_apery, arb_const_catalan, then
+// (arb_const_log2, arb_const_log10, arb_const_apery, arb_const_catalan,
+// arb_const_euler, then
 // arb_get_str) and MPFR (mpfr_const_log2, mpfr_log, mpfr_zeta_ui,
-// mpfr_const_catalan, then mpfr_get_str) in the same process, and checks
+// mpfr_const_catalan, mpfr_const_euler, then mpfr_get_str) in the same process, and checks
 // that they give the same digits.
 //
-//   constants_bench [--digits D]... [--constant log2|log10|zeta3|catalan]...
+//   constants_bench [--digits D]... [--constant log2|log10|zeta3|catalan|euler]...
 //                   [--algorithm A] [--threads K] [--mpfr-limit D]
 //
 // Default: every constant at 1,000,000 and 10,000,000 digits by its
 // algorithm 0, 2^K threads (default K = 1) for numbrella and Arb; MPFR (one
 // thread) only up to --mpfr-limit digits (default 1,000,000; a tenth of it
-// for Zeta(3), where MPFR is slow). Per size it
+// for Zeta(3) and Euler's constant, where MPFR is slow). Per size it
 // prints each program's computation, conversion and total, and the ratio of
 // Arb's total to numbrella's (above 1: numbrella is faster). Each figure is
 // one run; Arb's cache is emptied before its run.
@@ -30,6 +31,7 @@
 #include "arith/fft/fft_tables.h"
 #include "bench_support.h"
 #include "constants/compute_settings.h"
+#include "constants/euler.h"
 #include "constants/log.h"
 #include "constants/zeta_catalan.h"
 #include "digits/base_conversion.h"
@@ -53,6 +55,7 @@ uint32_t constantNamed(const char* name) {
   if (!std::strcmp(name, "log10")) return constantLog10;
   if (!std::strcmp(name, "zeta3")) return constantZeta3;
   if (!std::strcmp(name, "catalan")) return constantCatalan;
+  if (!std::strcmp(name, "euler")) return constantEuler;
   std::fprintf(stderr, "unknown constant %s\n", name);
   std::exit(2);
 }
@@ -72,7 +75,7 @@ Options parse(int argc, char** argv) {
       options.mpfrLimit = std::strtoull(argv[++i], nullptr, 10);
     } else {
       std::fprintf(stderr,
-                   "usage: %s [--digits D]... [--constant log2|log10|zeta3|catalan]... "
+                   "usage: %s [--digits D]... [--constant log2|log10|zeta3|catalan|euler]... "
                    "[--algorithm A] [--threads K] [--mpfr-limit D]\n",
                    argv[0]);
       std::exit(2);
@@ -80,7 +83,8 @@ Options parse(int argc, char** argv) {
   }
   if (options.digits.empty()) options.digits = {1000000, 10000000};
   if (options.constants.empty()) {
-    options.constants = {constantLog2, constantLog10, constantZeta3, constantCatalan};
+    options.constants = {constantLog2, constantLog10, constantZeta3, constantCatalan,
+                         constantEuler};
   }
   return options;
 }
@@ -111,6 +115,8 @@ const char* nameOf(uint32_t id) {
       return "Log(10)";
     case constantZeta3:
       return "Zeta(3)";
+    case constantEuler:
+      return "Euler";
     default:
       return "Catalan";
   }
@@ -135,6 +141,16 @@ Timing runNumbrella(uint32_t id, uint32_t algorithm, uint64_t decimalDigits,
     zeta3Compute(&heap, &x, words, threadPower, algorithm, computeModeRamOnly, 0);
   } else if (id == constantCatalan) {
     catalanCompute(&heap, &x, words, threadPower, algorithm, computeModeRamOnly, 0);
+  } else if (id == constantEuler) {
+    // Algorithm 0 at n = 2^k refined, 1 at 2^(k+1) alone.
+    ComputeSettings settings;
+    fillDefaultComputeSettings(nullptr, &settings);
+    setDecimalDigits(&settings, decimalDigits);
+    const uint32_t k = eulerSizePower(settings.hexDigits);
+    releaseComputeSettings(&settings);
+    const bool refined = algorithm != 1;
+    eulerCompute(&heap, &x, words, threadPower, refined ? k : k + 1, refined, nullptr, nullptr,
+                 computeModeRamOnly, 0, "Euler");
   } else if (algorithm == 2) {
     logComputeBoth(&heap, &x, &other, logFormula(id, 2, 0), logFormula(id, 2, 1), words,
                    threadPower, computeModeRamOnly, 0);
@@ -168,6 +184,8 @@ Timing runMpfr(uint32_t id, uint64_t decimalDigits) {
     mpfr_log(x, x, MPFR_RNDZ);
   } else if (id == constantZeta3) {
     mpfr_zeta_ui(x, 3, MPFR_RNDZ);
+  } else if (id == constantEuler) {
+    mpfr_const_euler(x, MPFR_RNDZ);
   } else {
     mpfr_const_catalan(x, MPFR_RNDZ);
   }
@@ -198,6 +216,8 @@ Timing runArb(uint32_t id, uint64_t decimalDigits, uint32_t threadPower) {
     arb_const_log10(x, precision);
   } else if (id == constantZeta3) {
     arb_const_apery(x, precision);
+  } else if (id == constantEuler) {
+    arb_const_euler(x, precision);
   } else {
     arb_const_catalan(x, precision);
   }
@@ -238,8 +258,9 @@ int main(int argc, char** argv) {
       const Timing ours = runNumbrella(id, algorithm, digits, options.threadPower);
       const Timing arb = runArb(id, digits, options.threadPower);
       Timing mpfr;
-      // MPFR's Zeta(3) is far slower than the others: a tenth of the limit.
-      const uint64_t mpfrLimit = id == constantZeta3 ? options.mpfrLimit / 10 : options.mpfrLimit;
+      // MPFR's Zeta(3) and Euler are far slower than the others: a tenth of the limit.
+      const bool slow = id == constantZeta3 || id == constantEuler;
+      const uint64_t mpfrLimit = slow ? options.mpfrLimit / 10 : options.mpfrLimit;
       if (digits <= mpfrLimit) mpfr = runMpfr(id, digits);
       const double total = ours.compute + ours.convert;
       const double arbTotal = arb.compute + arb.convert;
