@@ -57,6 +57,16 @@ void termWordsAdd(TermWords* x, const TermWords* y) {
   }
 }
 
+void termWordsSubtract(TermWords* x, const TermWords* y) {
+  int64_t borrow = 0;
+  for (uint32_t i = 0; i < x->length; i++) {
+    const int64_t t = int64_t(x->words[i]) - (i < y->length ? y->words[i] : 0) - borrow;
+    x->words[i] = uint32_t(t);
+    borrow = t < 0 ? 1 : 0;
+  }
+  while (x->length > 0 && x->words[x->length - 1] == 0) x->length--;
+}
+
 void termWordsAddSmall(TermWords* x, uint64_t value) {
   TermWords y;
   termWordsSet(&y, value);

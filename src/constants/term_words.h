@@ -24,6 +24,8 @@ void termWordsSet(TermWords* x, unsigned __int128 value);
 void termWordsMultiply(TermWords* x, uint64_t factor);
 // x = x + y.
 void termWordsAdd(TermWords* x, const TermWords* y);
+// x = x - y, for x >= y.
+void termWordsSubtract(TermWords* x, const TermWords* y);
 // x = x + value.
 void termWordsAddSmall(TermWords* x, uint64_t value);
 // x = x * y (schoolbook; both short).

@@ -66,7 +66,12 @@ const SeriesKind formula2Kind = makeKind(1.909890472011108L, formula2Size, formu
                                          zeta3Leaf, 1, &formula2Context);
 const SeriesKind formula1Kind =
     makeKind(3.2L, formula1Size, formula1SizeP, zeta3Leaf, 1, &formula1Context);
-const SeriesKind lupasKind = makeKind(16.0L, lupasSize, lupasSizeP, lupasLeaf, 1, nullptr);
+SeriesKind makeLupasKind() {
+  SeriesKind kind = makeKind(16.0L, lupasSize, lupasSizeP, lupasLeaf, 1, nullptr);
+  kind.leafTerms = lupasLeafTerms;
+  return kind;
+}
+const SeriesKind lupasKind = makeLupasKind();
 
 SeriesKind makeRamanujanKind() {
   SeriesKind kind =
@@ -144,21 +149,54 @@ bool zeta3Leaf(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last
   return true;
 }
 
+// Lupas' factors of term k: P = k (4k - 2) (4k)^2, the square root of
+// Q = ((4k + 1)(4k + 3))^2, and R / P = (5k + 2)(8k + 8) + 3.
+struct LupasFactors {
+  unsigned __int128 p1, p2, q, poly;
+};
+
+LupasFactors lupasFactors(uint64_t k) {
+  return {(unsigned __int128)k * (4 * k - 2), (unsigned __int128)(4 * k) * (4 * k),
+          (unsigned __int128)(4 * k + 1) * (4 * k + 3), (unsigned __int128)(5 * k + 2) * (8 * k + 8) + 3};
+}
+
 bool lupasLeaf(Heap* heap, const SeriesKind*, uint64_t first, uint64_t last, SplitRecord* out,
                uint32_t wantP) {
-  if (last - first != 1) return false;
-  const uint64_t k = last;
-  checkIndex(k);
-  // P = k (4k - 2) (4k)^2, Q = ((4k + 1)(4k + 3))^2, R = P ((5k + 2)(8k + 8) + 3).
+  const uint64_t terms = last - first;
+  if (terms == 0 || terms > lupasLeafTerms) return false;
+  // Several terms only while every factor fits 64 bits (k below 2^26).
+  if (terms > 1 && last >= lupasIterativeLimit) return false;
+  checkIndex(first + 1);
+  checkIndex(last);
   TermWords p, q, r;
-  termWordsSet(&p, (unsigned __int128)k * (4 * k - 2));
-  termWordsMultiply(&p, 4 * k);
-  termWordsMultiply(&p, 4 * k);
-  termWordsSet(&q, (unsigned __int128)(4 * k + 1) * (4 * k + 3));
-  TermWords f = q;
-  termWordsMultiplyBy(&q, &f);
-  termWordsSet(&r, (unsigned __int128)(5 * k + 2) * (8 * k + 8) + 3);
+  LupasFactors f = lupasFactors(first + 1);
+  TermWords factor;
+  termWordsSet(&p, f.p1);
+  termWordsSet(&factor, f.p2);
+  termWordsMultiplyBy(&p, &factor);
+  termWordsSet(&q, f.q);
+  TermWords root = q;
+  termWordsMultiplyBy(&q, &root);
+  termWordsSet(&r, f.poly);
   termWordsMultiplyBy(&r, &p);
+  // Further terms from the left, R carrying the first term's sign:
+  // R = R Q(k) -/+ P(a, k) (R(k) / P(k)), P = P P(k), Q = Q Q(k).
+  for (uint64_t k = first + 2; k <= last; k++) {
+    f = lupasFactors(k);
+    termWordsMultiply(&p, uint64_t(f.p1));
+    termWordsMultiply(&p, uint64_t(f.p2));
+    termWordsMultiply(&r, uint64_t(f.q));
+    termWordsMultiply(&r, uint64_t(f.q));
+    termWordsMultiply(&q, uint64_t(f.q));
+    termWordsMultiply(&q, uint64_t(f.q));
+    TermWords t = p;
+    termWordsMultiply(&t, uint64_t(f.poly));
+    if (((k - first) & 1) == 0) {
+      termWordsSubtract(&r, &t);  // terms alternate and fall: R stays positive
+    } else {
+      termWordsAdd(&r, &t);
+    }
+  }
   toRecord(heap, out, p, q, r, wantP);
   return true;
 }

@@ -42,8 +42,13 @@ const SeriesKind* zeta3SeriesKind(uint32_t algorithm);
 const SeriesKind* lupasSeriesKind();
 const SeriesKind* catalanRamanujanSeriesKind();
 
+// Lupas' leaf builds up to this many terms by word passes while the last
+// index is below the limit (all factors of 64 bits); one term above it.
+constexpr uint32_t lupasLeafTerms = 8;
+constexpr uint64_t lupasIterativeLimit = uint64_t(1) << 26;
+
 // Leaves: the numbers of a one-term range (first, first + 1]; longer ranges
-// are refused.
+// are refused (Lupas' leaf takes up to lupasLeafTerms).
 bool zeta3Leaf(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last,
                SplitRecord* out, uint32_t wantP);
 bool lupasLeaf(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last,
