@@ -135,7 +135,6 @@ void computeLog2(Heap* heap, BigFloat* out, uint64_t wordCount, uint32_t threadP
                  uint32_t mode, uint32_t show, uint64_t runStart) {
   const uint32_t power = std::min(threadPower, globalThreadPower);
   if (show && timerSeconds(runStart) > 30.0) {
-    printWide("Computing: Log(2)\n");
     log2Compute(heap, out, wordCount, power, mode, 1);
     printWide("\n");
     return;

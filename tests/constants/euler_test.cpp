@@ -96,10 +96,11 @@ TEST(EulerRuns, TwoThreadsAndBasicSwapGiveTheSameBytes) {
   const uint64_t digits = 20001;
   EulerRun one(0, digits, 0, computeModeRamOnly);
   EulerRun two(0, digits, 1, computeModeRamOnly);
-  EulerRun swap(1, digits, 1, computeModeBasicSwap);
+  EulerRun swap(2, digits, 1, computeModeBasicSwap);
   EXPECT_EQ(one.text(10), two.text(10));
   EXPECT_EQ(one.text(16), two.text(16));
   EXPECT_EQ(swap.text(10), eulerText(digits, 10));
+  EXPECT_EQ(swap.text(10, 1), eulerText(digits, 10));
 }
 
 TEST(EulerMemory, EstimateCoversTheRunsAndStaysClose) {
