@@ -14,7 +14,7 @@ fi
 
 build="$root/build-coverage"
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Debug -DNUMBRELLA_TESTS=ON \
-  -DCMAKE_CXX_FLAGS_DEBUG="-O0 -g" -DCMAKE_CXX_FLAGS="--coverage" \
+  -DCMAKE_CXX_FLAGS_DEBUG="-O0 -g" -DCMAKE_CXX_FLAGS="--coverage -fprofile-update=atomic" \
   -DCMAKE_EXE_LINKER_FLAGS="--coverage" >/dev/null
 cmake --build "$build" -j"$(nproc)"
 find "$build" -name '*.gcda' -delete
@@ -22,7 +22,7 @@ find "$build" -name '*.gcda' -delete
 
 summary="$build/coverage.json"
 gcovr --root "$root" --filter "$root/src/" --object-directory "$build" \
-  --json-summary "$summary" --json-summary-pretty >/dev/null
+  --gcov-ignore-parse-errors --json-summary "$summary" --json-summary-pretty >/dev/null
 python3 - "$summary" <<'PY'
 import json, sys, collections
 files = json.load(open(sys.argv[1]))["files"]

@@ -39,7 +39,8 @@ SeriesBlock truncatedBlock(uint64_t terms, uint64_t words, uint32_t threadPower)
 }
 
 // The kind with exact integer sums over ranges whose numbers stay near a
-// quarter of `words` (3 k-th-factorial-like numbers of ln(terms) per term).
+// quarter of `words`: the largest of them grows by about 3 ln(terms)
+// natural-log units a term (z against q^3).
 SeriesKind exactUpTo(const SeriesKind* kind, uint64_t terms, uint64_t words) {
   SeriesKind local = *kind;
   const long double perTerm = 3.0L * logl((long double)terms + 2.0L) * wordsPerNaturalLog;
