@@ -5,8 +5,11 @@
 
 #include "constants/compute_settings.h"
 #include "constants/e.h"
+#include "constants/euler.h"
+#include "constants/log.h"
 #include "constants/pi.h"
 #include "constants/roots.h"
+#include "constants/zeta_catalan.h"
 
 double computeConstant(ComputeSettings* settings) {
   switch (settings->constantId) {
@@ -30,13 +33,13 @@ double computeConstant(ComputeSettings* settings) {
       return computePi(settings);
     case constantLog2:
     case constantLog10:
-      return 0.0;  // entries of Log(2) and Log(10) are added here
+      return computeLog(settings);
     case constantZeta3:
-      return 0.0;  // entry of Zeta(3) is added here
+      return computeZeta3(settings);
     case constantCatalan:
-      return 0.0;  // entry of Catalan's constant is added here
+      return computeCatalan(settings);
     case constantEuler:
-      return 0.0;  // entry of the Euler-Mascheroni constant is added here
+      return computeEuler(settings);
     default:
       return 0.0;  // 6, 7 and unknown ids: no constant, nothing computed
   }

@@ -22,7 +22,7 @@ void printAlgorithmName(const ComputeSettings* settings) {
     if (settings->algorithm == 2) {
       printNarrow("  ( n = 2^%u , 2^%u )", k, k + 1);
     } else {
-      printNarrow("  ( n = 2^%u )", k + 1);
+      printNarrow("  ( n = 2^%u )", settings->algorithm == 1 ? k + 1 : k);
     }
   }
   colorDefault();

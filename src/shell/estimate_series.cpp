@@ -4,9 +4,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "constants/compute_settings.h"
 #include "shell/estimate.h"
 #include "shell/estimate_internal.h"
 #include "shell/estimate_e.h"
+#include "shell/estimate_euler.h"
+#include "shell/estimate_logs.h"
+#include "shell/estimate_zeta_catalan.h"
 #include "shell/estimate_pi.h"
 
 // 4 ln(n!) by Stirling: 4 * ((n + 1.5)(ln(n + 1) - 1) + 0.5 ln(2 pi) + 0.5).
@@ -73,12 +77,30 @@ static void seriesNeeds(uint32_t constantId, uint32_t algorithm, uint64_t wordCo
                         uint32_t threadPower, uint64_t* memory, uint64_t* disk) {
   *memory = 0;
   *disk = 0;
-  if (constantId == constantCatalan && algorithm == 0) {
-    *memory = seriesPeak(lupasSeries, wordCount, threadPower);
+  if (constantId == constantCatalan) {
+    *memory = catalanSeriesPeak(algorithm, wordCount, threadPower);
+    *disk = zetaCatalanSeriesDisk(wordCount);
+  }
+  if (constantId == constantZeta3) {
+    *memory = zeta3SeriesPeak(algorithm, wordCount, threadPower);
+    *disk = zetaCatalanSeriesDisk(wordCount);
   }
   if (constantId == constantE) {
     *memory = eSeriesPeak(algorithm, wordCount, threadPower);
     *disk = eSeriesDisk(algorithm, wordCount);
+  }
+  if (constantId == constantLog2 || constantId == constantLog10) {
+    *memory = logSeriesPeak(constantId, algorithm, wordCount, threadPower);
+    *disk = logSeriesDisk(algorithm, wordCount);
+  }
+  if (constantId == constantEuler) {
+    // The size power follows the hexadecimal digits, of which the word
+    // count keeps all but the low three bits: both ends of that range.
+    const uint64_t hex = (wordCount < 2 ? 0 : wordCount - 2) << 3;
+    for (uint64_t h : {hex, hex + 7}) {
+      *memory = std::max(*memory, eulerSeriesPeak(algorithm, wordCount, threadPower,
+                                                  eulerSizePower(h)));
+    }
   }
   if (constantId == constantPi) {
     *memory = piSeriesPeak(algorithm, wordCount, threadPower);

@@ -134,7 +134,7 @@ TEST(SettingsScreen, EulerSeriesSizeAndEmptyConstant) {
   ASSERT_GE(s.constantParameter, 5u);
   EXPECT_TRUE(contains(screenOf(s), "  1     Constant:    Euler-Mascheroni Constant\n"
                                     "  2     Algorithm:   Brent-McMillan with Refinement  "
-                                    "( n = 2^" + k1 + " )\n\n"));
+                                    "( n = 2^" + k + " )\n\n"));
   s.algorithm = 2;
   EXPECT_TRUE(contains(screenOf(s), "Compute and Verify  ( n = 2^" + k + " , 2^" + k1 + " )\n\n"));
   selectConstant(nullptr, &s, 6);

@@ -98,10 +98,13 @@ TEST(Driver, EulerHeaderShowsTheSeriesSize) {
   Settings settings;
   selectConstant(nullptr, &settings.s, constantEuler);
   settings.s.constantParameter = 5;
-  {
+  const char* expected[2] = {"Brent-McMillan with Refinement  ( n = 2^5 )",
+                             "Brent-McMillan  ( n = 2^6 )"};
+  for (uint32_t algorithm = 0; algorithm < 2; algorithm++) {
+    settings.s.algorithm = algorithm;
     Capture capture;
     printAlgorithmName(&settings.s);
-    EXPECT_EQ(capture.text, "Brent-McMillan with Refinement  ( n = 2^6 )");
+    EXPECT_EQ(capture.text, expected[algorithm]);
   }
   settings.s.algorithm = 2;
   {
