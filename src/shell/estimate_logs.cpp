@@ -62,12 +62,12 @@ uint64_t logSeriesPeak(uint32_t constantId, uint32_t algorithm, uint64_t wordCou
   const uint64_t waiting = algorithm == 2 ? 3 : 2;
   uint64_t peak = 0;
   for (uint32_t i = 0; i < formula->count; i++) {
-    const uint64_t series = seriesPeak(*shapeFor(formula->terms[i].x), words, threadPower);
+    const uint64_t series = seriesPeak(*shapeFor(formula->terms[i].x), wordCount, threadPower);
     peak = std::max(peak, series + waiting * 4 * (words + 8));
   }
   if (algorithm == 2) {
     const MachinFormula* second = logFormula(constantId, algorithm, 1);
-    const uint64_t series = seriesPeak(*shapeFor(second->terms[0].x), words, threadPower);
+    const uint64_t series = seriesPeak(*shapeFor(second->terms[0].x), wordCount, threadPower);
     peak = std::max(peak, series + waiting * 4 * (words + 8));
     // The second value waits while the first is converted.
     peak = std::max(peak, estimateConversion(wordCount, threadPower) + 4 * (words + 8));

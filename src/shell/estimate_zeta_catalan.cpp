@@ -40,18 +40,18 @@ const SeriesShape ramanujanShape = {8.0L, sizeOf<2>, ratioOf<2>};
 
 uint64_t zeta3SeriesPeak(uint32_t algorithm, uint64_t wordCount, uint32_t threadPower) {
   const SeriesShape& shape = algorithm == 1 ? formula1Shape : formula2Shape;
-  return seriesPeak(shape, wordCount + 2, threadPower) + 4096;
+  return seriesPeak(shape, wordCount, threadPower) + 4096;
 }
 
 uint64_t catalanSeriesPeak(uint32_t algorithm, uint64_t wordCount, uint32_t threadPower) {
   const uint64_t words = wordCount + 2;
   if (algorithm == 0) return seriesPeak(lupasSeries, wordCount, threadPower);
-  const uint64_t series = seriesPeak(ramanujanShape, words, threadPower);
+  const uint64_t series = seriesPeak(ramanujanShape, wordCount, threadPower);
   const uint64_t number = 4 * (words + 16);
   // Pi with S waiting; the AGM holds y, Pi^2 y, a, b, s, t and the inverse
   // root's working numbers.
   const uint64_t pi = piSeriesPeak(0, wordCount, threadPower) + number;
-  const uint64_t agm = 9 * number + productScratch(words + 8, threadPower);
+  const uint64_t agm = 9 * number + productScratch(wordCount, threadPower);
   return std::max({series, pi, agm}) + 4096;
 }
 
