@@ -46,15 +46,21 @@ double computeConstant(ComputeSettings* settings) {
 }
 
 bool constantHasComputation(const ComputeSettings& settings) {
+  const bool modeBuilt = settings.computeMode == computeModeRamOnly ||
+                         settings.computeMode == computeModeBasicSwap;
   switch (settings.constantId) {
     case constantSqrtN:
     case constantGoldenRatio:
-      return settings.algorithm == 0 && (settings.computeMode == computeModeRamOnly ||
-                                         settings.computeMode == computeModeBasicSwap);
+      return settings.algorithm == 0 && modeBuilt;
     case constantE:
     case constantPi:
-      return true;
-    default:  // Log(2), Log(10), Zeta(3), Catalan, Euler-Mascheroni: not built yet
+    case constantLog2:
+    case constantLog10:
+    case constantZeta3:
+    case constantCatalan:
+    case constantEuler:
+      return modeBuilt;
+    default:  // the empty slots 6 and 7
       return false;
   }
 }

@@ -76,12 +76,18 @@ TEST(Driver, HeaderAndFilesOfASmallPiRun) {
 }
 
 TEST(Driver, ConstantsWithoutAComputationSaySoAndReserveNothing) {
-  // Empty slots and the constants not built yet: one line, no arena.
-  for (uint32_t id : {4u, 5u, 6u, 7u, 8u, 9u, 10u, 11u}) {
+  // Empty slots, an unknown id and a mode without a computation: one line,
+  // no arena.
+  const uint32_t cases[][2] = {{6, computeModeRamOnly},
+                               {7, computeModeRamOnly},
+                               {11, computeModeRamOnly},
+                               {constantPi, computeModeAdvancedSwap}};
+  for (const auto& [id, mode] : cases) {
     SCOPED_TRACE(id);
     Settings settings;
     selectConstant(nullptr, &settings.s, id);
     buildFileStems(nullptr, &settings.s);
+    settings.s.computeMode = mode;
     settings.s.memoryNeeded = 4096;
     Capture capture;
     EXPECT_EQ(runComputation(nullptr, &settings.s), 0.0);
