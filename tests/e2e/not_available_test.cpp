@@ -8,11 +8,6 @@
 
 namespace {
 
-struct Folder {
-  std::string path = makeTempFolder();
-  ~Folder() { removeTree(path); }
-};
-
 const char* const notAvailable = " is not available in this version.\n";
 
 }  // namespace
@@ -22,7 +17,7 @@ TEST(NotAvailableProgram, MenuOptionsAndConstantsNotBuiltSaySoInOneLine) {
   // line each, no memory reserved, no time reported, status 0.
   const std::string scripts[] = {"2\n", "3\n", "4\n1\n4\n0\n", "4\n1\n5\n0\n",
                                  "4\n1\n8\n0\n", "4\n1\n9\n0\n", "4\n1\n10\n0\n"};
-  Folder folder;
+  ScopedFolder folder;
   for (const std::string& script : scripts) {
     SCOPED_TRACE(script);
     ProgramResult r = runNumbrella(folder.path, script, 30);
@@ -37,7 +32,7 @@ TEST(NotAvailableProgram, MenuOptionsAndConstantsNotBuiltSaySoInOneLine) {
 TEST(NotAvailableProgram, ADigitFileThatCannotBeCreatedEndsTheRunWhenInputHasEnded) {
   // The first pause takes the line end left after the last answer; the one
   // after it meets the end of input and the run ends.
-  Folder folder;
+  ScopedFolder folder;
   ProgramResult r = runNumbrella(folder.path, "4\n3\n1000\n6\n/proc/none\n0\n", 30);
   EXPECT_FALSE(r.timedOut);
   EXPECT_EQ(r.exitStatus, 1);
