@@ -133,20 +133,6 @@ TEST(Checksum, ValidatorRecoversTheTimeAndRefusesAnyChangedField) {
   }
 }
 
-TEST(Checksum, OldFormatLeavesTheVersionOut) {
-  char name[48] = "Some Processor";
-  uint64_t salt = 0x0abcdef012345678ull;
-  uint64_t a, b;
-  checksumCompose(salt, checksumFieldMix(nullptr, name, 3000000000ull, 2, 1048576, salt), 12.5f,
-                  &a, &b);
-  char text[33];
-  checksumEncode(a, b, text);
-  float seconds = 0;
-  ASSERT_TRUE(validationTime(nullptr, name, 3000000000ull, 2, 1048576, text, &seconds));
-  EXPECT_EQ(seconds, 12.5f);
-  EXPECT_FALSE(validationTime(versionLine, name, 3000000000ull, 2, 1048576, text, &seconds));
-}
-
 TEST(Checksum, UpperCaseIsReadAtFixedDistanceAndFails) {
   char name[48] = "X";
   uint64_t salt = 0x0fffffffffffffffull;
@@ -164,21 +150,6 @@ TEST(Checksum, UpperCaseIsReadAtFixedDistanceAndFails) {
   ASSERT_TRUE(hasLetter);
   float seconds = 0;
   EXPECT_FALSE(validationTime(versionLine, name, 1, 0, 2, text, &seconds));
-}
-
-TEST(Checksum, MakeChecksumNeedsAClockRecordAndValidates) {
-  ClockInfo info;
-  memset(&info, 0, sizeof(info));
-  strcpy(info.processorName, "Test Processor");
-  info.measuredHz = 2999999999ull;
-  info.counterHz = 1000000000;
-  makeChecksum(&info, 25000000, 1, 17.25);
-  EXPECT_EQ(strlen(info.checksumText), 32u);
-  float seconds = 0;
-  ASSERT_TRUE(validationTime(versionLine, info.processorName, info.measuredHz, 1, 25000000,
-                             info.checksumText, &seconds));
-  EXPECT_EQ(seconds, 17.25f);
-  EXPECT_EQ(checksumNewSalt() >> 60, 0u);
 }
 
 TEST(ChecksumDeathTest, AClockRecordNeverSetUpIsFatal) {

@@ -46,6 +46,8 @@ std::string runDialogue(const std::string& input) {
 TEST(ValidateDialogue, PrintsTheTimeOfAGenuineRecord) {
   ClockInfo info = sampleClock();
   makeChecksum(&info, 50000000, 3, 123.456);
+  EXPECT_EQ(strlen(info.checksumText), 32u);
+  EXPECT_EQ(checksumNewSalt() >> 60, 0u);
   std::string out = runDialogue(typedRecord(versionLine, info, "3", "50000000"));
   EXPECT_NE(out.find("Enter validation data:\n\n"), std::string::npos);
   EXPECT_NE(out.find("Processor (exactly as written): "), std::string::npos);

@@ -192,106 +192,66 @@ TEST(ZdgFormat, HeadOfTheWritersNumbers) {
       testing::ExitedWithCode(1), "Number is out of range.");
 }
 
-// Damaged files: each ends with its message and status 1.
+// Opens `path`, goes to digit `at` and reads `reads` digits; the run must
+// end there with `message` and status 1.
+void expectReadFails(const std::string& path, uint64_t at, int reads, const char* message) {
+  EXPECT_EXIT(
+      {
+        consoleToStandardError();
+        DigitReader reader;
+        zdgOpen(nullptr, &reader, path.c_str());
+        zdgSeek(&reader, at);
+        for (int i = 0; i < reads; i++) zdgNextDigit(&reader);
+      },
+      testing::ExitedWithCode(1), message);
+}
+
 TEST(ZdgFormat, DamagedFilesEndWithTheirMessage) {
   TempFolder folder;
   writeCompressed(folder.path, "good", randomDigits(1000, 10, 3), 10, 0);
   writeCompressed(folder.path, "series", randomDigits(1000, 10, 4), 10, 300);
   const std::string good = readFile(folder / "good.zdg");
   const size_t zero = good.find('\0');
-
   auto replaced = [&](const std::string& from, const std::string& to) {
     std::string text = good;
     text.replace(text.find(from), from.size(), to);
     return text;
   };
-  struct Case {
-    const char* name;
-    std::string contents;
-    const char* message;
-  };
-  const Case cases[] = {
-      {"truncated header", good.substr(0, zero / 2), "Invalid File"},
-      {"empty", "", "Invalid File"},
-      {"missing key", replaced("TotalDigits:", "TotalDigitz:"), "Invalid File"},
-      {"bad count", replaced("TotalDigits:\t1000", "TotalDigits:\t1x00"), "Invalid File"},
-      {"zero block size", replaced("Blocksize:\t1000", "Blocksize:\t0"), "Invalid File"},
-      {"wrong block count", replaced("TotalBlocks:\t1", "TotalBlocks:\t2"), "Invalid File"},
-      {"radix", replaced("Base:\t10", "Base:\t12"), "Unrecognized Radix"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    std::string path = folder / "bad.zdg";
-    writeFile(path, c.contents);
-    EXPECT_EXIT(
-        {
-          consoleToStandardError();
-          DigitReader reader;
-          zdgOpen(nullptr, &reader, path.c_str());
-        },
-        testing::ExitedWithCode(1), c.message);
-  }
-
-  // A data part cut short is found when the read reaches the cut.
-  std::string path = folder / "cut.zdg";
-  writeFile(path, good.substr(0, zero + 1 + 8 * 10 + 3));
-  EXPECT_EXIT(
-      {
-        consoleToStandardError();
-        DigitReader reader;
-        zdgOpen(nullptr, &reader, path.c_str());
-        uint8_t values[1000];
-        zdgReadDigits(&reader, values, 190);  // ten whole words are there
-        zdgNextDigit(&reader);
-      },
-      testing::ExitedWithCode(1), "Read Fault");
   // A word above nineteen nines is no decimal word.
   std::string overflowing = good;
   memset(overflowing.data() + zero + 1, 0xff, 8);
-  writeFile(path, overflowing);
-  EXPECT_EXIT(
-      {
-        consoleToStandardError();
-        DigitReader reader;
-        zdgOpen(nullptr, &reader, path.c_str());
-        zdgNextDigit(&reader);
-      },
-      testing::ExitedWithCode(1), "Invalid File");
-  // Past the end, and a block of the series that is gone.
-  EXPECT_EXIT(
-      {
-        consoleToStandardError();
-        DigitReader reader;
-        zdgOpen(nullptr, &reader, (folder / "good.zdg").c_str());
-        zdgSeek(&reader, 1000);
-        zdgNextDigit(&reader);
-      },
-      testing::ExitedWithCode(1), "No more digits left.");
+  struct Case {
+    std::string contents;
+    uint64_t at;
+    int reads;
+    const char* message;
+  };
+  const Case cases[] = {
+      {good.substr(0, zero / 2), 0, 0, "Invalid File"},
+      {"", 0, 0, "Invalid File"},
+      {replaced("TotalDigits:", "TotalDigitz:"), 0, 0, "Invalid File"},
+      {replaced("TotalDigits:\t1000", "TotalDigits:\t1x00"), 0, 0, "Invalid File"},
+      {replaced("Blocksize:\t1000", "Blocksize:\t0"), 0, 0, "Invalid File"},
+      {replaced("TotalBlocks:\t1", "TotalBlocks:\t2"), 0, 0, "Invalid File"},
+      {replaced("Base:\t10", "Base:\t12"), 0, 0, "Unrecognized Radix"},
+      // A data part cut short is found when the read reaches the cut.
+      {good.substr(0, zero + 1 + 8 * 10 + 3), 190, 1, "Read Fault"},
+      {overflowing, 0, 1, "Invalid File"},
+      {good, 1000, 1, "No more digits left."},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.contents.substr(0, zero + 1));
+    writeFile(folder / "bad.zdg", c.contents);
+    expectReadFails(folder / "bad.zdg", c.at, c.reads, c.message);
+  }
+  // A block of the series that is gone; a block of another series is
+  // refused, not misread.
   std::filesystem::remove(folder / "series/x - Dec - 2.zdg");
-  EXPECT_EXIT(
-      {
-        consoleToStandardError();
-        DigitReader reader;
-        zdgOpen(nullptr, &reader, (folder / "series/x - Dec - 0.zdg").c_str());
-        zdgSeek(&reader, 599);
-        zdgNextDigit(&reader);
-        zdgNextDigit(&reader);
-      },
-      testing::ExitedWithCode(1), "Unable to open or create file.");
-  // A block that belongs to another series is refused, not misread.
+  expectReadFails(folder / "series/x - Dec - 0.zdg", 599, 2, "Unable to open or create file.");
   writeCompressed(folder.path, "other", randomDigits(900, 10, 5), 10, 300);
   std::filesystem::copy_file(folder / "other/x - Dec - 1.zdg", folder / "series/x - Dec - 1.zdg",
                              std::filesystem::copy_options::overwrite_existing);
-  EXPECT_EXIT(
-      {
-        consoleToStandardError();
-        DigitReader reader;
-        zdgOpen(nullptr, &reader, (folder / "series/x - Dec - 0.zdg").c_str());
-        zdgSeek(&reader, 299);
-        zdgNextDigit(&reader);
-        zdgNextDigit(&reader);
-      },
-      testing::ExitedWithCode(1), "Invalid File");
+  expectReadFails(folder / "series/x - Dec - 0.zdg", 299, 2, "Invalid File");
 }
 
 TEST(ZdgFormat, DigitWritersHandOverToTheCompressedFormat) {

@@ -24,7 +24,8 @@ std::string validatorInput(const std::string& name, const std::string& hz,
 }
 
 TEST(ProgramBenchmark, SmallestSizeThenValidationOfItsRecord) {
-  std::string folder = makeTempFolder();
+  ScopedFolder scoped;
+  const std::string& folder = scoped.path;
   // With several processors the type question comes first: multi-threaded.
   std::string input = processorCount() > 1 ? "0\n1\n0\n20\n" : "0\n0\n20\n";
   ProgramResult run = runNumbrella(folder, input, 300);
@@ -50,33 +51,20 @@ TEST(ProgramBenchmark, SmallestSizeThenValidationOfItsRecord) {
   EXPECT_EQ(good.exitStatus, 0) << good.out;
   size_t at = good.out.find("Validated Time: ");
   ASSERT_NE(at, std::string::npos) << good.out;
-  double validated = std::stod(good.out.substr(at + 16));
-  EXPECT_NEAR(validated, std::stod(time), 0.0011);
+  EXPECT_NEAR(std::stod(good.out.substr(at + 16)), std::stod(time), 0.0011);
 
-  // One field changed at a time; the time is held by the checksum itself,
-  // so a changed time is a changed checksum character.
-  std::string otherChecksum = checksum;
-  otherChecksum[31] = otherChecksum[31] == '0' ? '1' : '0';
-  const std::string changed[] = {
-      validatorInput(name, hz, threads, "1048577", checksum),
-      validatorInput(name, hz, threads == "0" ? "1" : "0", "1048576", checksum),
-      validatorInput(name, std::to_string(std::stoull(hz) + 1), threads, "1048576", checksum),
-      validatorInput(name, hz, threads, "1048576", otherChecksum),
-  };
-  for (const std::string& typed : changed) {
-    ProgramResult bad = runNumbrella(folder, typed);
-    EXPECT_EQ(bad.exitStatus, 1);
-    EXPECT_NE(bad.out.find("Invalid Checksum"), std::string::npos) << bad.out;
-    EXPECT_EQ(bad.out.find("Validated Time"), std::string::npos);
-  }
-  removeTree(folder);
+  // A changed field (every one of them is covered by the checksum's unit tests).
+  ProgramResult bad = runNumbrella(folder, validatorInput(name, hz, threads, "1048577", checksum));
+  EXPECT_EQ(bad.exitStatus, 1);
+  EXPECT_NE(bad.out.find("Invalid Checksum"), std::string::npos) << bad.out;
+  EXPECT_EQ(bad.out.find("Validated Time"), std::string::npos);
 }
 
 // On one processor the type question is skipped; the size menu then ends
 // with the input.
 TEST(ProgramBenchmark, OneProcessorSkipsTheTypeQuestion) {
-  std::string folder = makeTempFolder();
-  ProgramResult r = runProgram("/usr/bin/taskset", folder, "0\n", 60,
+  ScopedFolder folder;
+  ProgramResult r = runProgram("/usr/bin/taskset", folder.path, "0\n", 60,
                                {"-c", "0", NUMBRELLA_BINARY});
   EXPECT_EQ(r.exitStatus, 1);
   EXPECT_EQ(r.out.find("Select a Benchmark Type:"), std::string::npos);
@@ -88,7 +76,6 @@ TEST(ProgramBenchmark, OneProcessorSkipsTheTypeQuestion) {
   EXPECT_NE(r.out.find("  0     I prefer SuperPi sizes... (1M, 2M, 4M...)\n\noption: "),
             std::string::npos);
   EXPECT_NE(r.out.find("Unexpected end of input."), std::string::npos);
-  removeTree(folder);
 }
 
 }  // namespace

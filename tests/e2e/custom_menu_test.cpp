@@ -11,11 +11,6 @@
 
 namespace {
 
-struct Folder {
-  std::string path = makeTempFolder();
-  ~Folder() { removeTree(path); }
-};
-
 // The text from the last settings screen to the prompt that ends it.
 std::string lastScreen(const std::string& out) {
   size_t start = out.rfind("Custom Compute a Constant\n\n\n");
@@ -42,17 +37,8 @@ void expectScreenMemoryReserved(const std::string& out) {
   EXPECT_EQ(shown, reserved) << out;
 }
 
-void expectInOrder(const std::string& out, std::initializer_list<const char*> pieces) {
-  size_t at = 0;
-  for (const char* piece : pieces) {
-    size_t found = out.find(piece, at);
-    ASSERT_NE(found, std::string::npos) << "missing or out of order: " << piece << "\n" << out;
-    at = found + strlen(piece);
-  }
-}
-
 TEST(CustomMenuProgram, TourOfEverySubMenu) {
-  Folder folder;
+  ScopedFolder folder;
   const std::string head =
       "4\n"                             // main menu: custom computation
       "1\n0\n1\n4\n9\n4294836225\n2\n"  // constant Sqrt(n): 1 out of range, 3 squares, 2
@@ -100,7 +86,7 @@ TEST(CustomMenuProgram, TourOfEverySubMenu) {
 }
 
 TEST(CustomMenuProgram, SwapScreensThenBackToRamOnly) {
-  Folder folder;
+  ScopedFolder folder;
   // Basic Swap at 50,000,000 digits, two disks; then 1000 digits, too few
   // to swap, bring Ram Only back and option 9 is refused before the start.
   std::string input =
@@ -134,7 +120,7 @@ TEST(CustomMenuProgram, ScreenMemoryIsTheArenaForEachConstant) {
   };
   for (const char* script : scripts) {
     SCOPED_TRACE(script);
-    Folder folder;
+    ScopedFolder folder;
     ProgramResult r = runNumbrella(folder.path, script, 120);
     EXPECT_EQ(r.exitStatus, 0) << r.out;
     expectScreenMemoryReserved(r.out);

@@ -14,14 +14,8 @@ namespace {
 const char* const decStem = "e - Dec - exp(1)";
 const char* const hexStem = "e - Hex - exp(1)";
 
-struct Folder {
-  std::string path = makeTempFolder();
-  ~Folder() { removeTree(path); }
-  std::string operator/(const std::string& name) const { return path + "/" + name; }
-};
-
 // Runs the program and expects a normal end.
-std::string run(const Folder& folder, const std::string& input) {
+std::string run(const ScopedFolder& folder, const std::string& input) {
   ProgramResult result = runNumbrella(folder.path, input, 60.0);
   EXPECT_FALSE(result.timedOut);
   EXPECT_EQ(result.exitStatus, 0) << result.out.substr(result.out.size() > 2000 ? result.out.size() - 2000 : 0);
@@ -35,7 +29,7 @@ std::string block(const std::string& stem, const char* kind, int id) {
 }  // namespace
 
 TEST(DigitToolsProgram, CompressedRunsDecompressCompressAndCompare) {
-  Folder folder;
+  ScopedFolder folder;
   // 2,000,000 decimal digits in blocks of 1,000,000 (ending exactly on a
   // block, inside a word); 1,660,965 hexadecimal digits (inside a block and
   // a word); then the same run as text, and 1,300,000 digits in one file.
@@ -90,7 +84,7 @@ TEST(DigitToolsProgram, CompressedRunsDecompressCompressAndCompare) {
 }
 
 TEST(DigitToolsProgram, DamagedInputEndsWithStatusOne) {
-  Folder folder;
+  ScopedFolder folder;
   FILE* f = fopen((folder / "cut.zdg").c_str(), "wb");
   fputs("#Compressed Digit File\r\n\r\nFileVersion:\t1.0.0\r\n", f);
   fclose(f);

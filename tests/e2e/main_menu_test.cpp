@@ -13,17 +13,7 @@
 
 namespace {
 
-struct Folder {
-  std::string path = makeTempFolder();
-  ~Folder() { removeTree(path); }
-};
-
 const std::string pauseEnd = "\n\n\nPress any key to continue . . . \n";
-
-bool endsWith(const std::string& text, const std::string& tail) {
-  return text.size() >= tail.size() &&
-         text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
-}
 
 // Checks the parts every run shares: banner once, menu once, no escapes.
 void expectOneMenu(const ProgramResult& r) {
@@ -35,7 +25,7 @@ void expectOneMenu(const ProgramResult& r) {
 }
 
 TEST(Program, AboutThenPauseAndStatusZero) {
-  Folder folder;
+  ScopedFolder folder;
   ProgramResult r = runNumbrella(folder.path, "7\n");
   EXPECT_EQ(r.exitStatus, 0);
   expectOneMenu(r);
@@ -46,13 +36,14 @@ TEST(Program, AboutThenPauseAndStatusZero) {
   EXPECT_TRUE(listFolder(folder.path).empty());  // writes no file
 }
 
-TEST(Program, WarningScreenExactly) {
-  Folder folder;
-  ProgramResult r = runNumbrella(folder.path, "8\n");
+// Wrong choices only repeat the prompt; then the warning screen, exactly.
+TEST(Program, WrongChoicesThenTheWarningScreen) {
+  ScopedFolder folder;
+  ProgramResult r = runNumbrella(folder.path, "9\n12\nletters\n8\n");
   EXPECT_EQ(r.exitStatus, 0);
   expectOneMenu(r);
   const std::string screen =
-      "option: \n\n\nA Word of Warning...\n\n"
+      "Enter your choice:\noption: option: option: option: \n\n\nA Word of Warning...\n\n"
       "Performing large multi-threaded computations using this program may\n"
       "subject your computer to extremely high levels of stress for extended\n"
       "periods of time. To protect your computer, MAKE SURE that your hardware\n"
@@ -67,19 +58,8 @@ TEST(Program, WarningScreenExactly) {
   EXPECT_TRUE(endsWith(r.out, screen + pauseEnd)) << r.out;
 }
 
-TEST(Program, WrongChoicesOnlyRepeatThePrompt) {
-  Folder folder;
-  ProgramResult r = runNumbrella(folder.path, "9\n12\nletters\n8\n");
-  EXPECT_EQ(r.exitStatus, 0);
-  expectOneMenu(r);
-  EXPECT_NE(r.out.find("Enter your choice:\noption: option: option: option: \n\n\n"
-                       "A Word of Warning...\n"),
-            std::string::npos)
-      << r.out;
-}
-
 TEST(Program, EndOfInputIsFatalAtOnce) {
-  Folder folder;
+  ScopedFolder folder;
   for (const char* input : {"", "abc\n"}) {
     SCOPED_TRACE(input);
     ProgramResult r = runNumbrella(folder.path, input, 30);
@@ -94,12 +74,11 @@ TEST(Program, EndOfInputIsFatalAtOnce) {
 }
 
 TEST(Program, CustomComputeRunsTheRecordOfTheMenu) {
-  // Option 4 goes through the custom menu: 1000 decimal digits, then start.
-  Folder folder;
+  ScopedFolder folder;
   ProgramResult r = runNumbrella(folder.path, "4\n3\n1000\n0\n", 120);
   EXPECT_EQ(r.exitStatus, 0);
   expectOneMenu(r);
-  const char* const inOrder[] = {
+  expectInOrder(r.out, {
       "Custom Compute a Constant\n",
       "Select the # of decimal digits to compute:\n",
       "  3     Decimal Digits:        1,000\n",
@@ -114,13 +93,7 @@ TEST(Program, CustomComputeRunsTheRecordOfTheMenu) {
       " seconds  ( ",
       "Total Time (including writing digits):  ",
       " seconds  ( ",
-  };
-  size_t at = 0;
-  for (const char* piece : inOrder) {
-    size_t found = r.out.find(piece, at);
-    ASSERT_NE(found, std::string::npos) << "missing or out of order: " << piece << "\n" << r.out;
-    at = found + strlen(piece);
-  }
+  });
   EXPECT_TRUE(endsWith(r.out, " hours )\n\n\n" + pauseEnd)) << r.out;
   // The arena is the estimate of the edited record plus its margin of 1 MiB.
   ComputeSettings settings;

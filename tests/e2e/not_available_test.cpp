@@ -8,11 +8,6 @@
 
 namespace {
 
-struct Folder {
-  std::string path = makeTempFolder();
-  ~Folder() { removeTree(path); }
-};
-
 const char* const notAvailable = " is not available in this version.\n";
 
 }  // namespace
@@ -21,7 +16,7 @@ TEST(NotAvailableProgram, MenuOptionsAndConstantsNotBuiltSaySoInOneLine) {
   // Main-menu options not built yet: one line each, no memory reserved, no
   // time reported, status 0.
   const std::string scripts[] = {"2\n", "3\n"};
-  Folder folder;
+  ScopedFolder folder;
   for (const std::string& script : scripts) {
     SCOPED_TRACE(script);
     ProgramResult r = runNumbrella(folder.path, script, 30);
@@ -36,7 +31,7 @@ TEST(NotAvailableProgram, MenuOptionsAndConstantsNotBuiltSaySoInOneLine) {
 TEST(NotAvailableProgram, ADigitFileThatCannotBeCreatedEndsTheRunWhenInputHasEnded) {
   // The first pause takes the line end left after the last answer; the one
   // after it meets the end of input and the run ends.
-  Folder folder;
+  ScopedFolder folder;
   ProgramResult r = runNumbrella(folder.path, "4\n3\n1000\n6\n/proc/none\n0\n", 30);
   EXPECT_FALSE(r.timedOut);
   EXPECT_EQ(r.exitStatus, 1);

@@ -7,13 +7,8 @@
 
 namespace {
 
-struct Folder {
-  std::string path = makeTempFolder();
-  ~Folder() { removeTree(path); }
-};
-
 TEST(RunProgram, StatusStreamsAndFolder) {
-  Folder folder;
+  ScopedFolder folder;
   ProgramResult r = runProgram("/bin/sh", folder.path, "", 30,
                                {"-c", "pwd; echo oops >&2; echo made > out.txt; exit 3"});
   EXPECT_EQ(r.exitStatus, 3);
@@ -34,7 +29,7 @@ TEST(RunProgram, StatusStreamsAndFolder) {
 }
 
 TEST(RunProgram, LargeInputTimeoutMissingProgramAndSignals) {
-  Folder folder;
+  ScopedFolder folder;
   std::string input;
   for (int i = 0; i < 200000; ++i) input += "0123456789\n";
   ProgramResult r = runProgram("/bin/cat", folder.path, input, 60);

@@ -17,15 +17,9 @@
 
 namespace {
 
-struct Folder {
-  std::string path = makeTempFolder();
-  ~Folder() { removeTree(path); }
-  std::string file(const char* name) const { return path + "/" + name; }
-};
-
 TEST(Files, WriteThenReadBack) {
-  Folder folder;
-  std::string name = folder.file("data.bin");
+  ScopedFolder folder;
+  std::string name = (folder / "data.bin");
   std::vector<uint8_t> bytes(300000);
   for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>(i * 7 + (i >> 9));
 
@@ -62,8 +56,8 @@ TEST(Files, WriteThenReadBack) {
 }
 
 TEST(Files, PositionalTransfersAndLength) {
-  Folder folder;
-  std::string name = folder.file("swap.sf");
+  ScopedFolder folder;
+  std::string name = (folder / "swap.sf");
   int fd = fileOpenWrite(name.c_str());
   fileSetLength(fd, 1 << 16);
   EXPECT_EQ(fileSizeOfOpen(fd), 1u << 16);
@@ -87,29 +81,29 @@ TEST(Files, PositionalTransfersAndLength) {
 }
 
 TEST(Files, DirectoriesAndTryForms) {
-  Folder folder;
-  std::string dir = folder.file("blocks");
+  ScopedFolder folder;
+  std::string dir = (folder / "blocks");
   EXPECT_TRUE(directoryCreate(dir.c_str()));
   EXPECT_TRUE(directoryCreate(dir.c_str()));  // existing is accepted
   EXPECT_TRUE(directoryExists(dir.c_str()));
-  std::string file = folder.file("plain");
+  std::string file = (folder / "plain");
   fileClose(fileCreate(file.c_str()));
   EXPECT_FALSE(directoryCreate(file.c_str()));  // a file is in the way
-  EXPECT_EQ(fileOpenReadTry(folder.file("missing").c_str()), -1);
-  EXPECT_EQ(fileCreateTry(folder.file("no/such/dir").c_str()), -1);
+  EXPECT_EQ(fileOpenReadTry((folder / "missing").c_str()), -1);
+  EXPECT_EQ(fileCreateTry((folder / "no/such/dir").c_str()), -1);
   int readOnly = fileOpenRead(file.c_str());
   EXPECT_FALSE(fileWriteTry(readOnly, "x", 1));
   fileClose(readOnly);
 }
 
 TEST(FilesDeathTest, EachFailureHasItsText) {
-  Folder folder;
-  const std::string missing = folder.file("missing"), file = folder.file("short");  // empty
+  ScopedFolder folder;
+  const std::string missing = (folder / "missing"), file = (folder / "short");  // empty
   fileClose(fileCreate(file.c_str()));
   char byte;
   EXPECT_EXIT({ consoleToStandardError(); fileOpenRead(missing.c_str()); },
               ::testing::ExitedWithCode(1), "Unable to open or create file\\.");
-  EXPECT_EXIT({ consoleToStandardError(); fileCreate(folder.file("a/b").c_str()); },
+  EXPECT_EXIT({ consoleToStandardError(); fileCreate((folder / "a/b").c_str()); },
               ::testing::ExitedWithCode(1), "Unable to open or create file\\.");
   EXPECT_EXIT({ consoleToStandardError(); fileSize(missing.c_str()); },
               ::testing::ExitedWithCode(1), "Path does not exist\\.");

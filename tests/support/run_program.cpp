@@ -2,6 +2,8 @@
 // loop that feeds the input and drains both outputs, a deadline, waitpid.
 #include "support/run_program.h"
 
+#include <gtest/gtest.h>
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
@@ -182,4 +184,21 @@ size_t countOccurrences(const std::string& text, const std::string& needle) {
   for (size_t at = text.find(needle); !needle.empty() && at != std::string::npos; at = text.find(needle, at + needle.size()))
     ++count;
   return count;
+}
+
+bool endsWith(const std::string& text, const std::string& tail) {
+  return text.size() >= tail.size() &&
+         text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
+}
+
+void expectInOrder(const std::string& text, std::initializer_list<const char*> pieces) {
+  size_t at = 0;
+  for (const char* piece : pieces) {
+    size_t found = text.find(piece, at);
+    if (found == std::string::npos) {
+      ADD_FAILURE() << "missing or out of order: " << piece << "\n" << text;
+      return;
+    }
+    at = found + strlen(piece);
+  }
 }

@@ -3,6 +3,7 @@
 // helpers for the folders and files tests leave behind.
 #pragma once
 
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,16 @@ std::vector<std::string> listFolder(const std::string& folder);
 std::string readWholeFile(const std::string& path);
 // Number of times `needle` occurs in `text` (non-overlapping).
 size_t countOccurrences(const std::string& text, const std::string& needle);
+bool endsWith(const std::string& text, const std::string& tail);
+// Fails the test unless every piece occurs in `text`, each after the last.
+void expectInOrder(const std::string& text, std::initializer_list<const char*> pieces);
+
+// A fresh temporary folder, removed with its contents at the end of the scope.
+struct ScopedFolder {
+  std::string path = makeTempFolder();
+  ~ScopedFolder() { removeTree(path); }
+  std::string operator/(const std::string& name) const { return path + "/" + name; }
+};
 
 #ifdef NUMBRELLA_BINARY
 // The program under test, built beside the end-to-end tests.
