@@ -37,11 +37,7 @@ void exactRange(uint64_t a, uint64_t b, mpz_t plus, mpz_t minus, mpz_t q) {
     mpz_mul(plus, plus, kk.z);
     mpz_add_ui(plus, plus, 1);
     mpz_mul(minus, minus, kk.z);
-    if ((k - a - 1) & 1) {
-      mpz_sub_ui(minus, minus, 1);
-    } else {
-      mpz_add_ui(minus, minus, 1);
-    }
+    ((k - a - 1) & 1 ? mpz_sub_ui : mpz_add_ui)(minus, minus, 1);
     mpz_mul(q, q, kk.z);
   }
 }

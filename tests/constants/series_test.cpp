@@ -44,11 +44,7 @@ void exactRange(bool alternating, uint64_t a, uint64_t b, mpz_t p, mpz_t q, mpz_
     exactRange(alternating, m, b, p2.z, q2.z, r2.z);
     mpz_mul(r, r, q2.z);
     mpz_mul(r2.z, r2.z, p);
-    if (alternating && ((m - a) & 1)) {
-      mpz_sub(r, r, r2.z);
-    } else {
-      mpz_add(r, r, r2.z);
-    }
+    (alternating && ((m - a) & 1) ? mpz_sub : mpz_add)(r, r, r2.z);
     mpz_mul(p, p, p2.z);
     mpz_mul(q, q, q2.z);
     return;
@@ -60,11 +56,7 @@ void exactRange(bool alternating, uint64_t a, uint64_t b, mpz_t p, mpz_t q, mpz_
   for (uint64_t k = a + 1; k <= b; k++) {
     mpz_mul_ui(r, r, 3 * k + 1);
     mpz_mul_ui(t.z, p, k + 5);
-    if (alternating && ((k - 1 - a) & 1)) {
-      mpz_sub(r, r, t.z);
-    } else {
-      mpz_add(r, r, t.z);
-    }
+    (alternating && ((k - 1 - a) & 1) ? mpz_sub : mpz_add)(r, r, t.z);
     mpz_mul_ui(p, p, k);
     mpz_mul_ui(q, q, 3 * k + 1);
   }
