@@ -87,12 +87,7 @@ void expectPeakWithinEstimate(const RootRun& run, bool close) {
 // figure counts two transforms where the roots' squares use one (up to 2.2
 // times the peak, measured to 300000 digits).
 TEST(RootEntries, FilesHoldMpfrsDigitsAndTheEstimateCoversThePeak) {
-  struct Case {
-    uint32_t n;  // 0: the Golden Ratio
-    uint64_t digits;
-    uint32_t threadPower;
-    uint32_t mode;
-  };
+  struct Case { uint32_t n; uint64_t digits; uint32_t threadPower, mode; };  // n 0: Golden Ratio
   // 4294967295: sqrt = 65535.99..., five integer digits in both radixes.
   std::vector<Case> cases = {{2, 1000, 1, computeModeRamOnly},
                              {4294967291u, 12345, 1, computeModeRamOnly},

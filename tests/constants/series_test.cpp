@@ -14,6 +14,7 @@
 #include <cmath>
 #include <filesystem>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "arith/fft/fft_tables.h"
@@ -293,10 +294,8 @@ TEST(SeriesPlans, BlocksCoverTheTermsAndHalveTheNeedToTheBudget) {
   const uint64_t terms = buildSeriesPlan(&plan, &single, 0, 5000, 0, 1);
   ASSERT_EQ(plan.count, 1u);
   const SeriesBlock& only = plan.blocks[0];
-  EXPECT_EQ(only.first, 1u);
-  EXPECT_EQ(only.topLevels, 1u);
-  EXPECT_EQ(only.last, terms);
-  EXPECT_EQ(only.precision, 5000u);
+  EXPECT_EQ(std::tie(only.first, only.topLevels, only.last, only.precision),
+            std::make_tuple(uint64_t(1), 1u, terms, uint64_t(5000)));
   seriesPlanRelease(&plan);
 }
 
