@@ -356,26 +356,21 @@ TEST(SeriesLayers, MergesAlignStrippedWordsAndBorrowThroughTheTop) {
     splitNumberFromU64(&arena.heap, &r->r[0], rv);
     r->r[0].stripped += rStrip;
   };
-  // R1 Q2 = 2^64 * 2^(32*3), R2 = 1: the odd distance subtracts.
-  make(&left, 7, 0, 1, 1);
-  make(&right, 1, 2, 1, 0);
-  seriesMergeIntegers(&arena.heap, &kind, &left, &right, &out, 0, 1, 0, 0);
-  Number want, q;
-  mpz_set_ui(want.z, 1);
-  mpz_mul_2exp(want.z, want.z, 96);
-  mpz_sub_ui(want.z, want.z, 1);
-  EXPECT_TRUE(numberIs(out.r[0], want.z, "R"));
-  mpz_set_ui(q.z, 7);
-  mpz_mul_2exp(q.z, q.z, 64);
-  EXPECT_TRUE(numberIs(out.q, q.z, "Q"));
-  splitRecordRelease(&out);
-  // Even distance adds: 2^96 + 1.
-  make(&left, 7, 0, 1, 1);
-  make(&right, 1, 2, 1, 0);
-  seriesMergeIntegers(&arena.heap, &kind, &left, &right, &out, 0, 2, 0, 0);
-  mpz_add_ui(want.z, want.z, 2);
-  EXPECT_TRUE(numberIs(out.r[0], want.z, "R"));
-  splitRecordRelease(&out);
+  // R1 Q2 = 2^64 * 2^(32*3), R2 = 1: the odd distance subtracts, the even adds.
+  for (auto [distance, add] : {std::pair{1u, false}, {2u, true}}) {
+    make(&left, 7, 0, 1, 1);
+    make(&right, 1, 2, 1, 0);
+    seriesMergeIntegers(&arena.heap, &kind, &left, &right, &out, 0, distance, 0, 0);
+    Number want, q;
+    mpz_set_ui(want.z, 1);
+    mpz_mul_2exp(want.z, want.z, 96);
+    (add ? mpz_add_ui : mpz_sub_ui)(want.z, want.z, 1);
+    EXPECT_TRUE(numberIs(out.r[0], want.z, "R")) << distance;
+    mpz_set_ui(q.z, 7);
+    mpz_mul_2exp(q.z, q.z, 64);
+    EXPECT_TRUE(numberIs(out.q, q.z, "Q")) << distance;
+    splitRecordRelease(&out);
+  }
 }
 
 // The sum is good to the words asked for (two words of slack for the
