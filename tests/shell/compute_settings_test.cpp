@@ -9,6 +9,7 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <tuple>
 
 #include "platform/threads.h"
 
@@ -106,16 +107,13 @@ TEST(ComputeSettings, ReleaseFreesEverythingAndCanRepeat) {
 
 TEST(DigitRelations, BothDirectionsAtTheEdges) {
   ComputeSettings s{};
-  setDecimalDigits(&s, 0);
-  EXPECT_EQ(s.hexDigits, 1u);
-  EXPECT_EQ(s.wordCount, 2u);
   // 30 digits: 24.9 hexadecimal digits, so 25 and (25 >> 3) + 2 = 5 words,
   // the smallest size the decimal menu accepts; 20 gives 4 words.
-  setDecimalDigits(&s, 30);
-  EXPECT_EQ(s.hexDigits, 25u);
-  EXPECT_EQ(s.wordCount, 5u);
-  setDecimalDigits(&s, 20);
-  EXPECT_EQ(s.wordCount, 4u);
+  for (auto [d, h, w] : {std::tuple{0u, 1u, 2u}, {20u, 17u, 4u}, {30u, 25u, 5u}}) {
+    setDecimalDigits(&s, d);
+    EXPECT_EQ(s.hexDigits, h) << d;
+    EXPECT_EQ(s.wordCount, w) << d;
+  }
   setHexDigits(&s, 41524102);
   EXPECT_EQ(s.hexDigits, 41524102u);
   EXPECT_EQ(s.decimalDigits, 50000000u);  // floor(50000000.6...)
