@@ -124,10 +124,10 @@ TEST(PiTerms, BothFormsAgreeWithGmpAcrossTheirRanges) {
     }
   }
   // Q = c k^3 passes 4 words near k = 2^25 (c is 54 bits).
-  chudnovskyTerm32(31000000, &term);
-  EXPECT_EQ(term.qLength, 4u);
-  chudnovskyTerm32(32000000, &term);
-  EXPECT_EQ(term.qLength, 5u);
+  for (auto [k, length] : {std::pair{31000000u, 4u}, {32000000u, 5u}}) {
+    chudnovskyTerm32(k, &term);
+    EXPECT_EQ(term.qLength, length) << k;
+  }
 }
 
 TEST(PiTermsDeathTest, IndicesOutsideAFormAreRefused) {
@@ -172,12 +172,7 @@ TEST(PiSeries, SizeEstimatesFollowTheProducts) {
 // the arena of that figure. 1001 digits: N under 100 for Chudnovsky (serial
 // summation, no plan).
 TEST(PiCompute, RunsOfBothAlgorithmsAgainstMpfrAndTheirMemory) {
-  struct Case {
-    uint32_t algorithm;
-    uint64_t digits;
-    uint32_t threadPower;
-    uint32_t mode;
-  };
+  struct Case { uint32_t algorithm; uint64_t digits; uint32_t threadPower, mode; };
   std::vector<Case> cases = {{piChudnovsky, 1001, 0, computeModeRamOnly},
                              {piRamanujan, 1001, 1, computeModeRamOnly},
                              {piChudnovsky, 100001, 1, computeModeRamOnly},

@@ -27,9 +27,6 @@ void setRoot(mpfr_t x, uint32_t n) {
   }
 }
 
-std::string mpfrRootText(uint32_t n, uint64_t digits, int base) {
-  return mpfrText(setRoot, n, digits, base);
-}
 
 uint64_t rootEstimate(const ComputeSettings* s) {
   return s->computeMode == computeModeRamOnly ? estimateRoot(s->wordCount, s->threadPower)
@@ -55,8 +52,8 @@ struct RootRun : ConstantRun {
 
 // The files hold MPFR's digits, exactly the requested ones after the point.
 void expectFilesOf(const RootRun& run, uint32_t n) {
-  EXPECT_TRUE(run.text(16) == mpfrRootText(n, run.settings.hexDigits, 16)) << "hexadecimal file";
-  EXPECT_TRUE(run.text(10) == mpfrRootText(n, run.settings.decimalDigits, 10)) << "decimal file";
+  EXPECT_TRUE(run.text(16) == mpfrText(setRoot, n, run.settings.hexDigits, 16)) << "hexadecimal file";
+  EXPECT_TRUE(run.text(10) == mpfrText(setRoot, n, run.settings.decimalDigits, 10)) << "decimal file";
 }
 
 // The hexadecimal text of v's top words + 1 (its two guard words may be off).
@@ -84,23 +81,13 @@ void expectPeakWithinEstimate(const RootRun& run, bool close) {
 
 }  // namespace
 
-// Runs of the entries: the files hold MPFR's digits (Basic Swap pages the
-// inverse root's top step through real swap files above 1000 words, and the
-// run checks that they end empty), and the arena's high-water mark is under
-// the estimate the arena was made from and close to it. The writers' buffers
-// are sized from what is free and are not counted in the mark. From about
-// 90000 digits the estimate's largest products are in the hybrid range,
-// whose figure counts two transforms and the product, and on threads once
-// more per level of the split; the roots' squares use one transform on a
-// single level. There the figure may reach 2.2 times the peak (measured up
-// to 300000 digits).
+// Runs of the entries: the files hold MPFR's digits (Basic Swap pages
+// through real swap files that must end empty), and the arena's peak is
+// under the estimate and close to it; from about 90000 digits the hybrid
+// figure counts two transforms where the roots' squares use one (up to 2.2
+// times the peak, measured to 300000 digits).
 TEST(RootEntries, FilesHoldMpfrsDigitsAndTheEstimateCoversThePeak) {
-  struct Case {
-    uint32_t n;  // 0: the Golden Ratio
-    uint64_t digits;
-    uint32_t threadPower;
-    uint32_t mode;
-  };
+  struct Case { uint32_t n; uint64_t digits; uint32_t threadPower, mode; };  // n 0: Golden Ratio
   // 4294967295: sqrt = 65535.99..., five integer digits in both radixes.
   std::vector<Case> cases = {{2, 1000, 1, computeModeRamOnly},
                              {4294967291u, 12345, 1, computeModeRamOnly},
@@ -157,7 +144,7 @@ TEST(RootCompute, SqrtOfManyNonSquaresAndTheGoldenRatio) {
       sqrtNCompute(&heap, &v, words, 0, n, 0, nullptr);
       ASSERT_EQ(bigFloatPosition(v), 1) << n;
       std::string got = topHex(v, words);
-      EXPECT_EQ(got, mpfrRootText(n, 8 * words + 8, 16).substr(0, got.size())) << n << " " << words;
+      EXPECT_EQ(got, mpfrText(setRoot, n, 8 * words + 8, 16).substr(0, got.size())) << n << " " << words;
       bigFloatDestroy(&v);
     }
   }
@@ -168,7 +155,7 @@ TEST(RootCompute, SqrtOfManyNonSquaresAndTheGoldenRatio) {
     goldenRatioCompute(&heap, &v, words, 0, 0, nullptr);
     ASSERT_EQ(bigFloatPosition(v), 1);
     std::string got = topHex(v, words);
-    EXPECT_EQ(got, mpfrRootText(0, 8 * words + 8, 16).substr(0, got.size())) << words;
+    EXPECT_EQ(got, mpfrText(setRoot, 0, 8 * words + 8, 16).substr(0, got.size())) << words;
     bigFloatDestroy(&v);
   }
   consoleCaptureTo(nullptr);
@@ -178,16 +165,10 @@ TEST(RootCompute, SqrtOfManyNonSquaresAndTheGoldenRatio) {
 }
 
 TEST(RootMemory, EstimateCoversDrawnSizesAndTheWidestRunOfTheirWordCount) {
-  // Sizes drawn anew in every run (the seed is printed on failure). The
-  // estimate knows only the word count, and the conversion's normalisation
-  // keeps the words of the digits asked for, integer digits included: near
-  // a transform row's edge the widest run of a word count (its most digits,
-  // five integer digits) takes the next row where a narrower run does not,
-  // and the estimate, which must hold the widest, is up to 1.31 times a
-  // narrower run's peak (measured from 20000 to 120000 digits; 1.08 against
-  // the widest). So the drawn run must fit, and closeness is measured on the
-  // widest run of its word count. Below about 20000 digits the fixed margins
-  // weigh more; the runs of the table above cover those sizes.
+  // The estimate knows only the word count and must hold its widest run
+  // (most digits, five integer digits), which near a transform row's edge
+  // takes the next row: a drawn run must fit, closeness is measured on the
+  // widest run of its word count (1.08; up to 1.31 against narrower runs).
   testbridge::Random random = testbridge::testRandom();
   for (int i = 0; i < 4; i++) {
     const uint64_t digits = random.logUniform(20000, 300000);

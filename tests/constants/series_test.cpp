@@ -14,6 +14,7 @@
 #include <cmath>
 #include <filesystem>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "arith/fft/fft_tables.h"
@@ -44,11 +45,7 @@ void exactRange(bool alternating, uint64_t a, uint64_t b, mpz_t p, mpz_t q, mpz_
     exactRange(alternating, m, b, p2.z, q2.z, r2.z);
     mpz_mul(r, r, q2.z);
     mpz_mul(r2.z, r2.z, p);
-    if (alternating && ((m - a) & 1)) {
-      mpz_sub(r, r, r2.z);
-    } else {
-      mpz_add(r, r, r2.z);
-    }
+    (alternating && ((m - a) & 1) ? mpz_sub : mpz_add)(r, r, r2.z);
     mpz_mul(p, p, p2.z);
     mpz_mul(q, q, q2.z);
     return;
@@ -60,11 +57,7 @@ void exactRange(bool alternating, uint64_t a, uint64_t b, mpz_t p, mpz_t q, mpz_
   for (uint64_t k = a + 1; k <= b; k++) {
     mpz_mul_ui(r, r, 3 * k + 1);
     mpz_mul_ui(t.z, p, k + 5);
-    if (alternating && ((k - 1 - a) & 1)) {
-      mpz_sub(r, r, t.z);
-    } else {
-      mpz_add(r, r, t.z);
-    }
+    (alternating && ((k - 1 - a) & 1) ? mpz_sub : mpz_add)(r, r, t.z);
     mpz_mul_ui(p, p, k);
     mpz_mul_ui(q, q, 3 * k + 1);
   }
@@ -301,10 +294,8 @@ TEST(SeriesPlans, BlocksCoverTheTermsAndHalveTheNeedToTheBudget) {
   const uint64_t terms = buildSeriesPlan(&plan, &single, 0, 5000, 0, 1);
   ASSERT_EQ(plan.count, 1u);
   const SeriesBlock& only = plan.blocks[0];
-  EXPECT_EQ(only.first, 1u);
-  EXPECT_EQ(only.topLevels, 1u);
-  EXPECT_EQ(only.last, terms);
-  EXPECT_EQ(only.precision, 5000u);
+  EXPECT_EQ(std::tie(only.first, only.topLevels, only.last, only.precision),
+            std::make_tuple(uint64_t(1), 1u, terms, uint64_t(5000)));
   seriesPlanRelease(&plan);
 }
 
@@ -365,26 +356,21 @@ TEST(SeriesLayers, MergesAlignStrippedWordsAndBorrowThroughTheTop) {
     splitNumberFromU64(&arena.heap, &r->r[0], rv);
     r->r[0].stripped += rStrip;
   };
-  // R1 Q2 = 2^64 * 2^(32*3), R2 = 1: the odd distance subtracts.
-  make(&left, 7, 0, 1, 1);
-  make(&right, 1, 2, 1, 0);
-  seriesMergeIntegers(&arena.heap, &kind, &left, &right, &out, 0, 1, 0, 0);
-  Number want, q;
-  mpz_set_ui(want.z, 1);
-  mpz_mul_2exp(want.z, want.z, 96);
-  mpz_sub_ui(want.z, want.z, 1);
-  EXPECT_TRUE(numberIs(out.r[0], want.z, "R"));
-  mpz_set_ui(q.z, 7);
-  mpz_mul_2exp(q.z, q.z, 64);
-  EXPECT_TRUE(numberIs(out.q, q.z, "Q"));
-  splitRecordRelease(&out);
-  // Even distance adds: 2^96 + 1.
-  make(&left, 7, 0, 1, 1);
-  make(&right, 1, 2, 1, 0);
-  seriesMergeIntegers(&arena.heap, &kind, &left, &right, &out, 0, 2, 0, 0);
-  mpz_add_ui(want.z, want.z, 2);
-  EXPECT_TRUE(numberIs(out.r[0], want.z, "R"));
-  splitRecordRelease(&out);
+  // R1 Q2 = 2^64 * 2^(32*3), R2 = 1: the odd distance subtracts, the even adds.
+  for (auto [distance, add] : {std::pair{1u, false}, {2u, true}}) {
+    make(&left, 7, 0, 1, 1);
+    make(&right, 1, 2, 1, 0);
+    seriesMergeIntegers(&arena.heap, &kind, &left, &right, &out, 0, distance, 0, 0);
+    Number want, q;
+    mpz_set_ui(want.z, 1);
+    mpz_mul_2exp(want.z, want.z, 96);
+    (add ? mpz_add_ui : mpz_sub_ui)(want.z, want.z, 1);
+    EXPECT_TRUE(numberIs(out.r[0], want.z, "R")) << distance;
+    mpz_set_ui(q.z, 7);
+    mpz_mul_2exp(q.z, q.z, 64);
+    EXPECT_TRUE(numberIs(out.q, q.z, "Q")) << distance;
+    splitRecordRelease(&out);
+  }
 }
 
 // The sum is good to the words asked for (two words of slack for the

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <tuple>
 
 #include "platform/threads.h"
 
@@ -78,19 +79,17 @@ TEST(ComputeSettings, SquareRootNamesAndStemsOfEachAlgorithm) {
   EXPECT_STREQ(s.displayName, "Sqrt(4294967295)");
   EXPECT_STREQ(s.decimalFileStem, "Sqrt(4294967295) - Dec - Newton");
   EXPECT_STREQ(s.algorithmMenuLines[0], "1st order Newton's Method");
-  // The stems follow the algorithm.
-  selectConstant(nullptr, &s, constantPi);
-  s.algorithm = 1;
-  buildFileStems(nullptr, &s);
-  EXPECT_STREQ(s.decimalFileStem, "Pi - Dec - Ramanujan");
-  selectConstant(nullptr, &s, constantE);
-  s.algorithm = 1;
-  buildFileStems(nullptr, &s);
-  EXPECT_STREQ(s.hexFileStem, "e - Hex - exp(-1)");
-  // Compute and verify: the writers add "Computation" or "Verification".
-  s.algorithm = 2;
-  buildFileStems(nullptr, &s);
-  EXPECT_STREQ(s.decimalFileStem, "e - Dec - ");
+  // The stems follow the algorithm; for compute and verify the writers add
+  // "Computation" or "Verification".
+  auto stems = [&](uint32_t id, uint32_t algorithm) {
+    selectConstant(nullptr, &s, id);
+    s.algorithm = algorithm;
+    buildFileStems(nullptr, &s);
+    return std::string(s.decimalFileStem) + "|" + s.hexFileStem;
+  };
+  EXPECT_EQ(stems(constantPi, 1), "Pi - Dec - Ramanujan|Pi - Hex - Ramanujan");
+  EXPECT_EQ(stems(constantE, 1), "e - Dec - exp(-1)|e - Hex - exp(-1)");
+  EXPECT_EQ(stems(constantE, 2), "e - Dec - |e - Hex - ");
   EXPECT_STREQ(s.algorithmNames[2], "Compute and Verify");
 }
 
@@ -108,16 +107,13 @@ TEST(ComputeSettings, ReleaseFreesEverythingAndCanRepeat) {
 
 TEST(DigitRelations, BothDirectionsAtTheEdges) {
   ComputeSettings s{};
-  setDecimalDigits(&s, 0);
-  EXPECT_EQ(s.hexDigits, 1u);
-  EXPECT_EQ(s.wordCount, 2u);
   // 30 digits: 24.9 hexadecimal digits, so 25 and (25 >> 3) + 2 = 5 words,
   // the smallest size the decimal menu accepts; 20 gives 4 words.
-  setDecimalDigits(&s, 30);
-  EXPECT_EQ(s.hexDigits, 25u);
-  EXPECT_EQ(s.wordCount, 5u);
-  setDecimalDigits(&s, 20);
-  EXPECT_EQ(s.wordCount, 4u);
+  for (auto [d, h, w] : {std::tuple{0u, 1u, 2u}, {20u, 17u, 4u}, {30u, 25u, 5u}}) {
+    setDecimalDigits(&s, d);
+    EXPECT_EQ(s.hexDigits, h) << d;
+    EXPECT_EQ(s.wordCount, w) << d;
+  }
   setHexDigits(&s, 41524102);
   EXPECT_EQ(s.hexDigits, 41524102u);
   EXPECT_EQ(s.decimalDigits, 50000000u);  // floor(50000000.6...)
@@ -152,11 +148,10 @@ TEST(DigitRelations, SampledAgainstExtendedPrecision) {
 }
 
 TEST(EulerSize, LeastPowerThatCoversTheDigits) {
-  EXPECT_EQ(eulerSizePower(0), 5u);
-  EXPECT_EQ(eulerSizePower(85), 5u);  // (8 * 32 - 20) / (4 ln 2) = 85.1
-  EXPECT_EQ(eulerSizePower(86), 6u);
-  EXPECT_EQ(eulerSizePower(177), 6u);  // (8 * 64 - 20) / (4 ln 2) = 177.5
-  EXPECT_EQ(eulerSizePower(178), 7u);
+  // (8 * 2^k - 20) / (4 ln 2): 85.1 at k = 5, 177.5 at k = 6.
+  for (auto [h, k] : {std::pair{0, 5u}, {85, 5u}, {86, 6u}, {177, 6u}, {178, 7u}}) {
+    EXPECT_EQ(eulerSizePower(h), k) << h;
+  }
   std::mt19937_64 random(7);
   for (int i = 0; i < 300; ++i) {
     uint64_t h = random() >> (random() % 45 + 14);

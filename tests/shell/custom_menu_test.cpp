@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <tuple>
 
 #include "arith/size_limits.h"
 #include "memory/raidfile.h"
@@ -18,17 +19,10 @@
 
 namespace {
 
-// Console output captured and input scripted for the life of the object.
 struct Capture {
   std::string text;
-  explicit Capture(const char* input) {
-    consoleCaptureTo(&text);
-    consoleInputFrom(input);
-  }
-  ~Capture() {
-    consoleCaptureTo(nullptr);
-    consoleInputFrom(nullptr);
-  }
+  explicit Capture(const char* input) { consoleCaptureTo(&text), consoleInputFrom(input); }
+  ~Capture() { consoleCaptureTo(nullptr), consoleInputFrom(nullptr); }
 };
 
 // The default record (Pi, 50,000,000 digits) with a fixed thread count.
@@ -44,12 +38,10 @@ struct Settings {
 
 // The menus must leave exactly the needs a fresh estimate gives.
 void expectEstimated(const ComputeSettings& s) {
-  ComputeSettings copy = s;
-  estimateResources(&copy);
-  EXPECT_EQ(s.memoryNeeded, copy.memoryNeeded);
-  EXPECT_EQ(s.diskNeeded, copy.diskNeeded);
-  EXPECT_EQ(s.computeMode, copy.computeMode);
-  EXPECT_EQ(s.digitsPerFile, copy.digitsPerFile);
+  ComputeSettings c = s;
+  estimateResources(&c);
+  EXPECT_EQ(std::tie(s.memoryNeeded, s.diskNeeded, s.computeMode, s.digitsPerFile),
+            std::tie(c.memoryNeeded, c.diskNeeded, c.computeMode, c.digitsPerFile));
 }
 
 std::string screenOf(const ComputeSettings& s) {
@@ -65,9 +57,8 @@ std::string run(void (*menu)(ComputeSettings*), ComputeSettings* s, const std::s
   return capture.text;
 }
 
-bool contains(const std::string& text, const std::string& piece) {
-  return text.find(piece) != std::string::npos;
-}
+#define EXPECT_HAS(text, piece) EXPECT_NE((text).find(piece), std::string::npos) << (text)
+#define EXPECT_LACKS(text, piece) EXPECT_EQ((text).find(piece), std::string::npos) << (text)
 
 TEST(SettingsScreen, DefaultRecordExactly) {
   Settings settings(1);
@@ -96,7 +87,7 @@ TEST(SettingsScreen, SwapModeDisksSplitOutputAndOneThread) {
   estimateResources(&s);
   ASSERT_GT(s.diskNeeded, 0u);
   std::string screen = screenOf(s);
-  EXPECT_TRUE(contains(screen,
+  EXPECT_HAS(screen,
                        "  5     Threading Mode:    Multi-Threading Disabled\n"
                        "  6     Write Digits To:   /tmp/digits here\n"
                        "  7     Compress Output:   Yes - Compress digits and split them into "
@@ -107,21 +98,20 @@ TEST(SettingsScreen, SwapModeDisksSplitOutputAndOneThread) {
                        "        Memory Needed:       " +
                            formatBytes(s.memoryNeeded + 1048576) +
                            "\n        Disk Needed:         " + formatBytes(s.diskNeeded) +
-                           "\n\n  0     Start Computation!"))
-      << screen;
+                           "\n\n  0     Start Computation!");
   // One disk: no share per disk. Three: the share of each.
   s.swapDiskCount = 1;
-  EXPECT_TRUE(contains(screenOf(s), "  9     Swap Disks:          1\n\n        Memory Needed:       " +
+  EXPECT_HAS(screenOf(s), "  9     Swap Disks:          1\n\n        Memory Needed:       " +
                                         formatBytes(s.memoryNeeded + 1048576) +
                                         "\n        Disk Needed:         " +
-                                        formatBytes(s.diskNeeded) + "\n"));
+                                        formatBytes(s.diskNeeded) + "\n");
   s.swapDiskCount = 3;
-  EXPECT_TRUE(contains(screenOf(s), "Disk Needed:         " + formatBytes(s.diskNeeded) +
+  EXPECT_HAS(screenOf(s), "Disk Needed:         " + formatBytes(s.diskNeeded) +
                                         "  ( " + formatBytes(s.diskNeeded / 3) +
-                                        " per disk )\n"));
+                                        " per disk )\n");
   s.digitsPerFile = -1;
-  EXPECT_TRUE(contains(screenOf(s),
-                       "  7     Compress Output:   Yes - Compress digits into one .zdg file.\n\n"));
+  EXPECT_HAS(screenOf(s),
+                       "  7     Compress Output:   Yes - Compress digits into one .zdg file.\n\n");
 }
 
 TEST(SettingsScreen, EulerSeriesSizeAndEmptyConstant) {
@@ -132,26 +122,26 @@ TEST(SettingsScreen, EulerSeriesSizeAndEmptyConstant) {
   std::string k = std::to_string(s.constantParameter);
   std::string k1 = std::to_string(s.constantParameter + 1);
   ASSERT_GE(s.constantParameter, 5u);
-  EXPECT_TRUE(contains(screenOf(s), "  1     Constant:    Euler-Mascheroni Constant\n"
+  EXPECT_HAS(screenOf(s), "  1     Constant:    Euler-Mascheroni Constant\n"
                                     "  2     Algorithm:   Brent-McMillan with Refinement  "
-                                    "( n = 2^" + k + " )\n\n"));
+                                    "( n = 2^" + k + " )\n\n");
   s.algorithm = 2;
-  EXPECT_TRUE(contains(screenOf(s), "Compute and Verify  ( n = 2^" + k + " , 2^" + k1 + " )\n\n"));
+  EXPECT_HAS(screenOf(s), "Compute and Verify  ( n = 2^" + k + " , 2^" + k1 + " )\n\n");
   selectConstant(nullptr, &s, 6);
   estimateResources(&s);
-  EXPECT_TRUE(contains(screenOf(s), "  1     Constant:    \n  2     Algorithm:   \n\n"));
+  EXPECT_HAS(screenOf(s), "  1     Constant:    \n  2     Algorithm:   \n\n");
 }
 
 TEST(CustomMenu, NineOnlyInASwapModeAndEveryRoundReEstimates) {
   Settings settings;
   // Ram Only: 9 is refused silently, 0 starts.
   std::string out = run(customComputeMenu, &settings.s, "9\n0\n");
-  EXPECT_TRUE(contains(out, "  0     Start Computation!\n\n\noption: option: \n")) << out;
-  EXPECT_FALSE(contains(out, "Enter the # of disks"));
+  EXPECT_HAS(out, "  0     Start Computation!\n\n\noption: option: \n");
+  EXPECT_LACKS(out, "Enter the # of disks");
   // Basic Swap: 9 opens the disks menu, 10 is refused.
   settings.s.computeMode = computeModeBasicSwap;
   out = run(customComputeMenu, &settings.s, "10\n9\n0\n0\n");
-  EXPECT_TRUE(contains(out, "option: option: \nEnter the # of disks you wish to use:"));
+  EXPECT_HAS(out, "option: option: \nEnter the # of disks you wish to use:");
   EXPECT_EQ(countOccurrences(out, "Custom Compute a Constant\n"), 2u);
   // A record edited behind the loop's back is corrected before it is shown.
   settings.s.computeMode = computeModeRamOnly;
@@ -170,7 +160,7 @@ TEST(ConstantMenu, ListingAndEveryId) {
   Settings settings;
   // 11 is not on the list: asked again.
   std::string out = run(menuConstant, &settings.s, "11\n8\n");
-  EXPECT_TRUE(contains(out, "Enter your choice:\noption: option: \n")) << out;
+  EXPECT_HAS(out, "Enter your choice:\noption: option: \n");
   EXPECT_EQ(settings.s.constantId, 8u);
   for (uint32_t id = 1; id <= 10; id++) {
     SCOPED_TRACE(id);
@@ -191,9 +181,8 @@ TEST(ConstantMenu, SquareRootRefusesPerfectSquaresAndOne) {
                              "This number is a perfect square.\n"
                              "Please choose something more interesting :)\n\n"),
             3u);
-  EXPECT_TRUE(contains(out, "option: \nSquare Root of n\n\nn = n = \n"
-                                     "This number is a perfect square.\n"))
-      << out;
+  EXPECT_HAS(out, "option: \nSquare Root of n\n\nn = n = \n"
+                                     "This number is a perfect square.\n");
   EXPECT_EQ(settings.s.constantId, constantSqrtN);
   EXPECT_EQ(settings.s.constantParameter, 2u);
   EXPECT_STREQ(settings.s.displayName, "Sqrt(2)");
@@ -202,7 +191,7 @@ TEST(ConstantMenu, SquareRootRefusesPerfectSquaresAndOne) {
   for (uint32_t n : {3u, 4294836224u, 4294836226u, 4294967295u}) {
     out = run(menuConstant, &settings.s, "0\n" + std::to_string(n) + "\n");
     EXPECT_EQ(settings.s.constantParameter, n);
-    EXPECT_FALSE(contains(out, "perfect square")) << n;
+    EXPECT_LACKS(out, "perfect square");
   }
   // Squares of 16-bit roots are refused (sampled); 2^32 is out of range.
   for (uint32_t r = 2; r < 65536; r += 4999) {
@@ -222,7 +211,7 @@ TEST(AlgorithmMenu, LinesRangeAndStems) {
                               settings.s.algorithmMenuLines[1] + "\n3     " +
                               settings.s.algorithmMenuLines[2] +
                               "\n\nEnter your choice:\noption: option: option: \n");
-  EXPECT_TRUE(contains(out, "3     Compute and Verify using: Log(2) =\n\n"));
+  EXPECT_HAS(out, "3     Compute and Verify using: Log(2) =\n\n");
   EXPECT_EQ(settings.s.algorithm, 2u);
   EXPECT_STREQ(settings.s.decimalFileStem, "Log(2) - Dec - ");
   expectEstimated(settings.s);
@@ -230,8 +219,8 @@ TEST(AlgorithmMenu, LinesRangeAndStems) {
   selectConstant(nullptr, &settings.s, constantPi);
   out = run(menuAlgorithm, &settings.s, "3\n2\n");
   EXPECT_EQ(settings.s.algorithm, 1u);
-  EXPECT_TRUE(contains(out, "2     Ramanujan's Formula     (~40% slower)\n"));
-  EXPECT_TRUE(contains(out, "option: option: \n"));
+  EXPECT_HAS(out, "2     Ramanujan's Formula     (~40% slower)\n");
+  EXPECT_HAS(out, "option: option: \n");
   // An empty constant offers nothing and reads nothing.
   selectConstant(nullptr, &settings.s, 7);
   EXPECT_EQ(run(menuAlgorithm, &settings.s, ""), "Select an Algorithm:\n\n");
@@ -256,7 +245,7 @@ TEST(DigitMenus, DecimalRangeRulesAndTheLimit) {
   EXPECT_EQ(s.decimalDigits, largestRunDecimalDigits);
   EXPECT_EQ(s.wordCount, largestRunWords);
   EXPECT_EQ(s.computeMode, computeModeBasicSwap);
-  EXPECT_FALSE(contains(out, "Advanced Swap"));
+  EXPECT_LACKS(out, "Advanced Swap");
   expectEstimated(s);
 }
 
@@ -301,27 +290,24 @@ TEST(DigitMenus, AdvancedSwapRefusalRestoresTheOldRecord) {
   s.digitLimit = ~uint64_t(0) / 2;
   setHexDigits(&s, (advancedSwapWords - 2) * 8);
   ASSERT_EQ(s.wordCount, advancedSwapWords);
-  {
-    Capture capture("");  // silent
-    EXPECT_FALSE(refuseAdvancedSwap(&s, before.decimalDigits, before.computeMode));
-    EXPECT_EQ(capture.text, "");
-  }
+  auto refuse = [&](uint64_t oldDigits, uint32_t oldMode, const char* input, bool* refused) {
+    Capture capture(input);
+    *refused = refuseAdvancedSwap(&s, oldDigits, oldMode);
+    return capture.text;
+  };
+  bool refused = true;
+  EXPECT_EQ(refuse(before.decimalDigits, before.computeMode, "", &refused), "");  // silent
+  EXPECT_FALSE(refused);
   setDecimalDigits(&s, 200000000000000ull);
   s.computeMode = computeModeRamOnly;
-  {
-    Capture capture("\n");
-    EXPECT_TRUE(refuseAdvancedSwap(&s, before.decimalDigits, before.computeMode));
-    EXPECT_EQ(capture.text,
-              "Computing this many digits will require Advanced Swap Mode.\n"
-              "This feature has not been implemented yet.\n\n"
-              "Press any key to continue . . . \n\n");
-  }
-  EXPECT_EQ(s.decimalDigits, before.decimalDigits);
-  EXPECT_EQ(s.hexDigits, before.hexDigits);
-  EXPECT_EQ(s.wordCount, before.wordCount);
-  EXPECT_EQ(s.computeMode, computeModeBasicSwap);
-  EXPECT_EQ(s.memoryNeeded, before.memoryNeeded);
-  EXPECT_EQ(s.diskNeeded, before.diskNeeded);
+  EXPECT_EQ(refuse(before.decimalDigits, before.computeMode, "\n", &refused),
+            "Computing this many digits will require Advanced Swap Mode.\n"
+            "This feature has not been implemented yet.\n\nPress any key to continue . . . \n\n");
+  EXPECT_TRUE(refused);
+  EXPECT_EQ(std::tie(s.decimalDigits, s.hexDigits, s.wordCount, s.computeMode, s.memoryNeeded,
+                     s.diskNeeded),
+            std::tie(before.decimalDigits, before.hexDigits, before.wordCount, before.computeMode,
+                     before.memoryNeeded, before.diskNeeded));
 
   // An old count of 0 hexadecimal digits returns through the decimal
   // relations as 1, below the decimal menu's range: only the estimate runs.
@@ -329,13 +315,9 @@ TEST(DigitMenus, AdvancedSwapRefusalRestoresTheOldRecord) {
   setHexDigits(&s, 0);
   uint64_t oldDecimal = s.decimalDigits;
   setDecimalDigits(&s, 200000000000000ull);
-  {
-    Capture capture("\n");
-    EXPECT_TRUE(refuseAdvancedSwap(&s, oldDecimal, computeModeRamOnly));
-  }
-  EXPECT_EQ(s.decimalDigits, 0u);
-  EXPECT_EQ(s.hexDigits, 1u);
-  EXPECT_EQ(s.wordCount, 2u);
+  refuse(oldDecimal, computeModeRamOnly, "\n", &refused);
+  EXPECT_TRUE(refused);
+  EXPECT_EQ(std::tie(s.decimalDigits, s.hexDigits, s.wordCount), std::make_tuple(0ull, 1ull, 2ull));
   expectEstimated(s);
 }
 
@@ -348,9 +330,8 @@ TEST(ThreadsMenu, TextRangeAndEstimate) {
                       " 0            1  (no multi-threading)\n",
                       0),
             0u);
-  EXPECT_TRUE(contains(out, "Otherwise, numbrella will end up using more cores than what you "
-                            "specify.\nk = k = \n"))
-      << out;
+  EXPECT_HAS(out, "Otherwise, numbrella will end up using more cores than what you "
+                            "specify.\nk = k = \n");
   EXPECT_EQ(s.threadPower, 3u);
   expectEstimated(s);
   EXPECT_GT(s.memoryNeeded, oneThread);
@@ -370,8 +351,8 @@ TEST(OutputFormatMenu, FloorOfCompressionAndDigitsPerFile) {
   EXPECT_EQ(s.digitsPerFile, 0);  // an earlier choice is reset
   setHexDigits(&s, 1048576);
   out = run(menuOutputFormat, &s, "3\n1\n");
-  EXPECT_TRUE(contains(out, "Select an Output Format:\n\n")) << out;
-  EXPECT_TRUE(contains(out, "option: option: \n")) << out;
+  EXPECT_HAS(out, "Select an Output Format:\n\n");
+  EXPECT_HAS(out, "option: option: \n");
   EXPECT_EQ(s.digitsPerFile, -1);
   run(menuOutputFormat, &s, "0\n");
   EXPECT_EQ(s.digitsPerFile, 0);
@@ -422,21 +403,21 @@ TEST(PathMenus, SwapDisksListAndTheCountThatKeepsGrowing) {
             "        2 - Each disk should be identical. (speed, size, brand...)\n"
             "        3 - Ideally, (though not required), the disks should be empty.\n"
             "Path 0: Path 1: \n");
-  ASSERT_NE(s.swapPaths, nullptr);
-  ASSERT_EQ(s.swapPaths->count, 2u);
-  EXPECT_STREQ(s.swapPaths->paths[0], "/disk/a");
-  EXPECT_STREQ(s.swapPaths->paths[1], "/disk/b");
-  EXPECT_EQ(s.swapDiskCount, 2u);
+  auto paths = [&] {
+    std::string all;
+    for (uint32_t i = 0; s.swapPaths != nullptr && i < s.swapPaths->count; i++) {
+      all += std::string(s.swapPaths->paths[i]) + ";";
+    }
+    return all + std::to_string(s.swapDiskCount);
+  };
+  EXPECT_EQ(paths(), "/disk/a;/disk/b;2");
   expectEstimated(s);
   // A second visit starts a new list but adds to the count.
   run(menuSwapDisks, &s, "1\n/disk/c\n");
-  ASSERT_NE(s.swapPaths, nullptr);
-  ASSERT_EQ(s.swapPaths->count, 1u);
-  EXPECT_STREQ(s.swapPaths->paths[0], "/disk/c");
-  EXPECT_EQ(s.swapDiskCount, 3u);
+  EXPECT_EQ(paths(), "/disk/c;3");
   run(menuSwapDisks, &s, "0\n");
   EXPECT_EQ(s.swapPaths, nullptr);
-  EXPECT_EQ(s.swapDiskCount, 3u);
+  EXPECT_EQ(paths(), "3");
 }
 
 TEST(ModeMenu, SwapOfferedFromFiveMillionWords) {
@@ -460,8 +441,8 @@ TEST(ModeMenu, SwapOfferedFromFiveMillionWords) {
   setHexDigits(&s, (swapFloorWords - 3) * 8);
   ASSERT_EQ(s.wordCount, swapFloorWords - 1);
   std::string out = run(menuComputationMode, &s, "2\n1\n");
-  EXPECT_FALSE(contains(out, "Basic Disk Swapping"));
-  EXPECT_TRUE(contains(out, "option: option: \n"));
+  EXPECT_LACKS(out, "Basic Disk Swapping");
+  EXPECT_HAS(out, "option: option: \n");
   EXPECT_EQ(s.computeMode, computeModeRamOnly);
   EXPECT_EQ(s.diskNeeded, 0u);
   // A swap mode chosen earlier falls back to Ram Only when the size drops.

@@ -1,15 +1,7 @@
-// The product and conversion estimates against the heap's measured peak.
-// Every measurement runs in a root heap of its own: the operands (or the
-// number) go in first, then the work, and the peak is peakUsed - base.
-//
-// A product's figure covers its result array and the worker's blocks, all
-// that lies above its operands; the estimate must cover every form of a
-// product of n-word operands (square, multiply, the chopped forms of the
-// BigFloat wrappers, an unbalanced product) and stay within 25% of the
-// largest. A conversion's figure is the whole run: the number, the table
-// with its build, the normalisation, the deconstruction and the output, for
-// a number shaped like a constant's result (L + 5 words, the point above its
-// top word or one word lower).
+// The product and conversion estimates against the peak measured in a root
+// heap of their own. A product's figure covers all above its operands, for
+// every form of an n-word product; a conversion's covers the whole run of a
+// number shaped like a constant's result.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -56,20 +48,9 @@ void makeNumber(Heap* heap, Random& random, BigFloat* x, uint64_t n, int64_t exp
 
 // ---- Products ------------------------------------------------------------------
 
-enum ProductForm {
-  FormSquare,
-  FormMultiply,
-  FormChoppedSquare,
-  FormChoppedMultiply,
-  FormUnbalanced
-};
-constexpr ProductForm productForms[] = {FormSquare, FormMultiply, FormChoppedSquare,
-                                        FormChoppedMultiply, FormUnbalanced};
-const char* formName(ProductForm form) {
-  static const char* names[] = {"square", "multiply", "chopped square", "chopped multiply",
-                                "unbalanced"};
-  return names[form];
-}
+enum ProductForm { FormSquare, FormMultiply, FormChoppedSquare, FormChoppedMultiply, FormUnbalanced };
+const char* const formNames[] = {"square", "multiply", "chopped square", "chopped multiply",
+                                 "unbalanced"};
 
 // Bytes of one product of n-word operands in `form` above its operands: the
 // chopped forms keep p + 3 = n words as the constants do; the unbalanced
@@ -110,9 +91,9 @@ uint64_t productPeak(Random& random, uint64_t n, uint32_t threadPower, ProductFo
 uint64_t largestProductPeak(Random& random, uint64_t n, uint32_t threadPower) {
   const uint64_t estimate = estimateProduct(n, threadPower, 0, 0);
   uint64_t largest = 0;
-  for (ProductForm form : productForms) {
-    const uint64_t peak = productPeak(random, n, threadPower, form);
-    EXPECT_GE(estimate, peak) << formName(form) << " of " << n << " words, threadPower "
+  for (int form = FormSquare; form <= FormUnbalanced; form++) {
+    const uint64_t peak = productPeak(random, n, threadPower, ProductForm(form));
+    EXPECT_GE(estimate, peak) << formNames[form] << " of " << n << " words, threadPower "
                               << threadPower;
     largest = std::max(largest, peak);
   }
@@ -124,10 +105,7 @@ struct WorstRatio {
   double ratio = 0;
   uint64_t size = 0;
   void take(double r, uint64_t at) {
-    if (r > ratio) {
-      ratio = r;
-      size = at;
-    }
+    if (r > ratio) ratio = r, size = at;
   }
 };
 
@@ -154,15 +132,10 @@ TEST(EstimatePeak, ProductScratchCoversEveryFormWithinAQuarter) {
       EXPECT_GE(estimate, peak) << n << " words, threadPower " << threadPower;
       plain.take(double(estimate) / double(peak), n);
       if (n >= 500) large.take(double(estimate) / double(peak), n);
-      // The estimate is taken at n + 100 words, which at small n, or where a
-      // transform row ends within 100 words above n, is a larger product:
-      // the bound of a quarter holds against the product at that length.
-      // From 12000 words at +100 the estimate holds the FFT at its largest
-      // plain size (13056 words, one thread), so it is measured against that
-      // product too.
+      // The estimate is taken at n + 100 words, so the bound holds against
+      // that product; from 12000 words it also holds the FFT's largest plain
+      // size, and the hybrid rows' memory is not monotonic: a looser bound.
       uint64_t peakAtMargin = largestProductPeak(random, n + 100, threadPower);
-      // The hybrid figure is also the largest over every tuned row below
-      // the size, and the rows' memory is not monotonic: a looser bound.
       if (n + 100 >= 12000) peakAtMargin = std::max(peakAtMargin, fftEdgePeak);
       EXPECT_LE(double(estimate), (n + 100 >= 12000 ? 1.5 : 1.25) * double(peakAtMargin))
           << n << " words at +100";
@@ -266,20 +239,10 @@ TEST(EstimatePeak, ConversionCoversTheWholeRunWithinAQuarter) {
         peak = std::max(peak, shape);
       }
       const double ratio = double(estimate) / double(peak);
-      if (words >= 1000) {
-        // From about 12000 words the products are the hybrid transform's,
-        // whose figure is the largest over every table row up to the size:
-        // the rows' memory is not monotonic (few large elements against
-        // more small ones), so the bound is looser there.
-        EXPECT_LE(ratio, words < 12000 ? 1.25 : 1.8) << words << " words, threadPower " << threadPower;
-        worst.take(ratio, words);
-      } else if (words >= 100) {
-        EXPECT_LE(ratio, 1.5) << words << " words, threadPower " << threadPower;
-        small.take(ratio, words);
-      } else {
-        EXPECT_LE(ratio, 2.5) << words << " words, threadPower " << threadPower;
-        small.take(ratio, words);
-      }
+      // From 12000 words the hybrid rows' memory is not monotonic: looser.
+      const double bound = words >= 12000 ? 1.8 : words >= 1000 ? 1.25 : words >= 100 ? 1.5 : 2.5;
+      EXPECT_LE(ratio, bound) << words << " words, threadPower " << threadPower;
+      (words >= 1000 ? worst : small).take(ratio, words);
     }
   }
   std::printf("estimateConversion / peak: worst %.3f at %llu words (from 1000), %.3f at %llu\n",

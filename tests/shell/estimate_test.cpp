@@ -22,11 +22,14 @@ struct Settings {
   ~Settings() { releaseComputeSettings(&record); }
 };
 
+// Estimates one word past the limit in a child whose console goes to stderr.
 std::string childConsole;
-void prepareChild() {
+void estimateInChild(uint32_t id, uint32_t threadPower, uint32_t mode) {
   consoleInputFrom("");
   consoleCaptureTo(&childConsole);
   atexit([] { fputs(childConsole.c_str(), stderr); });
+  uint64_t memory = 0, disk = 0;
+  estimateConstant(id, 0, 9999999999901u, threadPower, mode, &memory, &disk);
 }
 
 TEST(EstimateResources, ModePickFollowsTheSwapFloor) {
@@ -127,9 +130,8 @@ TEST(EstimateConstant, DispatchByConstantAndMode) {
 // three times that.
 TEST(EstimateProduct, ThreadLevelsOnlyAddAndTheConversionIsSingleThreaded) {
   // The scratch grows with the size through the methods' ranges.
-  EXPECT_LT(productScratchAt(10, 0), productScratchAt(20, 0));
-  EXPECT_LT(productScratchAt(20, 0), productScratchAt(57, 0));
-  EXPECT_LT(productScratchAt(57, 0), productScratchAt(58, 0));
+  const uint64_t sizes[] = {10, 20, 57, 58};
+  for (int i = 0; i < 3; i++) EXPECT_LT(productScratchAt(sizes[i], 0), productScratchAt(sizes[i + 1], 0));
   EXPECT_EQ(estimateProduct(1000, 0, 0, 0), productScratch(1000, 0));
   EXPECT_GT(estimateProduct(1000, 2, 0, 0), estimateProduct(1000, 0, 0, 0));
   EXPECT_GT(estimateProduct(1000, 2, 1, 0), estimateProduct(1000, 2, 0, 0));
@@ -214,20 +216,10 @@ TEST(ConstantLimits, LargestSizesThatTheTransformServes) {
 TEST(ConstantLimitsDeath, PastTheLargestMultiplicationIsFatal) {
   // One word past the limit, the finish of Lupas and the swap run's largest
   // product need more than the hybrid transform holds.
-  uint64_t memory = 0, disk = 0;
-  EXPECT_EXIT(
-      {
-        prepareChild();
-        estimateConstant(constantCatalan, 0, 9999999999901u, 0, computeModeRamOnly, &memory, &disk);
-      },
-      ::testing::ExitedWithCode(1),
-      "^\n\nMaximum supported multiplication size has been exceeded\\.\n\n");
-  EXPECT_EXIT(
-      {
-        prepareChild();
-        estimateConstant(constantPi, 0, 9999999999901u, 3, computeModeBasicSwap, &memory, &disk);
-      },
-      ::testing::ExitedWithCode(1), "Maximum supported multiplication size has been exceeded\\.");
+  EXPECT_EXIT(estimateInChild(constantCatalan, 0, computeModeRamOnly), ::testing::ExitedWithCode(1),
+              "^\n\nMaximum supported multiplication size has been exceeded\\.\n\n");
+  EXPECT_EXIT(estimateInChild(constantPi, 3, computeModeBasicSwap), ::testing::ExitedWithCode(1),
+              "Maximum supported multiplication size has been exceeded\\.");
 }
 
 }  // namespace

@@ -17,14 +17,8 @@ namespace {
 
 struct Capture {
   std::string text;
-  explicit Capture(const char* input) {
-    consoleCaptureTo(&text);
-    consoleInputFrom(input);
-  }
-  ~Capture() {
-    consoleCaptureTo(nullptr);
-    consoleInputFrom(nullptr);
-  }
+  explicit Capture(const char* input) { consoleCaptureTo(&text), consoleInputFrom(input); }
+  ~Capture() { consoleCaptureTo(nullptr), consoleInputFrom(nullptr); }
 };
 
 const char* const menuText =
