@@ -184,19 +184,12 @@ TEST(FftProductsDeathTest, TablesThatDontServeAndSizesPastTheLastRowAreFatal) {
   ASSERT_EQ(growFftTables(small, 40), 0u);
   Random random = testbridge::testRandom();
   const auto a = testbridge::operand(random, Kind::Uniform, 5000);
-  EXPECT_DEATH(
-      {
-        consoleToStandardError();
-        (void)matches(fftEntry(small), a, nullptr);
-      },
-      "Invalid Function Parameters: FFT Multiplication\n\nThe lookup tables were not "
-      "built for this transform length.");
+  EXPECT_DEATH((consoleToStandardError(), (void)matches(fftEntry(small), a, nullptr)),
+               "Invalid Function Parameters: FFT Multiplication\n\nThe lookup tables were not "
+               "built for this transform length.");
   releaseFftTablesRecord(small);
   uint32_t word = 1, out = 0;
-  EXPECT_EXIT(
-      {
-        consoleToStandardError();
-        fftSquare(nullptr, &word, uint64_t(1) << 29, &out, 0, ffttest::tables());
-      },
-      ::testing::ExitedWithCode(1), "Maximum FFT size Exceeded\\.");
+  EXPECT_EXIT((consoleToStandardError(),
+               fftSquare(nullptr, &word, uint64_t(1) << 29, &out, 0, ffttest::tables())),
+              ::testing::ExitedWithCode(1), "Maximum FFT size Exceeded\\.");
 }

@@ -180,12 +180,9 @@ TEST(FftNegacyclic, AProductOfMinusOneReturnsOne) {
 TEST(FftTransformDeathTest, AMisalignedElementBufferIsFatal) {
   ffttest::Buffer buffer(80);
   std::vector<uint32_t> points(64, 1);
-  EXPECT_DEATH(
-      {
-        consoleToStandardError();
-        forwardFftFull(buffer.data + 1, points.data(), sizeCodeOf(1, 6), ffttest::tables());
-      },
-      "FATAL ERROR: Assertion Failure\n\nInvalid Data Alignment: FFT Multiplication");
+  EXPECT_DEATH((consoleToStandardError(),
+                forwardFftFull(buffer.data + 1, points.data(), sizeCodeOf(1, 6), ffttest::tables())),
+               "FATAL ERROR: Assertion Failure\n\nInvalid Data Alignment: FFT Multiplication");
 }
 
 // Angles 2 pi n / (8Q) of any n, by strides 1, 2 and 3, against the

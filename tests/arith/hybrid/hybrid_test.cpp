@@ -1,10 +1,6 @@
-// Hybrid transform products against GMP through the shared product driver
-// (a chopped result may be one below the rule): element squares and products
-// modulo 2^(32W) + 1 (recursive and FFT forms, the -1 cases), squares and
-// products of many sizes, kinds, chops and threads, chosen parameters (k = 3,
-// odd m, W not a multiple of 8), both sides of every tuned row, refused
-// threads, the check on the top words through the fault switch (and its
-// retry by the front end), and memory shortage.
+// Hybrid products against GMP (a chopped result may be one below the rule):
+// elements, many shapes, chosen parameters, every tuned row, refused threads,
+// the top-word check under injected corruption, and memory shortage.
 #include <gmp.h>
 #include <gtest/gtest.h>
 
@@ -58,8 +54,7 @@ Entry hybridEntry(uint32_t threadPower, uint32_t k = 0, uint32_t m = 0) {
   return productcheck::matches(entry, a, b, chop, 0, 1);
 }
 
-// Element squares and products modulo 2^(32W) + 1: -1 in either or both,
-// all ones, random; then (2^(n/2))^2 = -1 and (-1)^2 = 1.
+// Element squares and products modulo 2^(32W) + 1, -1 and all ones among them.
 void checkElements(uint64_t W, Random& random) {
   ElementPlan plan;
   elementPlanFor(&plan, tables(), W);
@@ -118,10 +113,8 @@ TEST(HybridElements, SquaresAndProductsModuloTheRingMatchGmp) {
   EXPECT_GE(fftSizes, 5u);
 }
 
-// Eight squares of 6000 to 150000 words, balanced and unbalanced products,
-// all ones among them, chops on most, one and two threads; an array times
-// itself (the square's single forward transform); then 200K to 1.5M words
-// of product and 2M x 2M words on two threads.
+// Squares and products to 2M x 2M words, chops, one and two threads; an array
+// times itself takes the square's single forward transform.
 TEST(HybridProducts, SquaresAndProductsOfManyShapesMatchGmp) {
   Random random = testbridge::testRandom();
   const uint64_t shapes[][2] = {{12000, 12000}, {13057, 13000}, {40000, 12500}, {12100, 50000},
@@ -149,9 +142,7 @@ TEST(HybridProducts, SquaresAndProductsOfManyShapesMatchGmp) {
   EXPECT_TRUE(matches(hybridEntry(1), c, &d));
 }
 
-// k = 3 with W a multiple of 8 (FFT elements), odd m with W not a multiple
-// of 8 (recursive and FFT elements): all ones filling the capacity, then a
-// random shorter product; squares and products, one to eight threads.
+// k = 3 and odd m (W not a multiple of 8): full capacity of all ones, then shorter.
 TEST(HybridProducts, ChosenParametersGiveExactProducts) {
   Random random = testbridge::testRandom();
   const uint32_t pairs[][2] = {{3, 512}, {3, 640}, {8, 11}, {9, 7}, {10, 7}, {7, 23}};
@@ -169,10 +160,8 @@ TEST(HybridProducts, ChosenParametersGiveExactProducts) {
   }
 }
 
-// Squares at each square row's capacity and one word beyond (the next row),
-// products at the edges of the product rows that differ from the square
-// rows; all ones at one edge, random at the other, one and two threads.
-// Rows past 8.5M words are left to the benchmarks, which check every result.
+// Each row's capacity and one word beyond, all ones and random; rows past
+// 8.5M words are left to the benchmarks, which check every result.
 TEST(HybridProducts, BothSidesOfEveryTunedRowMatchGmp) {
   Random random = testbridge::testRandom();
   ASSERT_GT(SquareParamTable.count, 4u);
@@ -200,8 +189,7 @@ TEST(HybridProducts, BothSidesOfEveryTunedRowMatchGmp) {
   }
 }
 
-// With k = 3 no thread is asked for; a refused spawn prints a warning and
-// the product is still made.
+// k = 3 asks for no thread; a refused spawn warns and the product is made.
 TEST(HybridProducts, ThreadsAskedOnlyWhereUsefulARefusedOneWarns) {
   Random random = testbridge::testRandom();
   for (uint64_t n : {60u, 30000u}) {
@@ -218,11 +206,8 @@ TEST(HybridProducts, ThreadsAskedOnlyWhereUsefulARefusedOneWarns) {
   }
 }
 
-// A flip in element 0 (or 1) after the forward pass comes back from the
-// inverse as the same small term in every coefficient, below the checked top
-// words: the check can't see it. Any other element is spread over the
-// coefficients at shifts that reach the top words: caught, and the retry on
-// the same untouched operands is right.
+// A flip in element 2 or above after the forward pass reaches the checked top
+// words (elements 0, 1 do not): caught, and a clean rerun is right.
 TEST(HybridCheck, CorruptionAfterTheForwardPassIsCaughtAndTheRetryIsRight) {
   Random random = testbridge::testRandom();
   const uint64_t n = 20000;
@@ -245,9 +230,7 @@ TEST(HybridCheck, CorruptionAfterTheForwardPassIsCaughtAndTheRetryIsRight) {
   }
 }
 
-// After the inverse: an element whose words all lie below the chop may be
-// wrong unreported (the result is that of a clean run); the same fault in
-// a wanted element is caught.
+// After the inverse: a fault wholly below the chop is harmless, one above is caught.
 TEST(HybridCheck, CorruptionBelowTheChopGoesUnreported) {
   Random random = testbridge::testRandom();
   const uint64_t n = 20000, chop = 15000;  // below n: the operand stays whole
@@ -265,8 +248,6 @@ TEST(HybridCheck, CorruptionBelowTheChopGoesUnreported) {
             multiplyDetectedError);
 }
 
-// Through the front end: the failed check is reported, the product run again
-// and right; errorCount records the one fault.
 TEST(HybridCheck, ACorruptedTransformIsRetriedByTheFrontEnd) {
   Random random = testbridge::testRandom();
   buildFftTables(40000);
@@ -314,10 +295,7 @@ TEST(HybridLimits, ShortHeapReturnsTheMissingBytes) {
 
 TEST(HybridLimitsDeathTest, ProductBeyondTheLimitIsFatal) {
   const uint32_t word = 1;
-  EXPECT_EXIT(
-      {
-        consoleToStandardError();
-        hybridSquare(nullptr, &word, hybridProductWordsLimit / 2 + 1, nullptr, 0, tables(), 0);
-      },
-      ::testing::ExitedWithCode(1), "Maximum supported multiplication size has been exceeded\\.");
+  EXPECT_EXIT((consoleToStandardError(),
+               hybridSquare(nullptr, &word, hybridProductWordsLimit / 2 + 1, nullptr, 0, tables(), 0)),
+              ::testing::ExitedWithCode(1), "Maximum supported multiplication size has been exceeded");
 }

@@ -1,6 +1,5 @@
-// BigInt and BigFloat linear operations: the edge cases of the records
-// (canonical zero, capacities, in-place paths) and random additions, shifts
-// and word products checked against GMP.
+// BigInt and BigFloat linear operations: record edge cases, and random
+// additions, shifts and word products against GMP.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,7 +11,6 @@
 
 namespace {
 
-// A small arena per test, so that tests can count live blocks.
 class LinearOps : public ::testing::Test {
  protected:
   Heap heap;
@@ -38,9 +36,8 @@ void expectCanonicalZero(const BigFloat& x) {
       << "not the canonical zero";
 }
 
-// out = x + y checked against GMP: each operand truncated below the window
-// by itself, then added; plus the shape of the record. A zero operand gives
-// a full, untruncated copy of the other.
+// out = x + y against GMP, each operand truncated below the window; a zero
+// operand gives an untruncated copy of the other.
 void checkAdd(Heap* heap, BigFloat& x, BigFloat& y, uint64_t p) {
   BigFloat out;
   bigFloatAdd(heap, &x, &y, &out, p);
@@ -80,9 +77,8 @@ void checkAdd(Heap* heap, BigFloat& x, BigFloat& y, uint64_t p) {
   bigFloatDestroy(&out);
 }
 
-// x -= y in place: the sign of y is restored, and the error is below one
-// unit of the window's lowest word per operand (none when the window reaches
-// the lowest word).
+// x -= y: y's sign restored, error below one unit of the window's lowest word
+// per operand (none when the window reaches the lowest word).
 void checkSubtractFrom(Heap* heap, BigFloat& x, BigFloat& y, uint64_t p) {
   Mpz before, yValue, after, error;
   mpzFromBigFloat(before.z, x, -200);
@@ -127,8 +123,6 @@ TEST_F(LinearOps, AddOfOppositesIsTheCanonicalZero) {
   }
 }
 
-// Sums and in-place differences of random operands, a fifth of them with the
-// same top words (deep cancellation) and a fifth with a zero operand.
 TEST_F(LinearOps, RandomAdditionsAgreeWithGmp) {
   OperandSource source = testOperands(0);
   for (int round = 0; round < 1500; round++) {
@@ -179,8 +173,7 @@ TEST_F(LinearOps, CompareMagnitudesAndAgreement) {
   EXPECT_EQ(bigFloatCompareMagnitudes(&heap, &zero, &zero), 0);
   for (BigFloat* f : {&a, &b}) bigFloatDestroy(f);
 
-  // The highest differing word; equal numbers and a window ending above the
-  // difference report one below the window's lowest position.
+  // The highest differing word, or one below the window when none differs in it.
   makeBigFloat(&heap, &a, {1, 2, 3, 4, 5}, -5, true);
   makeBigFloat(&heap, &b, {9, 9, 3, 4, 5}, -5, true);
   const struct {
@@ -231,8 +224,7 @@ TEST_F(LinearOps, MultiplyWord) {
   }
 }
 
-// Odd word 0: left by 31 with the exponent one lower, at most one word more.
-// Even word 0: a right shift, same exponent; shorter only when the top was 1.
+// Odd word 0: left by 31, exponent one lower; even: right by 1.
 TEST_F(LinearOps, ShiftByMinusOne) {
   using W = std::vector<uint32_t>;
   EXPECT_EQ(shiftedMinusOne({3, 0xFFFFFFFFu}, 3), (W{0x80000000u, 0x80000001u, 0x7FFFFFFFu}));
@@ -262,8 +254,7 @@ TEST_F(LinearOps, RandomShiftsAreExact) {
   }
 }
 
-// BigInt shifts (in place while length < capacity, else length + 3; a shift
-// to zero releases the array) and the dropping of low words.
+// In place while length < capacity, else length + 3; zero releases the array.
 TEST_F(LinearOps, BigIntShiftsAndDrops) {
   using W = std::vector<uint32_t>;
   BigInt x;
@@ -317,8 +308,7 @@ TEST_F(LinearOps, CompactionClosesGapsBelowTheArrays) {
   for (BigFloat* f : {&x, &y}) bigFloatDestroy(f);
 }
 
-// Exponent >= 0: nothing; f < length: the upper words; f == length: the
-// canonical zero even when negative; f > length: empty but still negative.
+// f == length gives the canonical zero; f > length stays negative.
 TEST_F(LinearOps, TruncateToInteger) {
   BigFloat x;
   const struct {
@@ -353,7 +343,7 @@ TEST_F(LinearOps, DoubleConversions) {
     if (source.below(2)) d = -d;
     if (d == 0.0) continue;
     bigFloatFromDouble(&heap, &x, d);
-    // Exact, no low zero word; a subnormal comes out halved (read as 2^-1075).
+    // Exact; a subnormal comes out halved (read as 2^-1075).
     long double expected = std::fabs((long double)d);
     if (std::fabs(d) < 0x1p-1022) expected /= 2;
     ASSERT_NE(x.mantissa.words[0], 0u) << d;
@@ -361,7 +351,6 @@ TEST_F(LinearOps, DoubleConversions) {
     long double exact = 0;
     for (uint64_t i = x.mantissa.length; i-- > 0;) exact = exact * 0x1p32L + x.mantissa.words[i];
     EXPECT_EQ(std::ldexp(exact, int(32 * x.exponent)), expected) << d;
-    // Back: exact within two words, else the top two hold >= 33 bits.
     const double top = bigFloatTopAsDouble(&heap, &x, &position);
     const long double back = std::ldexp((long double)std::fabs(top), int(32 * position));
     EXPECT_EQ(top < 0, d < 0);

@@ -1,9 +1,6 @@
-// The recursive methods against GMP through the shared product driver:
-// balanced squares and products at every length to 64, at each cut-over and
-// Toom-3 split shape, sampled to 20000 words, all ones; each method reached
-// directly at each cut-over; the Karatsuba difference cases; forced small
-// cut-overs with the scratch held to the exact walk by canaries; and the
-// unbalanced forms at their step edges.
+// The recursive methods against GMP: lengths, cut-overs, Toom-3 splits, the
+// Karatsuba difference cases, forced small cut-overs on exact scratch, and
+// the unbalanced forms at their step edges.
 #include "arith/recursive/recursive.h"
 
 #include <gtest/gtest.h>
@@ -22,7 +19,6 @@ namespace {
 typedef void (*Square)(const uint32_t*, uint64_t, uint32_t*, uint32_t*);
 typedef void (*Multiply)(const uint32_t*, const uint32_t*, uint64_t, uint32_t*, uint32_t*);
 
-// A balanced routine pair as one entry (chop 0).
 Entry balanced(Square square, Multiply multiply) {
   return [=](const uint32_t* a, uint64_t n, const uint32_t* b, uint64_t, uint32_t* out, uint64_t,
              uint32_t* scratch) {
@@ -32,7 +28,6 @@ Entry balanced(Square square, Multiply multiply) {
   };
 }
 
-// a squared and a * b by the pair, with its scratch figure.
 void expectBoth(const Entry& entry, const std::vector<uint32_t>& a, const std::vector<uint32_t>& b,
                 uint64_t squareScratch, uint64_t multiplyScratch) {
   EXPECT_TRUE(matches(entry, a, nullptr, 0, squareScratch));
@@ -48,9 +43,7 @@ void schoolMultiply(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* 
 
 }  // namespace
 
-// The dispatching entries: every length to 64, the cut-over edges, Toom-3
-// splits of n into k, k, r with r = k, k - 1, k - 2, a sparse sample to 1200
-// and some lengths to 20000; random kinds and all ones at each length.
+// Toom-3 splits into k, k, r with r = k, k - 1, k - 2 among the lengths.
 TEST(RecursiveProducts, EntriesAgreeWithGmp) {
   testbridge::Random random = testbridge::testRandom();
   std::vector<uint64_t> lengths = productcheck::tuningEdges(1, 1200);
@@ -68,8 +61,6 @@ TEST(RecursiveProducts, EntriesAgreeWithGmp) {
   }
 }
 
-// Each method reached directly one below, at and one above each cut-over,
-// with the dispatching entries' scratch.
 TEST(RecursiveProducts, EachMethodAtEachCutover) {
   testbridge::Random random = testbridge::testRandom();
   const Entry methods[] = {balanced(schoolSquare, schoolMultiply),
@@ -86,9 +77,7 @@ TEST(RecursiveProducts, EachMethodAtEachCutover) {
   }
 }
 
-// The Karatsuba difference: a zero high half makes d equal lo, equal halves
-// make d zero, the larger half may be either (found by the top word of lo
-// when n is odd, otherwise by the compare), products mix the signs.
+// The Karatsuba difference: zero, equal or near-equal halves, either larger.
 TEST(RecursiveProducts, KaratsubaDifferenceCases) {
   testbridge::Random random = testbridge::testRandom();
   const Entry entry = balanced(karatsubaSquare, karatsubaMultiply);
@@ -125,10 +114,8 @@ TEST(RecursiveProducts, KaratsubaDifferenceCases) {
   }
 }
 
-// Small cut-overs run every path many levels deep at small sizes, with the
-// scratch exactly the walk from n (squares too, without the doubling), so a
-// canary hit means the walk undercounts; Karatsuba alone gets the walk with
-// no Toom-3 level. The unbalanced forms get 2 * min plus the walk at min.
+// Small cut-overs run every path deep on scratch exactly the walk: a canary
+// hit means the walk undercounts.
 TEST(RecursiveProducts, ForcedCutoversAndExactScratch) {
   testbridge::Random random = testbridge::testRandom();
   for (RecursionCutovers cut : {RecursionCutovers{2, 7}, {3, 9}, {5, 11}, {4, 20}, {8, 8}}) {
@@ -168,11 +155,8 @@ TEST(RecursiveProducts, ForcedCutoversAndExactScratch) {
   }
 }
 
-// Schoolbook rows at every pair of lengths to 40; the block products at the
-// edges between their steps: S = 1 and S < elmK (rows), L = 2S (one balanced
-// product and an equal remainder), L = 2S +- 1, L a multiple of S, L just
-// above S, L far above S, the shorter on both sides of elmT; then random
-// shapes. Both routines, both operand orders.
+// Rows at every pair of lengths to 40; block products at their step edges
+// (S = 1, L = 2S +- 1, multiples, just above, far above, around elmT), then random.
 TEST(UnbalancedProducts, RowsAndBlockShapesAgreeWithGmp) {
   testbridge::Random random = testbridge::testRandom();
   const Entry rows = [](const uint32_t* a, uint64_t la, const uint32_t* b, uint64_t lb,

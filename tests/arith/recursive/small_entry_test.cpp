@@ -115,12 +115,9 @@ TEST(SmallEntries, Toom3DivisionBySixChecksBothFactors) {
     mpz_mul_ui(x.z, q.z, 6);
     mpz_add_ui(x.z, x.z, remainder);
     std::vector<uint32_t> value = testbridge::fromMpz(x.z, words), at(words, 0);
-    EXPECT_DEATH(
-        {
-          consoleToStandardError();
-          toom3DivideBySixAndAdd(value.data(), k, at.data(), words, 0);
-        },
-        expected)
+    EXPECT_DEATH((consoleToStandardError(),
+                  toom3DivideBySixAndAdd(value.data(), k, at.data(), words, 0)),
+                 expected)
         << "remainder " << remainder;
   }
   std::vector<uint32_t> a(sqrT + 5, 0x12345678u), b(elmT, 0x9abcdef0u);
