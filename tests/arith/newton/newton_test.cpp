@@ -2,7 +2,6 @@
 // 2^(-32 p) checked exactly; the progress line; the swap forms on real swap
 // files give the RAM forms' digits and leave no file behind.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -12,6 +11,7 @@
 #include "arith/number_oracle.h"
 #include "memory/raidfile.h"
 #include "platform/console.h"
+#include "support/run_program.h"
 
 namespace {
 
@@ -69,12 +69,8 @@ class NewtonSwap : public Newton {
   char* pathTexts[2];
   PathList paths;
   void SetUp() override {
-    for (int i = 0; i < 2; i++) {
-      char pattern[] = "/tmp/newton_swap_XXXXXX";
-      ASSERT_NE(mkdtemp(pattern), nullptr);
-      folders[i] = pattern;
-      pathTexts[i] = folders[i].data();
-    }
+    for (int i = 0; i < 2; i++) ASSERT_FALSE((folders[i] = makeTempFolder()).empty());
+    for (int i = 0; i < 2; i++) pathTexts[i] = folders[i].data();
     paths.count = 2;
     paths.paths = pathTexts;
     globalSwapPaths = &paths;
@@ -85,7 +81,7 @@ class NewtonSwap : public Newton {
     globalSwapPaths = nullptr;
     for (auto& folder : folders) {
       EXPECT_TRUE(std::filesystem::is_empty(folder)) << "swap files left in " << folder;
-      std::filesystem::remove_all(folder);
+      removeTree(folder);
     }
   }
   // The swap writes `run` made, its console output captured.
