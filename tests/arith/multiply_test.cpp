@@ -101,8 +101,7 @@ TEST_F(FrontEnds, SquaresAndProductsAgreeWithGmp) {
   }
 }
 
-// A chop that leaves nothing, or a zero operand (whatever the attempt
-// number), gives zero without calling a worker; one word under does call.
+// Nothing left by the chop, or a zero operand: zero without a worker call.
 TEST_F(FrontEnds, EmptyResultsCallNoWorker) {
   OperandSource source = testOperands(0);
   BigInt a, b, zero, out;
@@ -272,7 +271,6 @@ TEST_F(FrontEnds, FatalRetryBranches) {
   for (BigInt* v : {&a, &b}) bigIntDestroy(v);
 }
 
-// The product's own length comes back: no zero word on top.
 TEST_F(FrontEnds, MultiplyWordArrays) {
   OperandSource source = testOperands(0);
   const productcheck::Entry entry = [&](const uint32_t* a, uint64_t la, const uint32_t* b,
@@ -304,7 +302,6 @@ void checkFloatProduct(const BigFloat& x, const BigFloat& y, const BigFloat& out
                                           got.data()));
 }
 
-// The Into and InPlace forms of products and squares.
 TEST_F(FrontEnds, FloatWrappersAgreeWithGmp) {
   OperandSource source = testOperands(0);
   auto copyOf = [&](BigFloat& x, BigFloat* copy) {

@@ -15,8 +15,7 @@ namespace {
 TEST(HybridSearch, PicksAValidPairThatHoldsTheProduct) {
   uint32_t k = 0;
   uint32_t m = 0;
-  // 120 words: four exponents 9..6; k = 6, m = 28 (448-bit elements, 384
-  // words of capacity) is the cheapest.
+  // 120 words: k = 6, m = 28 (384 words of capacity) is the cheapest.
   ASSERT_EQ(hybridSearch(120, &k, &m), 0u);
   EXPECT_EQ(k, 6u);
   EXPECT_EQ(m, 28u);
@@ -95,17 +94,13 @@ TEST(ProductBytesDeath, PastTheTablesIsFatal) {
 
 TEST(ProductBytes, PeakCoversEveryRowBelow) {
   const HybridParamTable none = {nullptr, 0};
-  // The product rows 335413248 (17, 5) and 335478784 (16, 20): just above the
-  // first, the second row serves with less memory, and the peak keeps the
-  // first row's figure.
+  // Just above row 335413248 the next row needs less memory; the peak keeps the first's.
   uint64_t first = hybridProductBytesWith(none, multiplyTable, 335413248, 0);
   uint64_t above = hybridProductBytesWith(none, multiplyTable, 335413249, 0);
   EXPECT_LT(above, first);
   EXPECT_GE(hybridPeakBytesWith(none, multiplyTable, 335413249, 0), first);
   EXPECT_GE(hybridPeakBytesWith(none, multiplyTable, 352256000, 3),
             hybridProductBytesWith(none, multiplyTable, 335413248, 3));
-  // The build's tables: every size's own figure and every row below it are
-  // covered; past the last row the search alone serves.
   for (uint64_t n = 24000; n < 40000000; n += n / 7) {
     const uint64_t peak = hybridPeakBytes(n, 1);
     EXPECT_GE(peak, hybridProductBytes(n, 1)) << n;

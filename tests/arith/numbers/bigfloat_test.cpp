@@ -84,11 +84,8 @@ void checkSubtractFrom(Heap* heap, BigFloat& x, BigFloat& y, uint64_t p) {
   mpz_sub(error.z, before.z, yValue.z);
   mpz_sub(error.z, error.z, after.z);
   mpz_abs(error.z, error.z);
-  if (low == lowest) {
-    EXPECT_EQ(mpz_sgn(error.z), 0);
-  } else {
-    EXPECT_LT(mpz_sizeinbase(error.z, 2), uint64_t(32 * (low + 200) + 2));
-  }
+  if (low == lowest) EXPECT_EQ(mpz_sgn(error.z), 0);
+  else EXPECT_LT(mpz_sizeinbase(error.z, 2), uint64_t(32 * (low + 200) + 2));
 }
 
 TEST_F(LinearOps, AddOfOppositesIsTheCanonicalZero) {
@@ -138,11 +135,8 @@ TEST_F(LinearOps, RandomAdditionsAgreeWithGmp) {
                      source.below(2) == 0);
     }
     const uint64_t p = source.below(3) == 0 ? source.below(8) : source.below(400);
-    if (source.below(2)) {
-      checkAdd(&heap, x, y, p);
-    } else {
-      checkAdd(&heap, y, x, p);
-    }
+    if (source.below(2)) checkAdd(&heap, x, y, p);
+    else checkAdd(&heap, y, x, p);
     if (!bigFloatIsZero(y)) checkSubtractFrom(&heap, x, y, p);
     for (BigFloat* f : {&x, &y}) bigFloatDestroy(f);
   }
@@ -307,9 +301,7 @@ TEST_F(LinearOps, TruncateToInteger) {
     EXPECT_EQ(bigIntWords(x.mantissa), c.kept) << c.exponent;
     EXPECT_EQ(x.positive, c.positive) << c.exponent;
     EXPECT_EQ(x.exponent, 0);
-    if (!c.kept.empty()) {
-      EXPECT_EQ(x.mantissa.capacity, c.kept.size() + 2);
-    }
+    if (!c.kept.empty()) EXPECT_EQ(x.mantissa.capacity, c.kept.size() + 2);
     bigFloatDestroy(&x);
   }
 }
