@@ -89,7 +89,8 @@ TEST(ProductBytesDeath, PastTheTablesIsFatal) {
   EXPECT_EXIT((consoleToStandardError(), fftProductBytes(24159191040ull / 64 + 1)),
               ::testing::ExitedWithCode(1), "Maximum FFT size Exceeded\\.");
   EXPECT_EXIT((consoleToStandardError(), hybridProductBytes(hybridProductWordsLimit + 1, 0)),
-              ::testing::ExitedWithCode(1), "Maximum supported multiplication size has been exceeded");
+              ::testing::ExitedWithCode(1),
+              "Maximum supported multiplication size has been exceeded\\.");
 }
 
 TEST(ProductBytes, PeakCoversEveryRowBelow) {

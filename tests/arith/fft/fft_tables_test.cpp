@@ -82,8 +82,9 @@ TEST(FftTables, EveryTwiddleOfTheLargestTablesIsCorrectlyRounded) {
   EXPECT_EQ(fftTables->pyramid7, nullptr);
 
   // Heads: the butterfly constants cos and sin of 2 pi k / 3 and 2 pi k / 5.
-  EXPECT_EQ(std::vector<double>(fftTables->pyramid3 + 4, fftTables->pyramid3 + 6), referencePairs(1, 3));
-  EXPECT_EQ(std::vector<double>(fftTables->pyramid5 + 2, fftTables->pyramid5 + 10), referencePairs(4, 5));
+  const double *p3 = fftTables->pyramid3, *p5 = fftTables->pyramid5;
+  EXPECT_EQ(std::vector<double>(p3 + 4, p3 + 6), referencePairs(1, 3));
+  EXPECT_EQ(std::vector<double>(p5 + 2, p5 + 10), referencePairs(4, 5));
 }
 
 TEST(FftTables, GrowRebuildsOnlyShortPyramidsReleaseAndBuildAgain) {

@@ -286,6 +286,8 @@ TEST(HybridLimits, ShortHeapReturnsTheMissingBytes) {
 TEST(HybridLimitsDeathTest, ProductBeyondTheLimitIsFatal) {
   const uint32_t word = 1;
   EXPECT_EXIT((consoleToStandardError(),
-               hybridSquare(nullptr, &word, hybridProductWordsLimit / 2 + 1, nullptr, 0, tables(), 0)),
-              ::testing::ExitedWithCode(1), "Maximum supported multiplication size has been exceeded");
+               hybridSquare(nullptr, &word, hybridProductWordsLimit / 2 + 1, nullptr, 0, tables(),
+                            0)),
+              ::testing::ExitedWithCode(1),
+              "Maximum supported multiplication size has been exceeded\\.");
 }
