@@ -1,13 +1,13 @@
-// Product front ends through the shared product driver: bigIntSquare,
-// bigIntMultiply and multiplyWordArrays against GMP at random lengths and at
-// every cut-over of tuning.h (one and two threads), the chop, zero and
-// length rules, the method choice, the retry protocol driven by injected
-// worker failures, and the BigFloat product wrappers.
+// Product front ends against GMP (random lengths, every cut-over of tuning.h),
+// the method choice, the retry protocol and the BigFloat product wrappers.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
+#include <thread>
 
+#include "arith/fft/fft_tables.h"
 #include "arith/multiply.h"
 #include "arith/number_oracle.h"
 #include "arith/numbers/bigfloat.h"
@@ -40,9 +40,8 @@ class FrontEnds : public ::testing::Test {
   }
 };
 
-// The length rule of out: the window, or one less with a zero top word, in
-// an array of window + 2 words. After a third attempt (`doubled`) the length
-// may have fallen once more by the division by 4.
+// out holds the window (or one less, top word zero) in window + 2 words; after
+// a third attempt (`doubled`) the division by 4 may shorten it once more.
 void expectShape(const BigInt& out, uint64_t window, bool doubled = false) {
   if (doubled) {
     EXPECT_GE(out.capacity, window + 2);
@@ -73,10 +72,16 @@ productcheck::Entry frontEntry(Heap* heap, uint32_t threadPower) {
   };
 }
 
+// out = a * b exactly (no chop).
+bool exact(const BigInt& a, const BigInt& b, const BigInt& out) {
+  std::vector<uint32_t> got = bigIntWords(out);
+  got.resize(a.length + b.length, 0u);
+  return got == testbridge::gmpProduct(a.words, a.length, b.words, b.length);
+}
+
 }  // namespace
 
-// Random lengths to 3000 words with random chops, then every cut-over of
-// tuning.h and one either side, random and all ones, one and two threads.
+// Random lengths and chops, then each cut-over +-1, random and all ones, 1 and 2 threads.
 TEST_F(FrontEnds, SquaresAndProductsAgreeWithGmp) {
   OperandSource source = testOperands(0);
   for (int round = 0; round < 160; round++) {
@@ -96,8 +101,7 @@ TEST_F(FrontEnds, SquaresAndProductsAgreeWithGmp) {
   }
 }
 
-// A chop that leaves nothing, or a zero operand (whatever the attempt
-// number), gives zero without calling a worker; one word under does call.
+// Nothing left by the chop, or a zero operand: zero without a worker call.
 TEST_F(FrontEnds, EmptyResultsCallNoWorker) {
   OperandSource source = testOperands(0);
   BigInt a, b, zero, out;
@@ -123,10 +127,8 @@ TEST_F(FrontEnds, EmptyResultsCallNoWorker) {
   for (BigInt* x : {&out, &a, &b}) bigIntDestroy(x);
 }
 
-// The choice only moves up with the length (recursive, FFT, hybrid) and
-// with threads; the FFT is chosen only where a direct transform row exists
-// and the recursive methods only below the FFT's own lower end. The disk
-// path: paged-out operands of the hybrid range, at most four times apart.
+// The method only moves up with length and threads, each within its range; the
+// disk path takes paged-out hybrid-range operands at most four times apart.
 TEST(MethodChoice, OrderedByLengthAndThreadsAndDiskPath) {
   for (uint32_t t : {0u, 1u, 3u}) {
     for (bool square : {true, false}) {
@@ -172,11 +174,9 @@ const std::string softwareVerdict =
     "\nThird Attempt Succeeded with different parameters.\n"
     "Most likely a software error... Please report this bug.\nContinuing...\n\n";
 
-// Injected failures of the first attempt (retried with the same numbers) and
-// of the first two (the third works on doubled operands and divides by 4).
-// Operands cover an odd low word, a top bit that makes the doubled number
-// longer, an array without slack (the doubling takes a new one) and a chop;
-// a square, a product, and one record as both operands ((2a)(2a) / 4).
+// One or two injected failures (the third attempt doubles and divides by 4), on
+// an odd low word, a top bit that lengthens the double, no slack, and chops;
+// squares, products and one record as both operands.
 TEST_F(FrontEnds, FailedAttemptsAreRetried) {
   OperandSource source = testOperands(0);
   struct Case {
@@ -223,10 +223,8 @@ TEST_F(FrontEnds, FailedAttemptsAreRetried) {
   }
 }
 
-// Each ends the program: a third failure; a failure with ECC disabled; worker
-// codes other than "wrong product" (memory failures). For multiplyWordArrays
-// a re-run that succeeds still ends as a memory failure (a disabled ECC does
-// not stop the re-run), and a second failure is a software bug.
+// Fatal: a third failure, ECC disabled, memory codes; multiplyWordArrays ends a
+// successful re-run as a memory failure and a second failure as a software bug.
 TEST_F(FrontEnds, FatalRetryBranches) {
   OperandSource source = testOperands(0);
   BigInt a, b;
@@ -273,7 +271,6 @@ TEST_F(FrontEnds, FatalRetryBranches) {
   for (BigInt* v : {&a, &b}) bigIntDestroy(v);
 }
 
-// The product's own length comes back: no zero word on top.
 TEST_F(FrontEnds, MultiplyWordArrays) {
   OperandSource source = testOperands(0);
   const productcheck::Entry entry = [&](const uint32_t* a, uint64_t la, const uint32_t* b,
@@ -305,7 +302,6 @@ void checkFloatProduct(const BigFloat& x, const BigFloat& y, const BigFloat& out
                                           got.data()));
 }
 
-// The Into and InPlace forms of products and squares.
 TEST_F(FrontEnds, FloatWrappersAgreeWithGmp) {
   OperandSource source = testOperands(0);
   auto copyOf = [&](BigFloat& x, BigFloat* copy) {
@@ -322,26 +318,21 @@ TEST_F(FrontEnds, FloatWrappersAgreeWithGmp) {
     BigFloat positiveX = x;
     positiveX.positive = 1;
     const uint64_t p = source.below(4) == 0 ? source.below(6) : source.below(500);
-    bigFloatMultiplyInto(&heap, &x, &y, &out, p, 0);
-    checkFloatProduct(x, y, out, p);
-    bigFloatDestroy(&out);
-    bigFloatSquareInto(&heap, &x, &out, p, 0);
-    checkFloatProduct(positiveX, positiveX, out, p);
-    bigFloatDestroy(&out);
-    copyOf(x, &out);
-    bigFloatMultiplyInPlace(&heap, &out, &y, p, 0);
-    checkFloatProduct(x, y, out, p);
-    bigFloatDestroy(&out);
-    copyOf(x, &out);
-    bigFloatSquareInPlace(&heap, &out, p, 0);
-    checkFloatProduct(positiveX, positiveX, out, p);
-    for (BigFloat* f : {&out, &x, &y}) bigFloatDestroy(f);
+    for (int form = 0; form < 4; form++) {
+      if (form >= 2) copyOf(x, &out);
+      if (form == 0) bigFloatMultiplyInto(&heap, &x, &y, &out, p, 0);
+      if (form == 1) bigFloatSquareInto(&heap, &x, &out, p, 0);
+      if (form == 2) bigFloatMultiplyInPlace(&heap, &out, &y, p, 0);
+      if (form == 3) bigFloatSquareInPlace(&heap, &out, p, 0);
+      checkFloatProduct(form % 2 ? positiveX : x, form % 2 ? positiveX : y, out, p);
+      bigFloatDestroy(&out);
+    }
+    for (BigFloat* f : {&x, &y}) bigFloatDestroy(f);
   }
 }
 
-// In place with a zero y: the mantissa ends empty, sign and exponent are
-// computed. In place with a zero x: nothing changes. Into with a zero on
-// either side: the canonical zero.
+// In place: a zero y empties the mantissa (sign, exponent computed), a zero x
+// stays; Into with a zero either side: the canonical zero.
 TEST_F(FrontEnds, FloatWrappersTreatZeroOperandsDifferently) {
   BigFloat x, y, zero, out;
   bigFloatSetZero(&zero);
@@ -367,4 +358,52 @@ TEST_F(FrontEnds, FloatWrappersTreatZeroOperandsDifferently) {
     EXPECT_EQ(out.mantissa.words, nullptr) << form;
   }
   for (BigFloat* f : {&x, &y}) bigFloatDestroy(f);
+}
+
+// A third attempt while another thread reads the same operand (the base
+// conversion's threads share table entries): the operand is left as it was.
+TEST(FrontEndFaults, AThirdAttemptLeavesASharedOperandAsItWas) {
+  OperandSource source = testOperands(0);
+  const uint64_t n = 30000;
+  const std::vector<uint32_t> value = source.words(n, testbridge::Kind::Uniform);
+  BigInt shared, mine[2], out[2];
+  makeBigInt(nullptr, &shared, value, 8);
+  for (BigInt& b : mine) makeBigInt(nullptr, &b, source.words(n - 7, testbridge::Kind::Uniform), 8);
+  const uint64_t savedErrors = errorCount;
+  multiplyInjectFaults(3);
+  for (int round = 0; round < 3; round++) {
+    errorCount = 0;
+    std::thread other([&] { bigIntMultiply(nullptr, &shared, &mine[1], &out[1], 0, 0, 0); });
+    bigIntMultiply(nullptr, &shared, &mine[0], &out[0], 0, 0, 0);
+    other.join();
+    for (int t = 0; t < 2; t++) {
+      EXPECT_TRUE(exact(shared, mine[t], out[t])) << "thread " << t << ", round " << round;
+      bigIntDestroy(&out[t]);
+    }
+    ASSERT_EQ(bigIntWords(shared), value);
+  }
+  multiplyInjectFaults(0);
+  errorCount = savedErrors;
+  for (BigInt* v : {&shared, &mine[0], &mine[1]}) bigIntDestroy(v);
+}
+
+// Tables of 1024 points serve the hybrid's elements but no direct FFT of the product.
+TEST(FrontEndFaults, TablesThatServeNoDirectTransformLeaveItToTheHybrid) {
+  auto* small = static_cast<FftLookupTables*>(calloc(1, sizeof(FftLookupTables)));
+  ASSERT_EQ(growFftTables(small, 40), 0u);
+  FftLookupTables* saved = fftTables;
+  fftTables = small;
+  OperandSource source = testOperands(1);
+  const uint64_t shapes[][2] = {{10000, 0}, {9000, 9000}, {11000, 9000}, {40000, 6000}};
+  for (const auto& shape : shapes) {
+    BigInt a, b, out;
+    makeBigInt(nullptr, &a, source.words(shape[0], testbridge::Kind::Uniform));
+    makeBigInt(nullptr, &b, source.words(shape[1] == 0 ? 1 : shape[1], testbridge::Kind::Uniform));
+    if (shape[1] == 0) bigIntSquare(nullptr, &a, &out, 0, 0, 0);
+    else bigIntMultiply(nullptr, &a, &b, &out, 0, 0, 0);
+    EXPECT_TRUE(exact(a, shape[1] == 0 ? a : b, out)) << shape[0] << " x " << shape[1];
+    for (BigInt* v : {&a, &b, &out}) bigIntDestroy(v);
+  }
+  fftTables = saved;
+  releaseFftTablesRecord(small);
 }

@@ -1,6 +1,5 @@
-// Test helpers for the number records, over the shared GMP bridge: records
-// built from word arrays, their values as GMP integers, and random operands
-// whose top word is non-zero (the BigInt length rule).
+// Number records built from word arrays, their values as GMP integers, and
+// random operands with a non-zero top word.
 #pragma once
 
 #include <gmp.h>
@@ -47,8 +46,7 @@ inline void makeBigFloat(Heap* heap, BigFloat* x, const std::vector<uint32_t>& w
   x->positive = (positive || words.empty()) ? 1 : 0;
 }
 
-// Random operands of the bridge's kinds, seeded from NUMBRELLA_SEED and the
-// running test's name, so a failing test prints its seed and repeats.
+// Random operands seeded from NUMBRELLA_SEED and the running test's name.
 struct OperandSource {
   testbridge::Random random;
   uint64_t rng() { return random.next(); }

@@ -1,11 +1,6 @@
-// The one product driver of the arith tests. Every product entry (recursive,
-// FFT, hybrid, front ends) is wrapped as an Entry and run on a guarded output
-// (poisoned content, canary words on both sides) and a guarded scratch, then
-// compared with GMP: the window of la + lb - chop words must be the product
-// of the operands as the chop rule cuts them (a chop past one operand's
-// length drops the other's low words that cannot reach the window), and at
-// most 3 below the truncated true product. Random streams come from the
-// bridge, so a failure prints the seed that repeats it.
+// The product driver of the arith tests: an Entry runs on guarded output and
+// scratch, and its window of la + lb - chop words must be the product as the
+// chop rule cuts the operands, at most 3 below the truncated true product.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -23,9 +18,8 @@ namespace productcheck {
 using testbridge::Kind;
 using testbridge::Number;
 
-// out[0 .. la + lb - chop) = (a * b) >> (32 chop); b is null for a square
-// (lb == la then). scratch is the driver's guarded scratch (may be unused).
-// Returns the worker code: 0 when done.
+// out[0 .. la + lb - chop) = (a * b) >> (32 chop), b null for a square; returns
+// the worker code.
 using Entry = std::function<uint64_t(const uint32_t* a, uint64_t la, const uint32_t* b,
                                      uint64_t lb, uint32_t* out, uint64_t chop,
                                      uint32_t* scratch)>;
@@ -40,9 +34,7 @@ inline void upperProduct(mpz_t z, const std::vector<uint32_t>& a, uint64_t dropA
   mpz_tdiv_q_2exp(z, z, 32 * shift);
 }
 
-// Checks got[0 .. window) against the rule: rule - got in [0, ruleSlack] when
-// chopped (exact otherwise), truth - got at most 3 + ruleSlack once operand
-// words were dropped.
+// rule - got in [0, ruleSlack] when chopped, truth - got at most 3 + ruleSlack.
 inline ::testing::AssertionResult windowMatches(const std::vector<uint32_t>& a,
                                                 const std::vector<uint32_t>& b, uint64_t chop,
                                                 const uint32_t* got, uint64_t ruleSlack = 0) {
@@ -64,8 +56,6 @@ inline ::testing::AssertionResult windowMatches(const std::vector<uint32_t>& a,
   return ::testing::AssertionSuccess();
 }
 
-// Runs entry on a and b (a squared when b is null) with a chop, on guarded
-// arrays, and checks the window.
 inline ::testing::AssertionResult matches(const Entry& entry, const std::vector<uint32_t>& a,
                                           const std::vector<uint32_t>* b, uint64_t chop = 0,
                                           uint64_t scratchWords = 0, uint64_t ruleSlack = 0) {
@@ -95,7 +85,6 @@ inline std::vector<uint64_t> tuningEdges(uint64_t low, uint64_t high) {
   return {edges.begin(), edges.end()};
 }
 
-// A random operand of a random kind.
 inline std::vector<uint32_t> anyOperand(testbridge::Random& random, uint64_t n) {
   return testbridge::operand(random, testbridge::randomKind(random), n);
 }

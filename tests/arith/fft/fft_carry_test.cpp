@@ -1,7 +1,5 @@
-// The seams of the last stage, forced branch by branch on 64 points of 7 bits
-// in four streams: a carry through a whole stream into the next, borrows,
-// the top carry dropped or wrapped with its sign turned, both second sweeps
-// of the wrap, and the -1 result.
+// The last stage's carry finish, branch by branch, on 64 points of 7 bits in
+// four streams.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -53,9 +51,7 @@ TEST(FftCarry, EveryBranchOfTheCarryFinish) {
   };
   for (const CarryCase& c : cases) {
     std::vector<uint32_t> points(L, c.fill);
-    if (c.stage == FftFull && c.carry[0] == 1) {
-      for (uint64_t k = 16; k < 32; k++) points[k] = full;
-    }
+    if (c.stage == FftFull && c.carry[0] == 1) for (uint64_t k = 16; k < 32; k++) points[k] = full;
     if (c.stage == FftFullSigned && c.carry[0] == -7) points[16] = 5;
     FftCarryStreams s;
     fftCarryStart(&s, points.data(), L, bits, c.stage);

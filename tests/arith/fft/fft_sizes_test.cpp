@@ -1,5 +1,5 @@
-// Size selection: the refusals past the last rows, the hybrid parameter
-// search and its tables, and the memory figures of products.
+// Size selection: refusals past the last rows, the hybrid parameter search and
+// tables, and the memory figures of products.
 #include "arith/fft/fft_sizes.h"
 
 #include <gtest/gtest.h>
@@ -15,8 +15,7 @@ namespace {
 TEST(HybridSearch, PicksAValidPairThatHoldsTheProduct) {
   uint32_t k = 0;
   uint32_t m = 0;
-  // 120 words: four exponents 9..6; k = 6, m = 28 (448-bit elements, 384
-  // words of capacity) is the cheapest.
+  // 120 words: k = 6, m = 28 (384 words of capacity) is the cheapest.
   ASSERT_EQ(hybridSearch(120, &k, &m), 0u);
   EXPECT_EQ(k, 6u);
   EXPECT_EQ(m, 28u);
@@ -66,57 +65,43 @@ const HybridParamRow multiplyRows[] = {{120, 3, 512},       {176, 4, 192},      
 const HybridParamTable squareTable = {squareRows, 9};
 const HybridParamTable multiplyTable = {multiplyRows, 8};
 
+// Quoted rows are found; past the products' last row the squares' rows serve,
+// then the search (k = 0 below).
 TEST(HybridParams, QuotedRowsAreFoundThenTheSearchServes) {
-  uint32_t k = 0, m = 0;
-  ASSERT_EQ(hybridSquareParamsWith(squareTable, 120, &k, &m), 0u);
-  EXPECT_EQ(k, 3u);
-  EXPECT_EQ(m, 512u);
-  ASSERT_EQ(hybridSquareParamsWith(squareTable, 121, &k, &m), 0u);
-  EXPECT_EQ(m, 640u);
-  ASSERT_EQ(hybridSquareParamsWith(squareTable, 1375745, &k, &m), 0u);
-  EXPECT_EQ(k, 13u);
-  // Past the products' last row the squares' rows serve, then the search.
-  ASSERT_EQ(hybridMultiplyParamsWith(multiplyTable, squareTable, 177, &k, &m), 0u);
-  EXPECT_EQ(k, 4u);
-  EXPECT_EQ(m, 21504u);
-  ASSERT_EQ(hybridMultiplyParamsWith(multiplyTable, squareTable, 600000000, &k, &m), 0u);
-  EXPECT_EQ(k, 17u);
-  EXPECT_EQ(m, 9u);
-  uint32_t sk = 0, sm = 0;
-  ASSERT_EQ(hybridSearch(603848705, &sk, &sm), 0u);
-  ASSERT_EQ(hybridMultiplyParamsWith(multiplyTable, squareTable, 603848705, &k, &m), 0u);
-  EXPECT_EQ(k, sk);
-  EXPECT_EQ(m, sm);
+  const struct {
+    bool product;
+    uint64_t n;
+    uint32_t k, m;
+  } cases[] = {{false, 120, 3, 512},     {false, 121, 3, 640},       {false, 1375745, 13, 80},
+               {true, 177, 4, 21504},    {true, 600000000, 17, 9},   {true, 603848705, 0, 0}};
+  for (const auto& c : cases) {
+    uint32_t k = 0, m = 0, sk = c.k, sm = c.m;
+    if (c.k == 0) ASSERT_EQ(hybridSearch(c.n, &sk, &sm), 0u);
+    ASSERT_EQ(c.product ? hybridMultiplyParamsWith(multiplyTable, squareTable, c.n, &k, &m)
+                        : hybridSquareParamsWith(squareTable, c.n, &k, &m),
+              0u);
+    EXPECT_EQ(k, sk) << c.n;
+    EXPECT_EQ(m, sm) << c.n;
+  }
 }
 
 TEST(ProductBytesDeath, PastTheTablesIsFatal) {
-  EXPECT_EXIT(
-      {
-        consoleToStandardError();
-        fftProductBytes(24159191040ull / 64 + 1);
-      },
-      ::testing::ExitedWithCode(1), "Maximum FFT size Exceeded\\.");
-  EXPECT_EXIT(
-      {
-        consoleToStandardError();
-        hybridProductBytes(hybridProductWordsLimit + 1, 0);
-      },
-      ::testing::ExitedWithCode(1), "Maximum supported multiplication size has been exceeded\\.");
+  EXPECT_EXIT((consoleToStandardError(), fftProductBytes(24159191040ull / 64 + 1)),
+              ::testing::ExitedWithCode(1), "Maximum FFT size Exceeded\\.");
+  EXPECT_EXIT((consoleToStandardError(), hybridProductBytes(hybridProductWordsLimit + 1, 0)),
+              ::testing::ExitedWithCode(1),
+              "Maximum supported multiplication size has been exceeded\\.");
 }
 
 TEST(ProductBytes, PeakCoversEveryRowBelow) {
   const HybridParamTable none = {nullptr, 0};
-  // The product rows 335413248 (17, 5) and 335478784 (16, 20): just above the
-  // first, the second row serves with less memory, and the peak keeps the
-  // first row's figure.
+  // Just above row 335413248 the next row needs less memory; the peak keeps the first's.
   uint64_t first = hybridProductBytesWith(none, multiplyTable, 335413248, 0);
   uint64_t above = hybridProductBytesWith(none, multiplyTable, 335413249, 0);
   EXPECT_LT(above, first);
   EXPECT_GE(hybridPeakBytesWith(none, multiplyTable, 335413249, 0), first);
   EXPECT_GE(hybridPeakBytesWith(none, multiplyTable, 352256000, 3),
             hybridProductBytesWith(none, multiplyTable, 335413248, 3));
-  // The build's tables: every size's own figure and every row below it are
-  // covered; past the last row the search alone serves.
   for (uint64_t n = 24000; n < 40000000; n += n / 7) {
     const uint64_t peak = hybridPeakBytes(n, 1);
     EXPECT_GE(peak, hybridProductBytes(n, 1)) << n;

@@ -1,12 +1,11 @@
-// Twiddle pyramids: every entry against MPFR's correctly rounded cosine and
-// sine, the layout of the levels and heads, and how the tables grow and go.
+// Twiddle pyramids against MPFR's correctly rounded cos and sin; growth and release.
 #include "arith/fft/fft_tables.h"
 
 #include <gtest/gtest.h>
 #include <mpfr.h>
 
 #include <cstdint>
-#include <cstring>
+#include <cstdlib>
 #include <thread>
 #include <vector>
 
@@ -14,10 +13,8 @@
 
 namespace {
 
-// The correctly rounded doubles of cos and sin of 2 pi t / circle for
-// t = 1 .. pairs, as (cos, sin) pairs, computed on two threads. The angle is
-// taken to 192 bits (far more than any of these roundings needs) and MPFR
-// rounds its cosine and sine correctly to 53.
+// Correctly rounded (cos, sin) of 2 pi t / circle for t = 1 .. pairs, on two
+// threads; the angle is taken to 192 bits.
 std::vector<double> referencePairs(uint64_t pairs, uint64_t circle) {
   std::vector<double> out(2 * pairs);
   auto work = [&](uint64_t first, uint64_t step) {
@@ -69,20 +66,6 @@ void checkPyramid(const double* pyramid, uint32_t family, uint64_t levels) {
   EXPECT_EQ(pyramid[1], 0.0);
 }
 
-// Correctly rounded cos and sin of 2 pi t / circle.
-void exactPair(uint64_t t, uint64_t circle, double* c, double* s) {
-  mpfr_t x, y;
-  mpfr_init2(x, 64);
-  mpfr_init2(y, 53);
-  mpfr_set_ui(x, t, MPFR_RNDN);
-  mpfr_cosu(y, x, circle, MPFR_RNDN);
-  *c = mpfr_get_d(y, MPFR_RNDN);
-  mpfr_sinu(y, x, circle, MPFR_RNDN);
-  *s = mpfr_get_d(y, MPFR_RNDN);
-  mpfr_clear(x);
-  mpfr_clear(y);
-}
-
 struct TablesGone {
   ~TablesGone() { releaseFftTables(); }
 };
@@ -99,15 +82,9 @@ TEST(FftTables, EveryTwiddleOfTheLargestTablesIsCorrectlyRounded) {
   EXPECT_EQ(fftTables->pyramid7, nullptr);
 
   // Heads: the butterfly constants cos and sin of 2 pi k / 3 and 2 pi k / 5.
-  double c, s;
-  exactPair(1, 3, &c, &s);
-  EXPECT_EQ(fftTables->pyramid3[4], c);
-  EXPECT_EQ(fftTables->pyramid3[5], s);
-  for (uint64_t k = 1; k <= 4; k++) {
-    exactPair(k, 5, &c, &s);
-    EXPECT_EQ(fftTables->pyramid5[2 * k], c) << k;
-    EXPECT_EQ(fftTables->pyramid5[2 * k + 1], s) << k;
-  }
+  const double *p3 = fftTables->pyramid3, *p5 = fftTables->pyramid5;
+  EXPECT_EQ(std::vector<double>(p3 + 4, p3 + 6), referencePairs(1, 3));
+  EXPECT_EQ(std::vector<double>(p5 + 2, p5 + 10), referencePairs(4, 5));
 }
 
 TEST(FftTables, GrowRebuildsOnlyShortPyramidsReleaseAndBuildAgain) {
@@ -140,6 +117,20 @@ TEST(FftTables, GrowRebuildsOnlyShortPyramidsReleaseAndBuildAgain) {
   releaseFftTables();  // nothing left: no effect
   buildFftTables(200);
   ASSERT_NE(fftTables, nullptr);
+}
+
+// 2^47 points would take 2^50 bytes: the growth fails and the tables still
+// serve (only) what they served.
+TEST(FftTablesGrow, AFailedGrowthKeepsTheTablesItHad) {
+  auto* tables = static_cast<FftLookupTables*>(calloc(1, sizeof(FftLookupTables)));
+  ASSERT_EQ(growFftTables(tables, 40), 0u);
+  EXPECT_NE(growFftTables(tables, 4 * 47), 0u);
+  EXPECT_EQ(tables->builtCode, 40u);
+  EXPECT_GE(pyramidLevelCount(tables->pyramid2), 11u);
+  EXPECT_GE(pyramidLevelCount(tables->pyramid3), 9u);
+  EXPECT_EQ(growFftTables(tables, 44), 0u);
+  EXPECT_EQ(tables->builtCode, 44u);
+  releaseFftTablesRecord(tables);
 }
 
 }  // namespace

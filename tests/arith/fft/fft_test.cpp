@@ -1,9 +1,5 @@
-// FFT products and squares against GMP through the shared product driver:
-// every length from 54 to 200 and a sample to 13056 words with each
-// FftSizeTable row boundary on both sides, the lengths 3 * 2^k and 5 * 2^k,
-// all ones, unbalanced shapes and chops; the worst rounding error of each
-// row; and the failure paths (short heap, tables that don't serve, a size
-// past the last row).
+// FFT products and squares against GMP at every row boundary, unbalanced and
+// chopped; the worst rounding error of each row; and the failure paths.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -34,9 +30,8 @@ productcheck::Entry fftEntry(const FftLookupTables* tables = ffttest::tables(), 
   };
 }
 
-// Every length to 200, a log-uniform sample, each row boundary of
-// FftSizeTable (the largest square of the row and one past it, the same for
-// its odd-width drop), the tuning edges, and the lengths 3 * 2^k and 5 * 2^k.
+// Every length to 200, a sample, each row's edges (and its odd-width drop's),
+// the tuning edges, and 3 * 2^k and 5 * 2^k.
 std::vector<uint64_t> sampledLengths(Random& random, uint64_t sampleCount) {
   std::set<uint64_t> lengths;
   for (uint64_t n = fftSquareThreshold; n <= 200; n++) lengths.insert(n);
@@ -54,9 +49,8 @@ std::vector<uint64_t> sampledLengths(Random& random, uint64_t sampleCount) {
   return {lengths.begin(), lengths.end()};
 }
 
-// The square of words through one transform of the given row, as the
-// products do it (balanced points, signed rounding), with the worst distance
-// of a coefficient to an integer before the rounding.
+// The square through one transform of the row as the products do it, with the
+// worst distance of a coefficient to an integer before the rounding.
 std::vector<uint32_t> rowSquare(const std::vector<uint32_t>& words, const FftSizeRow& row,
                                 double* worstError) {
   const uint64_t L = sizeCodeLength(row.code), n = words.size();
@@ -75,9 +69,7 @@ std::vector<uint32_t> rowSquare(const std::vector<uint32_t>& words, const FftSiz
   return out;
 }
 
-// Operands whose balanced points all sit at one end of the range: every
-// point 2^(b-1) - 1, or (by the carries) every point -2^(b-1): the largest
-// coefficients that balanced points allow.
+// Balanced points all 2^(b-1) - 1, or (by the carries) all -2^(b-1).
 std::vector<uint32_t> extremeOperand(uint64_t n, uint32_t bits, bool negative) {
   std::vector<uint32_t> points((32 * n + bits - 1) / bits, (1u << (bits - 1)) - 1);
   if (negative) points[0] = 1u << (bits - 1);
@@ -102,8 +94,6 @@ TEST(FftProducts, SquaresAndProductsAgreeWithGmpFrom54To13056Words) {
   }
 }
 
-// Unbalanced shapes in both orders, then random shapes (ratios up to 150)
-// with chops below, at and beyond the operands' lengths.
 TEST(FftProducts, UnbalancedShapesAndChops) {
   Random random = testbridge::testRandom();
   const productcheck::Entry entry = fftEntry();
@@ -126,8 +116,7 @@ TEST(FftProducts, UnbalancedShapesAndChops) {
   }
 }
 
-// Each row at its full capacity (its largest square): random, all-ones and
-// the two extreme operands; the worst error is printed and stays below 1/4.
+// Each row at its full capacity: the worst error is printed and stays below 1/4.
 TEST(FftProducts, WorstRoundingErrorOfEachRowStaysBelowAQuarter) {
   Random random = testbridge::testRandom();
   for (uint32_t r = 0; r < fftSizeRowCount; r++) {
@@ -151,8 +140,6 @@ TEST(FftProducts, WorstRoundingErrorOfEachRowStaysBelowAQuarter) {
   }
 }
 
-// A short heap: the missing bytes come back (a square needs one transform,
-// a product two) and every block is released.
 TEST(FftProducts, AShortHeapGivesBackItsBlocksAndTheMissingBytes) {
   Random random = testbridge::testRandom();
   const uint64_t n = 2000;  // 8192 points: 64 KiB of transform, 32 KiB of points
@@ -175,28 +162,19 @@ TEST(FftProducts, AShortHeapGivesBackItsBlocksAndTheMissingBytes) {
   EXPECT_EQ(out, testbridge::gmpProduct(a.data(), n, b.data(), n));
 }
 
-// Tables are built for every product of a run before it starts: a product
-// they don't serve is a fault of the caller. A size past the last row
-// (2^29 words square to more than its 24159191040 bits) is refused before
-// any word is read.
+// Tables that don't serve a product are a caller's fault; a size past the last
+// row is refused before any word is read.
 TEST(FftProductsDeathTest, TablesThatDontServeAndSizesPastTheLastRowAreFatal) {
   auto* small = static_cast<FftLookupTables*>(calloc(1, sizeof(FftLookupTables)));
   ASSERT_EQ(growFftTables(small, 40), 0u);
   Random random = testbridge::testRandom();
   const auto a = testbridge::operand(random, Kind::Uniform, 5000);
-  EXPECT_DEATH(
-      {
-        consoleToStandardError();
-        (void)matches(fftEntry(small), a, nullptr);
-      },
-      "Invalid Function Parameters: FFT Multiplication\n\nThe lookup tables were not "
-      "built for this transform length.");
+  EXPECT_DEATH((consoleToStandardError(), (void)matches(fftEntry(small), a, nullptr)),
+               "Invalid Function Parameters: FFT Multiplication\n\nThe lookup tables were not "
+               "built for this transform length.");
   releaseFftTablesRecord(small);
   uint32_t word = 1, out = 0;
-  EXPECT_EXIT(
-      {
-        consoleToStandardError();
-        fftSquare(nullptr, &word, uint64_t(1) << 29, &out, 0, ffttest::tables());
-      },
-      ::testing::ExitedWithCode(1), "Maximum FFT size Exceeded\\.");
+  EXPECT_EXIT((consoleToStandardError(),
+               fftSquare(nullptr, &word, uint64_t(1) << 29, &out, 0, ffttest::tables())),
+              ::testing::ExitedWithCode(1), "Maximum FFT size Exceeded\\.");
 }

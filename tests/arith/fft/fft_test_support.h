@@ -1,6 +1,4 @@
-// Shared pieces of the FFT tests: tables that serve every transform the tests
-// use, a transform buffer with the alignment of the product code, the
-// rounding error of a finished inverse, and products modulo 2^N + 1.
+// Shared pieces of the FFT tests: tables, aligned buffers, rounding errors.
 #pragma once
 
 #include <gmp.h>
@@ -37,8 +35,7 @@ struct Buffer {
   }
 };
 
-// After the inverse passes: the coefficients of the product, unweighted as
-// the last stage does it, and their largest distance to an integer.
+// After the inverse passes: the unweighted coefficients' largest distance to an integer.
 inline double worstRoundingError(const double* buffer, SizeCode code) {
   const uint64_t L = sizeCodeLength(code), q = L / 4;
   const double r = 1.0 / double(L / 2);

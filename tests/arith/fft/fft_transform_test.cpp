@@ -1,7 +1,5 @@
-// The transform itself: kernel sets that agree bit for bit and multiply
-// right with both last stages, nega-cyclic (element) products against GMP
-// modulo 2^(bL) + 1 with the -1 result, twiddle walks, and the alignment
-// check of element buffers.
+// The transform: kernel sets agree bit for bit, nega-cyclic products against
+// GMP modulo 2^(bL) + 1, twiddle walks, and the alignment check.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -33,9 +31,8 @@ std::vector<uint32_t> randomPoints(Random& random, uint64_t count, uint32_t bits
   return points;
 }
 
-// a * b mod 2^(bL) + 1 through the nega-cyclic transform in buffers at the
-// given offsets (in doubles) from a 64-byte boundary: the points of the
-// result, and the return value of inverseFftWrapped (1 for -1).
+// a * b mod 2^(bL) + 1 in buffers `offset` doubles past a 64-byte boundary;
+// returns inverseFftWrapped's 1 for -1.
 uint32_t negacyclicProduct(const std::vector<uint32_t>& a, const std::vector<uint32_t>& b,
                            SizeCode code, uint32_t bits, std::vector<uint32_t>* result,
                            uint64_t offset = 0) {
@@ -60,10 +57,8 @@ void pointsToMpz(mpz_t z, const std::vector<uint32_t>& points, uint32_t bits) {
 
 }  // namespace
 
-// Forward transforms and the wrapped inverse of every transform kind (direct
-// rows to 49152 points, radix-3 and radix-5 tops) are the same bits in every
-// kernel set; each set squares right through fftSquare (signed last stage)
-// and through unsigned points and inverseFft.
+// Every kernel set: the same bits for each transform kind, right squares
+// through fftSquare and through unsigned points and inverseFft.
 TEST(FftTransform, EveryKernelSetGivesTheSameBitsAndRightProducts) {
   Random random = testbridge::testRandom();
   const auto sets = usableSets();
@@ -120,9 +115,8 @@ TEST(FftTransform, EveryKernelSetGivesTheSameBitsAndRightProducts) {
   fftUseKernels(nullptr);
 }
 
-// Element lengths at the widest bits the element table gives them, 12 and 7
-// bits: random operands and -2 (all points full) on either side; buffers
-// with only 16-byte alignment (as hybrid elements have) give the same points.
+// Element lengths at their widest bits, 12 and 7; buffers only 16-byte aligned
+// (as hybrid elements are) give the same points.
 TEST(FftNegacyclic, ElementProductsAgreeWithGmpModuloFermatNumbers) {
   Random random = testbridge::testRandom();
   for (uint64_t L : {64, 128, 192, 256, 320, 384, 512, 640, 768, 1024, 1280, 1536, 2560, 5120}) {
@@ -157,8 +151,7 @@ TEST(FftNegacyclic, ElementProductsAgreeWithGmpModuloFermatNumbers) {
   }
 }
 
-// -1 modulo 2^N + 1 comes back as a zero array and the return value 1:
-// (2^N - 1)(2^(N-1) + 1) and (2^(N/2))^2; -2 times 1 stays all points full.
+// -1 comes back as zeros and the return value 1; -2 times 1 stays all full.
 TEST(FftNegacyclic, AProductOfMinusOneReturnsOne) {
   const uint64_t L = 320;
   const SizeCode code = sizeCodeOf(5, 6);
@@ -180,16 +173,12 @@ TEST(FftNegacyclic, AProductOfMinusOneReturnsOne) {
 TEST(FftTransformDeathTest, AMisalignedElementBufferIsFatal) {
   ffttest::Buffer buffer(80);
   std::vector<uint32_t> points(64, 1);
-  EXPECT_DEATH(
-      {
-        consoleToStandardError();
-        forwardFftFull(buffer.data + 1, points.data(), sizeCodeOf(1, 6), ffttest::tables());
-      },
-      "FATAL ERROR: Assertion Failure\n\nInvalid Data Alignment: FFT Multiplication");
+  EXPECT_DEATH((consoleToStandardError(),
+                forwardFftFull(buffer.data + 1, points.data(), sizeCodeOf(1, 6), ffttest::tables())),
+               "FATAL ERROR: Assertion Failure\n\nInvalid Data Alignment: FFT Multiplication");
 }
 
-// Angles 2 pi n / (8Q) of any n, by strides 1, 2 and 3, against the
-// correctly rounded cosine and sine: within half a unit in the last place.
+// Angles 2 pi n / (8Q) by strides 1, 2 and 3: within half an ulp.
 TEST(FftTransform, TwiddleWalksReachEveryOctantFromTheFirst) {
   Random random = testbridge::testRandom();
   const FftLookupTables* t = ffttest::tables();

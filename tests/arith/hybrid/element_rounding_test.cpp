@@ -1,7 +1,5 @@
-// The worst rounding error of the element products' transforms: for each
-// transform length of ElementSizeTable, at the widest point it carries, the
-// squares that give the largest coefficients, through the load the element
-// products use; the products stay exact against GMP modulo 2^N + 1.
+// The worst rounding error of each element transform length at its widest
+// points, and the element squares exact against GMP modulo 2^N + 1.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -30,8 +28,7 @@ const FftLookupTables* tablesFor(SizeCode code) {
   return big;
 }
 
-// An element of W words whose points (as the element products cut them) are
-// all 2^(b-1) - 1, or all ones.
+// W words whose points are all 2^(b-1) - 1, or all ones.
 std::vector<uint32_t> element(uint64_t W, uint32_t b, bool allOnes) {
   std::vector<uint32_t> words(W + 1, allOnes ? ~0u : 0u);
   words[W] = 0;
@@ -44,7 +41,6 @@ std::vector<uint32_t> element(uint64_t W, uint32_t b, bool allOnes) {
 }  // namespace
 
 TEST(ElementRounding, WorstErrorOfEachElementLengthStaysBelowTheDirectRowsMargin) {
-  // The widest row of each length: the largest coefficients of that length.
   std::vector<const ElementSizeRow*> widest;
   for (const ElementSizeRow& row : ElementSizeTable) {
     if (sizeCodeLength(row.code) > longestLength()) continue;
@@ -66,8 +62,6 @@ TEST(ElementRounding, WorstErrorOfEachElementLengthStaysBelowTheDirectRowsMargin
       testbridge::toMpz(expected.z, x.data(), W);
       mpz_mul(expected.z, expected.z, expected.z);
       ffttest::reduceFermat(expected.z, 32 * W);
-      // The error: the element square's load and passes, stopped before
-      // the last stage.
       ffttest::Buffer buffer(L);
       std::vector<uint32_t> points(L);
       hybridElementSplit(points.data(), x.data(), plan);

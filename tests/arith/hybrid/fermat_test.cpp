@@ -1,6 +1,5 @@
-// The Fermat ring's butterfly kernels against GMP in both forms, forward
-// then inverse against the input times 2^k, and the inverse with its output
-// stage.
+// The Fermat ring's butterflies against GMP in both forms, transform round
+// trips, and the inverse with its output stage.
 #include <gmp.h>
 #include <gtest/gtest.h>
 
@@ -31,8 +30,7 @@ struct Ring {
 
 void elementValue(mpz_t z, const uint32_t* x, uint64_t W) { testbridge::toMpz(z, x, W + 1); }
 
-// x is the reduced form of `expected`: W words and an overflow word that is
-// 1 only for 2^n.
+// x is the reduced form of `expected` (W + 1 words).
 ::testing::AssertionResult isResidue(const uint32_t* x, const mpz_t expected, const Ring& ring) {
   Number r;
   mpz_mod(r.z, expected, ring.modulus.z);
@@ -56,7 +54,6 @@ std::vector<uint32_t> randomElement(Random& random, uint64_t W) {
   return x;
 }
 
-// count random elements of W words at stride W + 1.
 std::vector<uint32_t> randomElements(Random& random, uint64_t count, uint64_t W) {
   std::vector<uint32_t> data;
   for (uint64_t i = 0; i < count; i++) {
@@ -95,8 +92,7 @@ TEST(FermatKernels, ShiftedButterfliesMatchGmpInBothForms) {
       fermatSumShiftedPortable(sum2.data(), out2.data(), a.data(), b.data(), W, bits);
       ASSERT_EQ(sum, sum2) << where;
       ASSERT_EQ(out, out2) << where;
-      // The sum in place of either operand; the difference in place of b
-      // when nothing moves by whole words.
+      // In place of either operand (of b too when no whole words move).
       std::vector<uint32_t> x = a, y = b;
       fermatSumShifted(x.data(), out2.data(), x.data(), b.data(), W, bits);
       ASSERT_EQ(x, sum) << where;
@@ -129,8 +125,7 @@ TEST(FermatKernels, ShiftedButterfliesMatchGmpInBothForms) {
   }
 }
 
-// Forward then inverse, with a random twist: every element comes back times
-// 2^k; the straight-and-recursive form and the blocked form agree.
+// Forward then inverse (random twist) gives the input times 2^k; both forms agree.
 void checkRoundTrip(uint64_t W, uint32_t k, uint32_t threadPower) {
   ASSERT_EQ(((128 * W) >> k) << k, 128 * W) << "the ring has no root of order 2^k";
   Random random = testbridge::testRandom(W * 64 + k + 1000 * threadPower);
@@ -172,12 +167,9 @@ TEST(FermatTransform, ForwardThenInverseGivesInputTimesTwoToTheK) {
   checkRoundTrip(128, 10, 8);  // eight threads on columns and rows
 }
 
-// hybridInverse hands each column's elements to the output stage as the
-// column is done, with seams at thread ranges and rows; its words must be
-// those of the whole inverse followed by the one-thread output stage, for
-// chops anywhere (on a row start, just below one, one element below), and
-// exact without a chop. Coefficients of mostly all-ones words make the
-// carries run across every seam.
+// hybridInverse (output stage fused, seams at threads and rows) equals the
+// inverse then the output stage, for chops around row starts; all-ones words
+// carry across every seam.
 TEST(FermatTransform, InverseWithTheOutputStageIsInverseThenOutput) {
   Random random = testbridge::testRandom();
   for (uint32_t m : {3u, 5u}) {
@@ -207,10 +199,7 @@ TEST(FermatTransform, InverseWithTheOutputStageIsInverseThenOutput) {
       blockedInverse(reference.data(), W, stride, k, 0, scratch.data(), 0);
       const std::vector<uint32_t> inverse = reference;
       ASSERT_EQ(hybridOutputStage(range, reference.data(), stride, scratch.data(), 0), 0u);
-      if (start == 0) {
-        ASSERT_EQ(want, testbridge::fromMpz(sum.z, end)) << "m " << m;
-      }
-      // The threaded output stage on the same inverse gives the same words.
+      if (start == 0) ASSERT_EQ(want, testbridge::fromMpz(sum.z, end)) << "m " << m;
       std::vector<uint32_t> threaded = inverse, words(end - start);
       const OutputRange threadedRange = {words.data(), end, start, c, k, W};
       ASSERT_EQ(hybridOutputStage(threadedRange, threaded.data(), stride, scratch.data(), 3), 0u);
@@ -227,12 +216,24 @@ TEST(FermatTransform, InverseWithTheOutputStageIsInverseThenOutput) {
 }
 
 TEST(FermatTransformDeathTest, StrideOverflowIsFatal) {
-  EXPECT_DEATH(
-      {
-        consoleToStandardError();
-        hybridCheckStride(uint64_t(1) << 40, 30);
-      },
-      "FATAL ERROR: Limit Exceeded\n\nArchitectural Limit Exceeded: ");
+  EXPECT_DEATH((consoleToStandardError(), hybridCheckStride(uint64_t(1) << 40, 30)),
+              "FATAL ERROR: Limit Exceeded\n\nArchitectural Limit Exceeded: ");
+}
+
+// The radix-4 steps cannot apply the odd twiddles of an odd element length.
+TEST(FermatRadix4DeathTest, AnOddElementLengthIsABrokenCaller) {
+  const uint64_t W = 3;
+  std::vector<uint32_t> a(4 * (W + 1), 1), scratch(2 * (W + 1));
+  uint32_t* e[4] = {&a[0], &a[W + 1], &a[2 * (W + 1)], &a[3 * (W + 1)]};
+  for (bool inverse : {false, true}) {
+    EXPECT_DEATH(
+        {
+          consoleToStandardError();
+          if (inverse) radix4Inverse(e[0], e[1], e[2], e[3], W, 1, scratch.data());
+          else radix4Forward(e[0], e[1], e[2], e[3], W, 1, scratch.data());
+        },
+        "A radix-4 step needs an even element length\\.");
+  }
 }
 
 }  // namespace

@@ -1,10 +1,6 @@
-// Hybrid transform products against GMP through the shared product driver
-// (a chopped result may be one below the rule): element squares and products
-// modulo 2^(32W) + 1 (recursive and FFT forms, the -1 cases), squares and
-// products of many sizes, kinds, chops and threads, chosen parameters (k = 3,
-// odd m, W not a multiple of 8), both sides of every tuned row, refused
-// threads, the check on the top words through the fault switch (and its
-// retry by the front end), and memory shortage.
+// Hybrid products against GMP (a chopped result may be one below the rule):
+// elements, many shapes, chosen parameters, every tuned row, refused threads,
+// the top-word check under injected corruption, and memory shortage.
 #include <gmp.h>
 #include <gtest/gtest.h>
 
@@ -58,8 +54,7 @@ Entry hybridEntry(uint32_t threadPower, uint32_t k = 0, uint32_t m = 0) {
   return productcheck::matches(entry, a, b, chop, 0, 1);
 }
 
-// Element squares and products modulo 2^(32W) + 1: -1 in either or both,
-// all ones, random; then (2^(n/2))^2 = -1 and (-1)^2 = 1.
+// Element squares and products modulo 2^(32W) + 1, -1 and all ones among them.
 void checkElements(uint64_t W, Random& random) {
   ElementPlan plan;
   elementPlanFor(&plan, tables(), W);
@@ -78,16 +73,14 @@ void checkElements(uint64_t W, Random& random) {
     Number va, vb, want;
     testbridge::toMpz(va.z, a.data(), W + 1);
     testbridge::toMpz(vb.z, b.data(), W + 1);
-    std::vector<uint32_t> x = a;
-    hybridElementSquare(x.data(), plan, scratch);
-    mpz_mul(want.z, va.z, va.z);
-    mpz_mod(want.z, want.z, modulus.z);
-    ASSERT_TRUE(testbridge::equalsMpz(x.data(), W + 1, want.z)) << "square, W " << W;
-    x = a;
-    hybridElementProduct(x.data(), b.data(), plan, scratch);
-    mpz_mul(want.z, va.z, vb.z);
-    mpz_mod(want.z, want.z, modulus.z);
-    ASSERT_TRUE(testbridge::equalsMpz(x.data(), W + 1, want.z)) << "product, W " << W;
+    for (bool square : {true, false}) {
+      std::vector<uint32_t> x = a;
+      if (square) hybridElementSquare(x.data(), plan, scratch);
+      else hybridElementProduct(x.data(), b.data(), plan, scratch);
+      mpz_mul(want.z, va.z, square ? va.z : vb.z);
+      mpz_mod(want.z, want.z, modulus.z);
+      ASSERT_TRUE(testbridge::equalsMpz(x.data(), W + 1, want.z)) << square << ", W " << W;
+    }
   }
   if (W % 2 != 0) return;
   std::vector<uint32_t> x(W + 1, 0), y(W + 1, 0), minusOne(W + 1, 0), one(W + 1, 0);
@@ -118,10 +111,8 @@ TEST(HybridElements, SquaresAndProductsModuloTheRingMatchGmp) {
   EXPECT_GE(fftSizes, 5u);
 }
 
-// Eight squares of 6000 to 150000 words, balanced and unbalanced products,
-// all ones among them, chops on most, one and two threads; an array times
-// itself (the square's single forward transform); then 200K to 1.5M words
-// of product and 2M x 2M words on two threads.
+// Squares and products to 2M x 2M words, chops, one and two threads; an array
+// times itself takes the square's single forward transform.
 TEST(HybridProducts, SquaresAndProductsOfManyShapesMatchGmp) {
   Random random = testbridge::testRandom();
   const uint64_t shapes[][2] = {{12000, 12000}, {13057, 13000}, {40000, 12500}, {12100, 50000},
@@ -149,9 +140,7 @@ TEST(HybridProducts, SquaresAndProductsOfManyShapesMatchGmp) {
   EXPECT_TRUE(matches(hybridEntry(1), c, &d));
 }
 
-// k = 3 with W a multiple of 8 (FFT elements), odd m with W not a multiple
-// of 8 (recursive and FFT elements): all ones filling the capacity, then a
-// random shorter product; squares and products, one to eight threads.
+// k = 3 and odd m (W not a multiple of 8): full capacity of all ones, then shorter.
 TEST(HybridProducts, ChosenParametersGiveExactProducts) {
   Random random = testbridge::testRandom();
   const uint32_t pairs[][2] = {{3, 512}, {3, 640}, {8, 11}, {9, 7}, {10, 7}, {7, 23}};
@@ -169,10 +158,8 @@ TEST(HybridProducts, ChosenParametersGiveExactProducts) {
   }
 }
 
-// Squares at each square row's capacity and one word beyond (the next row),
-// products at the edges of the product rows that differ from the square
-// rows; all ones at one edge, random at the other, one and two threads.
-// Rows past 8.5M words are left to the benchmarks, which check every result.
+// Each row's capacity and one word beyond, all ones and random; rows past
+// 8.5M words are left to the benchmarks, which check every result.
 TEST(HybridProducts, BothSidesOfEveryTunedRowMatchGmp) {
   Random random = testbridge::testRandom();
   ASSERT_GT(SquareParamTable.count, 4u);
@@ -200,8 +187,7 @@ TEST(HybridProducts, BothSidesOfEveryTunedRowMatchGmp) {
   }
 }
 
-// With k = 3 no thread is asked for; a refused spawn prints a warning and
-// the product is still made.
+// k = 3 asks for no thread; a refused spawn warns and the product is made.
 TEST(HybridProducts, ThreadsAskedOnlyWhereUsefulARefusedOneWarns) {
   Random random = testbridge::testRandom();
   for (uint64_t n : {60u, 30000u}) {
@@ -218,14 +204,15 @@ TEST(HybridProducts, ThreadsAskedOnlyWhereUsefulARefusedOneWarns) {
   }
 }
 
-// A flip in element 0 (or 1) after the forward pass comes back from the
-// inverse as the same small term in every coefficient, below the checked top
-// words: the check can't see it. Any other element is spread over the
-// coefficients at shifts that reach the top words: caught, and the retry on
-// the same untouched operands is right.
-TEST(HybridCheck, CorruptionAfterTheForwardPassIsCaughtAndTheRetryIsRight) {
+// A flip in element 2 or above after the forward pass reaches the checked top
+// words (elements 0, 1 do not): caught, a clean rerun is right, and through the
+// front end the product is retried as a hardware error.
+TEST(HybridCheck, CorruptionAfterTheForwardPassIsCaughtAndRetried) {
   Random random = testbridge::testRandom();
-  const uint64_t n = 20000;
+  buildFftTables(40000);
+  Heap heap;
+  heapInit(nullptr, &heap, 64 << 20);
+  const uint64_t n = 20000, savedErrors = errorCount;
   const auto a = testbridge::operand(random, Kind::Uniform, n);
   const auto b = testbridge::operand(random, Kind::Uniform, n);
   std::vector<uint32_t> out(2 * n);
@@ -238,16 +225,34 @@ TEST(HybridCheck, CorruptionAfterTheForwardPassIsCaughtAndTheRetryIsRight) {
               multiplyDetectedError);
     EXPECT_EQ(hybridFaultForTesting.stage, 0u);
     EXPECT_TRUE(matches(hybridEntry(threadPower), a, &b));
+    BigInt x, y, product;
+    makeBigInt(&heap, &x, a);
+    makeBigInt(&heap, &y, b);
+    std::string console;
+    consoleCaptureTo(&console);
+    errorCount = 0;
+    hybridFaultForTesting = {1, seenElement(), random.next()};
+    bigIntMultiply(&heap, &x, &y, &product, 0, 0, threadPower);
+    consoleCaptureTo(nullptr);
+    EXPECT_EQ(hybridFaultForTesting.stage, 0u) << "the fault did not fire";
+    EXPECT_EQ(console,
+              "\n\nMultiplication Failure:\nRe-attempting with same parameters...\n"
+              "\nSecond Attempt Succeeded with same parameters.\n"
+              "Most likely a hardware error... Please check your hardware.\nContinuing...\n\n");
+    EXPECT_EQ(errorCount, 1u);
+    EXPECT_TRUE(bigIntWords(product) == testbridge::gmpProduct(a.data(), n, b.data(), n));
+    for (BigInt* v : {&product, &y, &x}) bigIntDestroy(v);
     ASSERT_EQ(hybridSquareParams(2 * n, &k, &m), 0u);
     hybridFaultForTesting = {1, seenElement(), random.next()};
     EXPECT_EQ(hybridSquare(nullptr, a.data(), n, out.data(), 0, tables(), threadPower),
               multiplyDetectedError);
   }
+  errorCount = savedErrors;
+  EXPECT_EQ(heap.activeBlocks, 0u);
+  heapDestroy(&heap);
 }
 
-// After the inverse: an element whose words all lie below the chop may be
-// wrong unreported (the result is that of a clean run); the same fault in
-// a wanted element is caught.
+// After the inverse: a fault wholly below the chop is harmless, one above is caught.
 TEST(HybridCheck, CorruptionBelowTheChopGoesUnreported) {
   Random random = testbridge::testRandom();
   const uint64_t n = 20000, chop = 15000;  // below n: the operand stays whole
@@ -265,40 +270,6 @@ TEST(HybridCheck, CorruptionBelowTheChopGoesUnreported) {
             multiplyDetectedError);
 }
 
-// Through the front end: the failed check is reported, the product run again
-// and right; errorCount records the one fault.
-TEST(HybridCheck, ACorruptedTransformIsRetriedByTheFrontEnd) {
-  Random random = testbridge::testRandom();
-  buildFftTables(40000);
-  Heap heap;
-  heapInit(nullptr, &heap, 64 << 20);
-  const uint64_t saved = errorCount;
-  for (uint32_t threadPower : {0u, 1u}) {
-    errorCount = 0;
-    BigInt a, b, out;
-    makeBigInt(&heap, &a, testbridge::operand(random, Kind::Uniform, 20000));
-    makeBigInt(&heap, &b, testbridge::operand(random, Kind::Uniform, 19000));
-    std::string console;
-    consoleCaptureTo(&console);
-    uint32_t k, m;
-    ASSERT_EQ(hybridMultiplyParams(39000, &k, &m), 0u);
-    hybridFaultForTesting = {1, 2 + random.below((uint64_t(1) << k) - 2), random.next()};
-    bigIntMultiply(&heap, &a, &b, &out, 0, 0, threadPower);
-    consoleCaptureTo(nullptr);
-    EXPECT_EQ(hybridFaultForTesting.stage, 0u) << "the fault did not fire";
-    EXPECT_EQ(console,
-              "\n\nMultiplication Failure:\nRe-attempting with same parameters...\n"
-              "\nSecond Attempt Succeeded with same parameters.\n"
-              "Most likely a hardware error... Please check your hardware.\nContinuing...\n\n");
-    EXPECT_EQ(errorCount, 1u);
-    EXPECT_TRUE(bigIntWords(out) == testbridge::gmpProduct(a.words, a.length, b.words, b.length));
-    for (BigInt* x : {&out, &b, &a}) bigIntDestroy(x);
-  }
-  errorCount = saved;
-  EXPECT_EQ(heap.activeBlocks, 0u);
-  heapDestroy(&heap);
-}
-
 TEST(HybridLimits, ShortHeapReturnsTheMissingBytes) {
   Random random = testbridge::testRandom();
   const auto a = testbridge::operand(random, Kind::Uniform, 20000);
@@ -314,10 +285,9 @@ TEST(HybridLimits, ShortHeapReturnsTheMissingBytes) {
 
 TEST(HybridLimitsDeathTest, ProductBeyondTheLimitIsFatal) {
   const uint32_t word = 1;
-  EXPECT_EXIT(
-      {
-        consoleToStandardError();
-        hybridSquare(nullptr, &word, hybridProductWordsLimit / 2 + 1, nullptr, 0, tables(), 0);
-      },
-      ::testing::ExitedWithCode(1), "Maximum supported multiplication size has been exceeded\\.");
+  EXPECT_EXIT((consoleToStandardError(),
+               hybridSquare(nullptr, &word, hybridProductWordsLimit / 2 + 1, nullptr, 0, tables(),
+                            0)),
+              ::testing::ExitedWithCode(1),
+              "Maximum supported multiplication size has been exceeded\\.");
 }

@@ -1,11 +1,7 @@
-// Reciprocals and inverse square roots checked exactly: a result r good to p
-// words has |x r - 1| (or |x r^2 - 1|) below 2^(-32 p), over many precisions,
-// both signs, lengths around p and several operand kinds; exact cases; the
-// progress line; and the swap forms with real swap files in two temporary
-// folders, which give the digits of the RAM forms, page out only from 1000
-// words on and at most two levels deep, and leave no file behind.
+// Reciprocals and inverse square roots: |x r - 1| (or |x r^2 - 1|) below
+// 2^(-32 p) checked exactly; the progress line; the swap forms on real swap
+// files give the RAM forms' digits and leave no file behind.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -15,6 +11,7 @@
 #include "arith/number_oracle.h"
 #include "memory/raidfile.h"
 #include "platform/console.h"
+#include "support/run_program.h"
 
 namespace {
 
@@ -65,19 +62,15 @@ class Newton : public ::testing::Test {
   }
 };
 
-// Swap files striped over two temporary folders, checked empty at the end.
+// Swap files over two temporary folders, checked empty at the end.
 class NewtonSwap : public Newton {
  protected:
   std::string folders[2];
   char* pathTexts[2];
   PathList paths;
   void SetUp() override {
-    for (int i = 0; i < 2; i++) {
-      char pattern[] = "/tmp/newton_swap_XXXXXX";
-      ASSERT_NE(mkdtemp(pattern), nullptr);
-      folders[i] = pattern;
-      pathTexts[i] = folders[i].data();
-    }
+    for (int i = 0; i < 2; i++) ASSERT_FALSE((folders[i] = makeTempFolder()).empty());
+    for (int i = 0; i < 2; i++) pathTexts[i] = folders[i].data();
     paths.count = 2;
     paths.paths = pathTexts;
     globalSwapPaths = &paths;
@@ -88,10 +81,10 @@ class NewtonSwap : public Newton {
     globalSwapPaths = nullptr;
     for (auto& folder : folders) {
       EXPECT_TRUE(std::filesystem::is_empty(folder)) << "swap files left in " << folder;
-      std::filesystem::remove_all(folder);
+      removeTree(folder);
     }
   }
-  // Runs `run` with the progress reset and the console captured; the swap writes it made.
+  // The swap writes `run` made, its console output captured.
   template <class Run>
   static uint64_t writesOf(std::string* out, Run run) {
     progressReset();
@@ -140,8 +133,7 @@ TEST_F(Newton, ReciprocalsAndInverseRootsMatchOverPrecisions) {
       EXPECT_LE(bits, -32.0 * double(p));
       worstMargin = std::min(worstMargin, -bits - 32.0 * double(p));
     }
-    // Beyond the p-word guarantee the results keep some of their guard words:
-    // the worst seen over 200 seeds was 31 bits (operands with a lone top word).
+    // Guard words kept past the guarantee: 31 bits the worst over 200 seeds.
     EXPECT_GE(worstMargin, 24.0) << form;
   }
   const uint64_t p = 100000;
@@ -156,9 +148,8 @@ TEST_F(Newton, ReciprocalsAndInverseRootsMatchOverPrecisions) {
   bigFloatDestroy(&r);
 }
 
-// p = 1 doubles the double's 53 bits to about 3 words (uniform words); powers of two (any
-// sign) have exact reciprocals; x = 3 at the special half precisions 2 and
-// 3; invSqrtWord(1) stays exactly 1 and perfect squares give exact roots.
+// p = 1 from the double's 53 bits; exact reciprocals of powers of two; x = 3 at
+// p = 2, 3; exact inverse roots of 1 and perfect squares.
 TEST_F(Newton, ExactAndSmallCases) {
   for (int i = 0; i < 50; i++) {
     BigFloat x, r;
@@ -202,10 +193,8 @@ TEST_F(Newton, ExactAndSmallCases) {
   }
 }
 
-// The line: path, digit count with separators, 64 columns, at most one a
-// second. A reciprocal with the display on prints first from the deepest
-// step (100 -> 51 -> 26 -> 14 -> 8 -> 5 -> 3 -> 2 -> 1: seven "0"s above the
-// step that reaches 1 word, 10 digits); without the display nothing.
+// Path, digits with separators, 64 columns, one a second; a reciprocal prints
+// from its deepest step (seven "0"s above the 1-word step); no display, nothing.
 TEST_F(Newton, ProgressLineLayoutThrottleAndDeepestStepFirst) {
   std::string out;
   progressReset();
@@ -240,10 +229,8 @@ TEST_F(Newton, ProgressLineLayoutThrottleAndDeepestStepFirst) {
   destroy({&r, &x});
 }
 
-// In place: below 1000 words the RAM reciprocal with no display; from 1000
-// on it pages out with the same digits. From a paged-out x: the reciprocal
-// leaves x and r paged out, x unchanged; at depth 2 it never pushes and the
-// path shows ":" above the RAM steps; the RAM forms read a paged-out x.
+// Paging from 1000 words with the RAM digits; paged-out x and r stay out; at
+// depth 2 nothing is pushed (":" in the path); RAM forms read a paged-out x.
 TEST_F(NewtonSwap, SwapFormsGiveTheRamDigits) {
   for (uint64_t p : {999u, 1000u, 1733u, 4001u}) {
     BigFloat x, ram, original;
@@ -295,9 +282,8 @@ TEST_F(NewtonSwap, SwapFormsGiveTheRamDigits) {
   destroy({&x, &original});
 }
 
-// invSqrtWordSwapped: ":" marks the RAM steps ("0:" above them from 1000
-// words on), the result is that of invSqrtWord. Then products large enough
-// (13057 words and more at both swap levels) for the front end's disk path.
+// invSqrtWordSwapped gives invSqrtWord's digits (":" marks RAM steps); then
+// products large enough for the front end's disk path.
 TEST_F(NewtonSwap, InvSqrtWordSwappedAndDiskSizedProducts) {
   for (uint64_t p : {999u, 1000u, 2200u}) {
     for (uint32_t n : {2u, 0xFFFFFFFBu}) {

@@ -1,9 +1,6 @@
-// The recursive methods against GMP through the shared product driver:
-// balanced squares and products at every length to 64, at each cut-over and
-// Toom-3 split shape, sampled to 20000 words, all ones; each method reached
-// directly at each cut-over; the Karatsuba difference cases; forced small
-// cut-overs with the scratch held to the exact walk by canaries; and the
-// unbalanced forms at their step edges.
+// The recursive methods against GMP: lengths, cut-overs, Toom-3 splits, the
+// Karatsuba difference cases, forced small cut-overs on exact scratch, and
+// the unbalanced forms at their step edges.
 #include "arith/recursive/recursive.h"
 
 #include <gtest/gtest.h>
@@ -22,35 +19,28 @@ namespace {
 typedef void (*Square)(const uint32_t*, uint64_t, uint32_t*, uint32_t*);
 typedef void (*Multiply)(const uint32_t*, const uint32_t*, uint64_t, uint32_t*, uint32_t*);
 
-// A balanced routine pair as one entry (chop 0).
-Entry balanced(Square square, Multiply multiply) {
-  return [=](const uint32_t* a, uint64_t n, const uint32_t* b, uint64_t, uint32_t* out, uint64_t,
-             uint32_t* scratch) {
-    if (b == nullptr) square(a, n, out, scratch);
-    else multiply(a, b, n, out, scratch);
-    return uint64_t(0);
-  };
+// f(a, la, b, lb, out, scratch) as an entry (chop 0; b null for a square).
+template <class F>
+Entry entryOf(F f) {
+  return [=](const uint32_t* a, uint64_t la, const uint32_t* b, uint64_t lb, uint32_t* out,
+             uint64_t, uint32_t* s) { return f(a, la, b, lb, out, s), uint64_t(0); };
 }
 
-// a squared and a * b by the pair, with its scratch figure.
+Entry balanced(Square square, Multiply multiply) {
+  return entryOf([=](auto a, uint64_t n, auto b, uint64_t, auto out, auto s) {
+    b ? multiply(a, b, n, out, s) : square(a, n, out, s);
+  });
+}
+
 void expectBoth(const Entry& entry, const std::vector<uint32_t>& a, const std::vector<uint32_t>& b,
                 uint64_t squareScratch, uint64_t multiplyScratch) {
   EXPECT_TRUE(matches(entry, a, nullptr, 0, squareScratch));
   EXPECT_TRUE(matches(entry, a, &b, 0, multiplyScratch));
 }
 
-void schoolSquare(const uint32_t* a, uint64_t n, uint32_t* out, uint32_t*) {
-  basecaseSquare(a, n, out);
-}
-void schoolMultiply(const uint32_t* a, const uint32_t* b, uint64_t n, uint32_t* out, uint32_t*) {
-  basecaseMultiply(a, b, n, out);
-}
-
 }  // namespace
 
-// The dispatching entries: every length to 64, the cut-over edges, Toom-3
-// splits of n into k, k, r with r = k, k - 1, k - 2, a sparse sample to 1200
-// and some lengths to 20000; random kinds and all ones at each length.
+// Toom-3 splits into k, k, r with r = k, k - 1, k - 2 among the lengths.
 TEST(RecursiveProducts, EntriesAgreeWithGmp) {
   testbridge::Random random = testbridge::testRandom();
   std::vector<uint64_t> lengths = productcheck::tuningEdges(1, 1200);
@@ -66,29 +56,22 @@ TEST(RecursiveProducts, EntriesAgreeWithGmp) {
     const auto ones = testbridge::operand(random, Kind::AllOnes, n);
     expectBoth(entry, ones, ones, squareScratch, multiplyScratch);
   }
-}
-
-// Each method reached directly one below, at and one above each cut-over,
-// with the dispatching entries' scratch.
-TEST(RecursiveProducts, EachMethodAtEachCutover) {
-  testbridge::Random random = testbridge::testRandom();
-  const Entry methods[] = {balanced(schoolSquare, schoolMultiply),
-                           balanced(karatsubaSquare, karatsubaMultiply),
-                           balanced(toom3Square, toom3Multiply)};
-  for (uint64_t edge : {sqrK, sqrT, elmK, elmT}) {
-    for (uint64_t n = edge - 1; n <= edge + 1; n++) {
+  // Each method reached directly one below, at and one above each cut-over.
+  const Entry methods[] = {
+      entryOf([](auto a, uint64_t n, auto b, uint64_t, auto out, auto) {
+        b ? basecaseMultiply(a, b, n, out) : basecaseSquare(a, n, out);
+      }),
+      balanced(karatsubaSquare, karatsubaMultiply), entry};
+  for (uint64_t edge : {sqrK, sqrT, elmK, elmT})
+    for (uint64_t n = edge - 1; n <= edge + 1; n++)
       for (Kind kind : {Kind::Uniform, Kind::AllOnes, Kind::Runs}) {
         const auto a = testbridge::operand(random, kind, n), b = anyOperand(random, n);
         for (const Entry& method : methods)
           expectBoth(method, a, b, recursionScratchWords(n, true), recursionScratchWords(n, false));
       }
-    }
-  }
 }
 
-// The Karatsuba difference: a zero high half makes d equal lo, equal halves
-// make d zero, the larger half may be either (found by the top word of lo
-// when n is odd, otherwise by the compare), products mix the signs.
+// The Karatsuba difference: zero, equal or near-equal halves, either larger.
 TEST(RecursiveProducts, KaratsubaDifferenceCases) {
   testbridge::Random random = testbridge::testRandom();
   const Entry entry = balanced(karatsubaSquare, karatsubaMultiply);
@@ -125,24 +108,18 @@ TEST(RecursiveProducts, KaratsubaDifferenceCases) {
   }
 }
 
-// Small cut-overs run every path many levels deep at small sizes, with the
-// scratch exactly the walk from n (squares too, without the doubling), so a
-// canary hit means the walk undercounts; Karatsuba alone gets the walk with
-// no Toom-3 level. The unbalanced forms get 2 * min plus the walk at min.
+// Small cut-overs run every path deep on scratch exactly the walk: a canary
+// hit means the walk undercounts.
 TEST(RecursiveProducts, ForcedCutoversAndExactScratch) {
   testbridge::Random random = testbridge::testRandom();
   for (RecursionCutovers cut : {RecursionCutovers{2, 7}, {3, 9}, {5, 11}, {4, 20}, {8, 8}}) {
     SCOPED_TRACE(testing::Message() << "cut-overs " << cut.karatsuba << "/" << cut.toom3);
-    const Entry toom = [cut](const uint32_t* a, uint64_t n, const uint32_t* b, uint64_t,
-                             uint32_t* out, uint64_t, uint32_t* s) {
+    const Entry toom = entryOf([cut](auto a, uint64_t n, auto b, uint64_t, auto out, auto s) {
       b ? toom3MultiplyWith(a, b, n, out, s, cut) : toom3SquareWith(a, n, out, s, cut);
-      return uint64_t(0);
-    };
-    const Entry karatsuba = [cut](const uint32_t* a, uint64_t n, const uint32_t* b, uint64_t,
-                                  uint32_t* out, uint64_t, uint32_t* s) {
+    });
+    const Entry karatsuba = entryOf([cut](auto a, uint64_t n, auto b, uint64_t, auto out, auto s) {
       b ? karatsubaMultiplyWith(a, b, n, out, s, cut) : karatsubaSquareWith(a, n, out, s, cut);
-      return uint64_t(0);
-    };
+    });
     for (uint64_t n = 1; n <= 260; n += (n < 40 ? 1 : 1 + random.below(12))) {
       const auto a = anyOperand(random, n), b = anyOperand(random, n);
       const uint64_t words = recursionScratchWordsFor(n, cut.karatsuba, cut.toom3);
@@ -152,12 +129,10 @@ TEST(RecursiveProducts, ForcedCutoversAndExactScratch) {
     }
     if (cut.toom3 > 13) continue;
     for (bool useToom : {false, true}) {
-      const Entry unbalanced = [cut, useToom](const uint32_t* a, uint64_t la, const uint32_t* b,
-                                              uint64_t lb, uint32_t* out, uint64_t, uint32_t* s) {
+      const Entry unbalanced = entryOf([=](auto a, auto la, auto b, auto lb, auto out, auto s) {
         useToom ? unbalancedToom3With(a, la, b, lb, out, s, cut)
                 : unbalancedKaratsubaWith(a, la, b, lb, out, s, cut);
-        return uint64_t(0);
-      };
+      });
       for (int round = 0; round < 60; round++) {
         const uint64_t longer = random.logUniform(2, 400), shorter = random.logUniform(1, longer - 1);
         const auto a = anyOperand(random, longer), b = anyOperand(random, shorter);
@@ -168,18 +143,13 @@ TEST(RecursiveProducts, ForcedCutoversAndExactScratch) {
   }
 }
 
-// Schoolbook rows at every pair of lengths to 40; the block products at the
-// edges between their steps: S = 1 and S < elmK (rows), L = 2S (one balanced
-// product and an equal remainder), L = 2S +- 1, L a multiple of S, L just
-// above S, L far above S, the shorter on both sides of elmT; then random
-// shapes. Both routines, both operand orders.
+// Rows at every pair of lengths to 40; block products at their step edges
+// (S = 1, L = 2S +- 1, multiples, just above, far above, around elmT), then random.
 TEST(UnbalancedProducts, RowsAndBlockShapesAgreeWithGmp) {
   testbridge::Random random = testbridge::testRandom();
-  const Entry rows = [](const uint32_t* a, uint64_t la, const uint32_t* b, uint64_t lb,
-                        uint32_t* out, uint64_t, uint32_t*) {
+  const Entry rows = entryOf([](auto a, auto la, auto b, auto lb, auto out, auto) {
     basecaseMultiplyRows(a, la, b, lb, out);
-    return uint64_t(0);
-  };
+  });
   for (uint64_t la = 1; la <= 40; la++) {
     for (uint64_t lb = 1; lb <= 40; lb++) {
       const Kind kind = (la + lb) % 5 == 0 ? Kind::AllOnes : Kind::Uniform;
@@ -197,16 +167,7 @@ TEST(UnbalancedProducts, RowsAndBlockShapesAgreeWithGmp) {
     const uint64_t longer = random.logUniform(2, 6000);
     shapes.push_back({longer, random.logUniform(1, longer - 1)});
   }
-  const Entry karatsuba = [](const uint32_t* a, uint64_t la, const uint32_t* b, uint64_t lb,
-                             uint32_t* out, uint64_t, uint32_t* s) {
-    unbalancedKaratsuba(a, la, b, lb, out, s);
-    return uint64_t(0);
-  };
-  const Entry toom = [](const uint32_t* a, uint64_t la, const uint32_t* b, uint64_t lb,
-                        uint32_t* out, uint64_t, uint32_t* s) {
-    unbalancedToom3(a, la, b, lb, out, s);
-    return uint64_t(0);
-  };
+  const Entry karatsuba = entryOf(unbalancedKaratsuba), toom = entryOf(unbalancedToom3);
   for (const auto& [longer, shorter] : shapes) {
     const auto a = anyOperand(random, longer), b = anyOperand(random, shorter);
     const uint64_t words = unbalancedScratchWords(longer, shorter);
