@@ -84,7 +84,8 @@ TEST(ValidateDialogueDeathTest, AChangedFieldIsAnInvalidChecksum) {
   EXPECT_EXIT(
       {
         consoleToStandardError();
-        consoleInputFrom(typedRecord(versionLine, info, "3", "").c_str());
+        const std::string unfinished = typedRecord(versionLine, info, "3", "");
+        consoleInputFrom(unfinished.c_str());
         validateBenchmark();
       },
       ::testing::ExitedWithCode(1), "Unexpected end of input.");
