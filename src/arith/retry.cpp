@@ -52,7 +52,8 @@ void retryRecordFailure(uint32_t next) {
 
 void retryDoubleOperand(Heap* heap, BigInt* number, bool diskPath) {
   if (number->length == 0) return;
-  bigIntLoad(heap, number, 1);
+  // The number changes in place: its disk copy would be stale.
+  bigIntLoad(heap, number, 0);
   const uint64_t length = number->length;
   uint32_t* target = number->words;
   if (length >= number->capacity) target = heapAllocateWords(heap, length + 3);
@@ -85,7 +86,7 @@ namespace {
 // goes to zero becomes the zero record.
 void shiftDown(Heap* heap, BigInt* number, uint32_t bits) {
   if (number->length == 0) return;
-  bigIntLoad(heap, number, 1);
+  bigIntLoad(heap, number, 0);
   uint64_t length = number->length;
   linearShiftRight(number->words, number->words, length, bits);
   if (number->words[length - 1] == 0) length--;

@@ -21,9 +21,8 @@ void retryRecordFailure(uint32_t next);
 // ends the copy.
 void retryDoubledCopy(Heap* heap, BigInt* number, BigInt* copy);
 // On the disk path these change the
-// operand in place and back. The operand keeps its disk copy while it is
-// changed; with `diskPath` it is pushed out again afterwards, which writes
-// nothing when that copy exists.
+// operand in place and back. Its disk copy is dropped before each change;
+// with `diskPath` the changed number is pushed out again (written anew).
 void retryDoubleOperand(Heap* heap, BigInt* number, bool diskPath);
 void retryHalveOperand(Heap* heap, BigInt* number, bool diskPath);
 // The product of the doubled operands is 4 times too big: shift it back.
