@@ -7,10 +7,13 @@
 #include <vector>
 
 #include "arith/number_oracle.h"
+#include "arith/multiply.h"
 #include "arith/retry.h"
+#include "arith/tuning.h"
 #include "memory/heap.h"
 #include "memory/paging.h"
 #include "memory/raidfile.h"
+#include "platform/console.h"
 #include "support/run_program.h"
 
 TEST(RetryDiskPath, DoublingAndHalvingReachTheDiskCopy) {
@@ -45,6 +48,65 @@ TEST(RetryDiskPath, DoublingAndHalvingReachTheDiskCopy) {
   bigIntDestroy(&x);
   EXPECT_EQ(heap.activeBlocks, 0u);
   heapDestroy(&heap);
+  globalSwapPaths = savedGlobal;
+  EXPECT_TRUE(listFolder(folder).empty()) << "swap files left behind";
+  removeTree(folder);
+}
+
+// Paged operands take the disk path; two injected failures send the square
+// and the product to the third attempt, which must still give a*a and a*b
+// and leave the operands as they were.
+TEST(RetryDiskPath, ThirdAttemptOfPagedOperands) {
+  std::string folder = makeTempFolder();
+  char* pathText = folder.data();
+  PathList paths{1, &pathText};
+  PathList* savedGlobal = globalSwapPaths;
+  globalSwapPaths = &paths;
+  const uint64_t savedErrors = errorCount;
+  std::string output;
+  consoleCaptureTo(&output);
+  Heap heap;
+  heapInit(nullptr, &heap, 64 << 20);
+  OperandSource source = testOperands(11);
+  const std::vector<uint32_t> aWords = source.anyWords(hybridSquareThreshold + 5);
+  const std::vector<uint32_t> bWords = source.anyWords(hybridMultiplyThreshold + 9);
+  BigInt a, b;
+  makeBigInt(&heap, &a, aWords, 0);
+  makeBigInt(&heap, &b, bWords, 0);
+  for (bool square : {true, false}) {
+    SCOPED_TRACE(square ? "square" : "product");
+    bigIntPushToDisk(&heap, &a, &paths);
+    bigIntPushToDisk(&heap, &b, &paths);
+    errorCount = 0;
+    multiplyInjectFaults(3);
+    BigInt out;
+    if (square) bigIntSquare(&heap, &a, &out, 0, 0, 0);
+    else bigIntMultiply(&heap, &a, &b, &out, 0, 0, 0);
+    multiplyInjectFaults(0);
+    EXPECT_EQ(errorCount, 2u);
+    EXPECT_NE(output.find("Third Attempt Succeeded"), std::string::npos);
+    bigIntLoad(&heap, &out, 0);
+    bigIntLoad(&heap, &a, 1);
+    bigIntLoad(&heap, &b, 1);
+    EXPECT_EQ(bigIntWords(a), aWords);
+    EXPECT_EQ(bigIntWords(b), bWords);
+    mpz_t x, y, want, got;
+    mpz_inits(x, y, want, got, nullptr);
+    mpzFromBigInt(x, a);
+    mpzFromBigInt(y, square ? a : b);
+    mpz_mul(want, x, y);
+    mpzFromBigInt(got, out);
+    EXPECT_EQ(mpz_cmp(want, got), 0);
+    mpz_clears(x, y, want, got, nullptr);
+    bigIntDestroy(&out);
+    output.clear();
+  }
+  bigIntDestroy(&b);
+  bigIntDestroy(&a);
+  EXPECT_EQ(heap.activeBlocks, 0u);
+  heapDestroy(&heap);
+  consoleCaptureTo(nullptr);
+  errorCount = savedErrors;
   globalSwapPaths = savedGlobal;
   EXPECT_TRUE(listFolder(folder).empty()) << "swap files left behind";
   removeTree(folder);
