@@ -66,6 +66,12 @@ struct ZdgWriter {
 void zdgCreate(Heap* heap, ZdgWriter* writer, const char* nameLong, const char* nameShort,
                uint32_t radix, const char* firstDigits, uint64_t totalDigits,
                int64_t digitsPerFile, const char* path, const char* stem);
+// Digits per block: all of them unless digitsPerFile is positive and smaller.
+uint64_t zdgBlockSize(uint64_t totalDigits, int64_t digitsPerFile);
+// The path of the file that zdgCreate opens first (owned by the caller,
+// free()); totalDigits at least 1.
+char* zdgFirstFilePath(const char* path, const char* stem, const char* nameShort, uint32_t radix,
+                       uint64_t totalDigits, int64_t digitsPerFile);
 // Closes the open block's file and opens the next one with its header.
 void zdgNextBlock(ZdgWriter* writer);
 // Takes the next digit (0 .. radix - 1); digits beyond totalDigits are

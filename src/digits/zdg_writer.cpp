@@ -28,6 +28,17 @@ std::string pathPrefix(const char* path) {
   return prefix;
 }
 
+// "path/stem.zdg" for a single block, else the folder's first file
+// "path/stem/nameShort - Dec - 000.zdg" (as many zeros as the block count
+// has digits).
+std::string firstFileName(const char* path, const char* stem, const char* nameShort,
+                          uint32_t radix, uint64_t blockCount) {
+  std::string name = pathPrefix(path) + stem;
+  if (blockCount == 1) return name + ".zdg";
+  name += std::string("/") + nameShort + (radix == 16 ? " - Hex - " : " - Dec - ");
+  return name + std::string(zdgIdWidth(blockCount), '0') + ".zdg";
+}
+
 // Writes block `writer->blockId`'s number into the name, zero-padded.
 void writeBlockNumber(ZdgWriter* writer) {
   uint64_t value = writer->blockId;
@@ -74,9 +85,7 @@ void zdgCreate(Heap* heap, ZdgWriter* writer, const char* nameLong, const char* 
   writer->radix = radix;
   writer->digitsPerWord = zdgDigitsPerWord(radix);
   writer->totalDigits = totalDigits;
-  writer->blockSize = digitsPerFile <= 0 || uint64_t(digitsPerFile) >= totalDigits
-                          ? totalDigits
-                          : uint64_t(digitsPerFile);
+  writer->blockSize = zdgBlockSize(totalDigits, digitsPerFile);
   writer->blockCount = (totalDigits - 1) / writer->blockSize + 1;
   writer->blockId = 0;
   writer->word = 0;
@@ -97,18 +106,25 @@ void zdgCreate(Heap* heap, ZdgWriter* writer, const char* nameLong, const char* 
   header += "BlockID:\t";
   writer->header = copyText(header);
 
-  std::string name = pathPrefix(path) + stem;
-  if (writer->blockCount == 1) {
-    name += ".zdg";
-    writer->nameDigitsAt = 0;
-  } else {
-    if (!directoryCreate(name.c_str())) fatalMessage("Unable to open or create file.");
-    name += std::string("/") + nameShort + (radix == 16 ? " - Hex - " : " - Dec - ");
-    writer->nameDigitsAt = name.size();
-    name += std::string(writer->idWidth, '0') + ".zdg";
+  if (writer->blockCount > 1) {
+    std::string folder = pathPrefix(path) + stem;
+    if (!directoryCreate(folder.c_str())) fatalMessage("Unable to open or create file.");
   }
+  std::string name = firstFileName(path, stem, nameShort, radix, writer->blockCount);
+  writer->nameDigitsAt = writer->blockCount == 1 ? 0 : name.size() - writer->idWidth - 4;
   writer->name = copyText(name);
   openBlockFile(writer);
+}
+
+uint64_t zdgBlockSize(uint64_t totalDigits, int64_t digitsPerFile) {
+  return digitsPerFile <= 0 || uint64_t(digitsPerFile) >= totalDigits ? totalDigits
+                                                                       : uint64_t(digitsPerFile);
+}
+
+char* zdgFirstFilePath(const char* path, const char* stem, const char* nameShort, uint32_t radix,
+                       uint64_t totalDigits, int64_t digitsPerFile) {
+  const uint64_t blockCount = (totalDigits - 1) / zdgBlockSize(totalDigits, digitsPerFile) + 1;
+  return copyText(firstFileName(path, stem, nameShort, radix, blockCount));
 }
 
 void zdgNextBlock(ZdgWriter* writer) {

@@ -4,11 +4,18 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "constants/compute_settings.h"
+#include "digits/digit_writer.h"
+#include "support/death_console.h"
+#include "support/digit_files.h"
 #include "support/mpfr_digits.h"
+#include "support/run_program.h"
 
 namespace {
 
@@ -69,6 +76,50 @@ TEST(Bbp, PublishedDigitsAndOverlappingWindowsAtAHundredMillion) {
   ASSERT_TRUE(exact1 && exact2);
   EXPECT_EQ(first, 0xecb840e2u);
   EXPECT_EQ(second, 0xcb840e21u);
+}
+
+// The end check reads a compressed output: one file, and a series whose last
+// block is short, at a size that is not a multiple of a packed word. A digit
+// changed near the end ends the run with the hardware message.
+TEST(BbpDeathTest, ChecksTheEndOfCompressedOutput) {
+  const uint64_t n = 1234567;
+  const std::string& pi = mpfrdigits::piText(16, n);
+  std::string values;
+  for (size_t i = 2; i < pi.size(); ++i) values += char(std::stoi(pi.substr(i, 1), nullptr, 16));
+  for (int64_t digitsPerFile : {int64_t(-1), int64_t(300000)}) {
+    std::string folder = makeTempFolder();
+    ComputeSettings settings;
+    fillDefaultComputeSettings(nullptr, &settings);
+    settings.hexDigits = n;
+    settings.digitsPerFile = digitsPerFile;
+    settings.threadPower = 1;
+    ASSERT_EQ(chdir(folder.c_str()), 0);
+    char* stem = digitFileName(&settings, 16, 0);
+    ZdgWriter writer;
+    zdgCreate(nullptr, &writer, "Pi", settings.nameShort, 16, "3.243f", n, digitsPerFile, nullptr,
+              stem);
+    for (char v : values) zdgPutDigit(&writer, uint8_t(v));
+    zdgClose(&writer);
+    free(stem);
+    EXPECT_EXIT(
+        {
+          consoleToStandardError();
+          checkPiHexFile(&settings);
+          exit(0);
+        }, ::testing::ExitedWithCode(0),
+                "Hexadecimal digits 1,234,560 to 1,234,567 checked by BBP digit extraction: OK");
+    EXPECT_EXIT(
+        {
+          consoleToStandardError();
+          bbpCorruptHexDigitForTesting(digitsPerFile < 0 ? 0 : 5);
+          checkPiHexFile(&settings);
+        },
+        ::testing::ExitedWithCode(1),
+        "The hexadecimal digits disagree with BBP digit extraction. Please check your hardware.");
+    ASSERT_EQ(chdir("/"), 0);
+    removeTree(folder);
+    releaseComputeSettings(&settings);
+  }
 }
 
 }  // namespace
