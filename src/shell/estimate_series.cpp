@@ -69,10 +69,8 @@ uint64_t seriesPeak(const SeriesShape& shape, uint64_t wordCount, uint32_t threa
 }
 
 // ---- Series peaks by constant ----------------------------------------------
-// PROVISIONAL: only the series whose estimator exists answers here. For the
-// others the memory (and the swap disk) is 0, and the estimators below fall
-// back on the base conversion alone. Each constant adds its series here when
-// it is built.
+// The series peak (memory) and swap need (disk) of each series constant;
+// 0 for the roots, whose estimators do not come here.
 static void seriesNeeds(uint32_t constantId, uint32_t algorithm, uint64_t wordCount,
                         uint32_t threadPower, uint64_t* memory, uint64_t* disk) {
   *memory = 0;
