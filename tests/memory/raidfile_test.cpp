@@ -203,6 +203,7 @@ TEST(RaidFile, TransfersFlushAndDropTheCacheWindowByWindow) {
 TEST(RaidFile, CreationAndDeletionRetryAndFailedTransfersAreFatal) {
   SwapFolders folders({"d"});
   raidFileSetRetryDelayForTesting(0);
+  consoleInputFrom("\n");  // someone is there to clear the cause
   Capture capture;
   swapIoFailNextForTesting(SwapIoOpen, 2, EACCES);
   swapIoFailNextForTesting(SwapIoReserve, 2, ENOSPC);
@@ -231,6 +232,14 @@ TEST(RaidFile, CreationAndDeletionRetryAndFailedTransfersAreFatal) {
       {"Error Code: ", 1}};
   for (auto [text, count] : deletion) EXPECT_EQ(countOccurrences(capture.text, text), count) << text;
   EXPECT_TRUE(listFolder(folders.texts[0]).empty());
+  // With input at its end a refused size ends the run after its message.
+  consoleInputFrom("");
+  EXPECT_EXIT({ consoleToStandardError(); swapIoFailNextForTesting(SwapIoReserve, 1, ENOSPC);
+                RaidFile lost; raidFileCreate(nullptr, &lost, &folders.list, 0, 100); },
+              ::testing::ExitedWithCode(1),
+              "Unable to allocate swap file.\n\n\n\nError Code: 28(.|\n)*Re-attempting...(.|\n)*"
+              "Unexpected end of input.");
+  consoleInputFrom(nullptr);
   raidFileSetRetryDelayForTesting(1000);
 }
 
