@@ -1,12 +1,11 @@
 // Products of numbers in swap files, compact form. With a = a1 B + a0 and
 // b = b1 B + b0 (B = 2^(32h), h = ceil(na / 2)):
 //   a b = z2 B^2 + (z1 - z0 - z2) B + z0,
-// z0 = a0 b0, z2 = a1 b1, z1 = (a0 + a1)(b0 + b1). Each of the three is one
-// hybrid product of at most 2h + 2 words on transforms of half the length
-// of the whole product's, recomposed inside its first transform. The halves
-// lie in one block [a0 | b0 | a1 | b1] of h words each, which z0 and z2
-// overwrite as their operands are used up; the sums and then z1 share a
-// block of 2h + 2 words.
+// z0 = a0 b0, z2 = a1 b1, z1 = (a0 + a1)(b0 + b1), each one hybrid product
+// on transforms sized for z1 (about half the whole product), recomposed
+// inside its first transform. The operands' halves lie in one block of
+// na + nb words, [a0 | b0 | a1 | b1], which z0 and z2 overwrite as their
+// operands are used up; the sums and then z1 share a second block.
 #include <cstring>
 #include <utility>
 
@@ -14,17 +13,6 @@
 #include "arith/disk/disk_internal.h"
 
 namespace {
-
-// out[0 .. words) = x[0 .. words) + y[0 .. words), the carry into out[words].
-void addHalves(uint32_t* out, const uint32_t* x, const uint32_t* y, uint64_t words) {
-  uint64_t carry = 0;
-  for (uint64_t j = 0; j < words; j++) {
-    carry += uint64_t(x[j]) + y[j];
-    out[j] = uint32_t(carry);
-    carry >>= 32;
-  }
-  out[words] = uint32_t(carry);
-}
 
 // x[0 .. n) -= y[0 .. m), m <= n. Returns the final borrow.
 uint32_t subtractFrom(uint32_t* x, uint64_t n, const uint32_t* y, uint64_t m) {
@@ -56,13 +44,13 @@ struct CompactWork {
   uint32_t* elementScratch;
 };
 
-// out[0 .. 2 len) = x[0 .. len) * y[0 .. len); out may overlap x and y.
+// out[0 .. lx + ly) = x[0 .. lx) * y[0 .. ly); out may overlap x and y.
 // Returns 0 or 1 (failed check).
-uint32_t halfProduct(const CompactWork& w, const uint32_t* x, const uint32_t* y, uint64_t len,
-                     uint32_t* out) {
-  diskTransform(*w.shape, x, len, y, len, w.first, w.second, w.butterflies, w.elementScratch);
-  if (diskInverseInPlace(*w.shape, w.first, 2 * len, w.butterflies) != 0) return 1;
-  memcpy(out, w.first, 8 * len);
+uint32_t halfProduct(const CompactWork& w, const uint32_t* x, uint64_t lx, const uint32_t* y,
+                     uint64_t ly, uint32_t* out) {
+  diskTransform(*w.shape, x, lx, y, ly, w.first, w.second, w.butterflies, w.elementScratch);
+  if (diskInverseInPlace(*w.shape, w.first, lx + ly, w.butterflies) != 0) return 1;
+  memcpy(out, w.first, 4 * (lx + ly));
   return 0;
 }
 
@@ -81,17 +69,20 @@ uint64_t diskMultiplyCompact(Heap* heap, RaidFile* a, uint64_t offsetA, uint64_t
     std::swap(offsetA, offsetB);
     std::swap(na, nb);
   }
-  const uint64_t P = na + nb, h = (na + 1) / 2;
+  // Halves: a0 of h words, a1 of la1; b0 of lb0 = min(nb, h), b1 of lb1
+  // (none when b is not longer than h). The sums have h + 1 and lb0 + 1.
+  const uint64_t P = na + nb, h = (na + 1) / 2, la1 = na - h;
+  const uint64_t lb0 = nb < h ? nb : h, lb1 = nb - lb0, middle = h + lb0 + 2;
   DiskShape s;
-  diskShapeForProduct(&s, 2 * h + 2, tables, threadPower);
+  diskShapeForProduct(&s, middle, tables, threadPower);
   FftBlocks blocks = {{nullptr, nullptr, nullptr, nullptr}, 0};
   uint64_t missing = 0;
   auto* transforms = static_cast<uint32_t*>(
       fftTake(heap, &blocks, 4 * (2 * s.transformWords + s.butterflyWords), &missing));
   if (transforms == nullptr) return missing;
-  auto* halves = static_cast<uint32_t*>(fftTake(heap, &blocks, 4 * 4 * h, &missing));
+  auto* halves = static_cast<uint32_t*>(fftTake(heap, &blocks, 4 * P, &missing));
   if (halves == nullptr) return missing;
-  auto* sums = static_cast<uint32_t*>(fftTake(heap, &blocks, 4 * (2 * h + 2), &missing));
+  auto* sums = static_cast<uint32_t*>(fftTake(heap, &blocks, 4 * middle, &missing));
   if (sums == nullptr) return missing;
   auto* elementScratch =
       static_cast<uint32_t*>(fftTake(heap, &blocks, 4 * (s.elementWords << s.t), &missing));
@@ -99,31 +90,35 @@ uint64_t diskMultiplyCompact(Heap* heap, RaidFile* a, uint64_t offsetA, uint64_t
   const CompactWork w = {&s, transforms, transforms + s.transformWords,
                          transforms + 2 * s.transformWords, elementScratch};
 
+  // [a0 | b0 | a1 | b1]: z0 = a0 b0 takes the place of its operands, and so
+  // does z2 = a1 b1, which lands at word h + lb0 = 2h when b1 exists.
   uint32_t* a0 = halves;
   uint32_t* b0 = halves + h;
-  uint32_t* a1 = halves + 2 * h;
-  uint32_t* b1 = halves + 3 * h;
-  memset(halves, 0, 16 * h);
+  uint32_t* a1 = b0 + lb0;
+  uint32_t* b1 = a1 + la1;
   readOperand(a, offsetA, a0, h);
-  readOperand(a, offsetA + h, a1, na - h);
-  readOperand(b, offsetB, b0, nb < h ? nb : h);
-  if (nb > h) readOperand(b, offsetB + h, b1, nb - h);
-  addHalves(sums, a0, a1, h);
-  addHalves(sums + h + 1, b0, b1, h);
+  readOperand(b, offsetB, b0, lb0);
+  readOperand(a, offsetA + h, a1, la1);
+  readOperand(b, offsetB + lb0, b1, lb1);
+  uint32_t* sa = sums;
+  uint32_t* sb = sums + h + 1;
+  memcpy(sa, a0, 4 * h);
+  sa[h] = addInto(sa, h, a1, la1);
+  memcpy(sb, b0, 4 * lb0);
+  sb[lb0] = addInto(sb, lb0, b1, lb1);
 
-  uint32_t failed = halfProduct(w, sums, sums + h + 1, h + 1, sums);  // z1
-  if (failed == 0) failed = halfProduct(w, a0, b0, h, halves);      // z0
-  if (failed == 0) {
-    if (nb > h) failed = halfProduct(w, a1, b1, h, halves + 2 * h);  // z2
-    else memset(halves + 2 * h, 0, 8 * h);
-  }
+  uint32_t failed = halfProduct(w, sa, h + 1, sb, lb0 + 1, sums);  // z1
+  if (failed == 0) failed = halfProduct(w, a0, h, b0, lb0, halves);   // z0
+  if (failed == 0 && lb1 > 0) failed = halfProduct(w, a1, la1, b1, lb1, a1);  // z2
   if (failed == 0) {
     // z1 - z0 - z2 = a0 b1 + a1 b0 is not negative, and the whole product
-    // fits in P words: a borrow, a carry or a word above P is an error.
-    failed |= subtractFrom(sums, 2 * h + 2, halves, 2 * h);
-    failed |= subtractFrom(sums, 2 * h + 2, halves + 2 * h, 2 * h);
-    failed |= addInto(halves + h, 3 * h, sums, 2 * h + 2);
-    for (uint64_t j = P; j < 4 * h; j++) failed |= halves[j] != 0 ? 1 : 0;
+    // fits in P words: a borrow, a carry or a word past the end is an error.
+    failed |= subtractFrom(sums, middle, halves, h + lb0);
+    if (lb1 > 0) failed |= subtractFrom(sums, middle, a1, la1 + lb1);
+    else memset(a1, 0, 4 * (la1 + lb1));
+    const uint64_t room = P - h, used = middle < room ? middle : room;
+    failed |= addInto(halves + h, room, sums, used);
+    for (uint64_t j = used; j < middle; j++) failed |= sums[j] != 0 ? 1 : 0;
   }
   uint64_t code = diskDetectedError;
   if (failed == 0) {

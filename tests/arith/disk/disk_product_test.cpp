@@ -186,6 +186,7 @@ const DiskCase cases[] = {
     {30000, 0, 100, 3, FrontEndCompact, 1, 0},
     {30000, 25000, 0, 1, FrontEndNormal, 0, 0},
     {30000, 25000, 9, 3, FrontEndCompact, 1, 0},
+    {4 * T, T + 5, 0, 1, FrontEndCompact, 0, 0},
     // A failed check: returned by each form, and retried by the front end.
     {20000, 0, 0, 1, Normal, 0, 1},
     {20000, 0, 0, 1, Compact, 0, 1},
