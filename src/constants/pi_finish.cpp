@@ -143,8 +143,9 @@ void piFinishSwapped(Heap* heap, BigFloat* q, BigFloat* r, BigFloat* out, uint64
   bigFloatInvertSwapped(heap, &u, words, threadPower, show);
 
   if (show) printMultiplying(words);
-  // Paged operands: a large product runs on the disk path and leaves its
-  // result on disk; a small one loads them.
+  // Both operands paged out: a large product runs on the disk path and
+  // leaves its result on disk; a small one loads them.
+  bigFloatPushToDisk(&u);
   bigFloatMultiplyInPlace(heap, &u, &t, words, threadPower);
   bigFloatDestroy(&t);
   trimNumber(&u);
