@@ -6,6 +6,7 @@
 #include "arith/retry.h"
 #include "memory/heap.h"
 #include "memory/paging.h"
+#include "memory/raidfile.h"
 #include "platform/console.h"
 
 namespace {
@@ -106,23 +107,59 @@ void multiplyInMemory(Heap* heap, BigInt* a, BigInt* b, BigInt* out, uint64_t ch
   multiplyFailed(heap, a, b, out, chop, attempt, threadPower, false);
 }
 
-// ---- INTERIM disk path ------------------------------------------------------
-// The disk workers (diskSquare, diskSquareCompact, diskMultiply,
-// diskMultiplyCompact) are not in the build yet. Operands that call for the
-// disk path (paged out and large) are loaded here and the product is done in
-// RAM. When the disk workers arrive, these two functions become the disk
-// path: out's RaidFile of the window's words, the compact/normal choice by
-// heapFreeSpace, out.length = window, and the failure steps with diskPath
-// true.
+// ---- Disk path ----------------------------------------------------------------
+// The operands stay in their swap files; the result is made in a new
+// RaidFile of the window's words and left on disk (out.words null). A failed
+// check deletes that file before the retry makes a new one.
+
+// A RaidFile record and its files for `words` words, from `heap`.
+RaidFile* newResultFile(Heap* heap, uint64_t words) {
+  auto* file = static_cast<RaidFile*>(heapAllocate(heap, sizeof(RaidFile), 8));
+  raidFileCreate(heap, file, globalSwapPaths, 0, words);
+  return file;
+}
+
+// Takes over a finished result file.
+void acceptDiskProduct(BigInt* out, RaidFile* file, uint64_t length) {
+  out->swap = file;
+  out->length = length;
+  if (length == 0) bigIntDropSwap(out);
+}
 
 void squareOnDisk(Heap* heap, BigInt* a, BigInt* out, uint64_t chop, uint32_t attempt,
                   uint32_t threadPower) {
-  squareInMemory(heap, a, out, chop, attempt, threadPower);
+  const uint64_t n = a->length, window = 2 * n - chop;
+  RaidFile* file = newResultFile(heap, window);
+  uint64_t length = 0;
+  const uint64_t code =
+      runDiskSquareWorker(heap, a->swap, n, file, &length, chop, threadPower, attempt);
+  if (code == 0) {
+    reportRetryResult(attempt);
+    acceptDiskProduct(out, file, length);
+    return;
+  }
+  if (code != multiplyDetectedError) fatalMemory();
+  raidFileDelete(file);
+  heapRelease(file);
+  squareFailed(heap, a, out, chop, attempt, threadPower, true);
 }
 
 void multiplyOnDisk(Heap* heap, BigInt* a, BigInt* b, BigInt* out, uint64_t chop,
                     uint32_t attempt, uint32_t threadPower) {
-  multiplyInMemory(heap, a, b, out, chop, attempt, threadPower);
+  const uint64_t window = a->length + b->length - chop;
+  RaidFile* file = newResultFile(heap, window);
+  uint64_t length = 0;
+  const uint64_t code = runDiskMultiplyWorker(heap, a->swap, a->length, b->swap, b->length, file,
+                                              &length, chop, threadPower, attempt);
+  if (code == 0) {
+    reportRetryResult(attempt);
+    acceptDiskProduct(out, file, length);
+    return;
+  }
+  if (code != multiplyDetectedError) fatalMemory();
+  raidFileDelete(file);
+  heapRelease(file);
+  multiplyFailed(heap, a, b, out, chop, attempt, threadPower, true);
 }
 
 }  // namespace

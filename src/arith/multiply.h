@@ -13,6 +13,7 @@
 #include "memory/bigint.h"
 
 struct Heap;
+struct RaidFile;
 
 // A worker's "detected error" return code.
 constexpr uint64_t multiplyDetectedError = ~uint64_t(0);
@@ -75,6 +76,20 @@ uint64_t runSquareWorker(Heap* heap, const uint32_t* a, uint64_t n, uint32_t* pr
 uint64_t runMultiplyWorker(Heap* heap, const uint32_t* a, uint64_t lengthA, const uint32_t* b,
                            uint64_t lengthB, uint32_t* product, uint64_t chop,
                            uint32_t threadPower, uint32_t attempt);
+
+// The disk path's workers: the square of the paged-out `a` (n words) or the
+// product of the paged-out `a` and `b` into `result`, a RaidFile of the
+// window's words. The compact form runs when the heap's free space is at
+// most the normal form's figure. *resultLength: the window's length
+// without zero top words. Returns the worker's code.
+uint64_t runDiskSquareWorker(Heap* heap, RaidFile* a, uint64_t n, RaidFile* result,
+                             uint64_t* resultLength, uint64_t chop, uint32_t threadPower,
+                             uint32_t attempt);
+uint64_t runDiskMultiplyWorker(Heap* heap, RaidFile* a, uint64_t lengthA, RaidFile* b,
+                               uint64_t lengthB, RaidFile* result, uint64_t* resultLength,
+                               uint64_t chop, uint32_t threadPower, uint32_t attempt);
+// Which form the last disk worker took: 1 compact, 0 normal.
+uint32_t diskLastFormCompact();
 
 // ---- Test hooks (no menu reaches them) ---------------------------------------
 

@@ -4,17 +4,20 @@
 #include <atomic>
 
 #include "arith/multiply.h"
+#include "arith/disk/disk.h"
 #include "arith/fft/fft.h"
 #include "arith/fft/fft_tables.h"
 #include "arith/hybrid/hybrid.h"
 #include "arith/recursive/recursive.h"
 #include "arith/tuning.h"
+#include "memory/heap.h"
 
 namespace {
 
 uint32_t injectedAttempts = 0;
 uint64_t injectedCode = multiplyDetectedError;
 std::atomic<uint64_t> workerCalls{0};  // products run on many threads
+std::atomic<uint32_t> lastFormCompact{0};
 
 // Test hook: true when this attempt is to fail with the injected code.
 bool injectedFailure(uint32_t attempt) {
@@ -109,3 +112,33 @@ uint64_t runMultiplyWorker(Heap* heap, const uint32_t* a, uint64_t lengthA, cons
   if (equal) return smallMultiplyEqual(heap, a, b, lengthA, product, chop);
   return smallMultiply(heap, a, lengthA, b, lengthB, product, chop);
 }
+
+uint64_t runDiskSquareWorker(Heap* heap, RaidFile* a, uint64_t n, RaidFile* result,
+                             uint64_t* resultLength, uint64_t chop, uint32_t threadPower,
+                             uint32_t attempt) {
+  if (injectedFailure(attempt)) return injectedCode;
+  const bool compact = heapFreeSpace(heap) <= diskSquareBytes(n, chop, threadPower);
+  lastFormCompact.store(compact ? 1 : 0, std::memory_order_relaxed);
+  if (compact) {
+    return diskSquareCompact(heap, a, 0, n, result, 0, resultLength, chop, fftTables,
+                             threadPower);
+  }
+  return diskSquare(heap, a, 0, n, result, 0, resultLength, chop, fftTables, threadPower);
+}
+
+uint64_t runDiskMultiplyWorker(Heap* heap, RaidFile* a, uint64_t lengthA, RaidFile* b,
+                               uint64_t lengthB, RaidFile* result, uint64_t* resultLength,
+                               uint64_t chop, uint32_t threadPower, uint32_t attempt) {
+  if (injectedFailure(attempt)) return injectedCode;
+  const bool compact =
+      heapFreeSpace(heap) <= diskMultiplyBytes(lengthA, lengthB, chop, threadPower);
+  lastFormCompact.store(compact ? 1 : 0, std::memory_order_relaxed);
+  if (compact) {
+    return diskMultiplyCompact(heap, a, 0, lengthA, b, 0, lengthB, result, 0, resultLength, chop,
+                               fftTables, threadPower);
+  }
+  return diskMultiply(heap, a, 0, lengthA, b, 0, lengthB, result, 0, resultLength, chop,
+                      fftTables, threadPower);
+}
+
+uint32_t diskLastFormCompact() { return lastFormCompact.load(std::memory_order_relaxed); }

@@ -1,7 +1,8 @@
 // e's three series descriptions and its compute steps: the summation over
 // (1, N], then the finish by one reciprocal and one full product (two of
 // each for compute and verify). In Basic Swap the numbers that wait are
-// pushed to disk and the reciprocals are the swap forms.
+// pushed to disk, the reciprocals are the swap forms, and the closing
+// products take both factors paged out (the disk path for large ones).
 #include "constants/e.h"
 
 #include "arith/newton/newton.h"
@@ -69,10 +70,6 @@ void invert(Heap* heap, BigFloat* x, uint64_t p, uint32_t threadPower, uint32_t 
 
 void pushIfSwap(BigFloat* x, uint32_t mode) {
   if (swapMode(mode)) bigFloatPushToDisk(x);
-}
-
-void loadIfSwap(Heap* heap, BigFloat* x, uint32_t mode) {
-  if (swapMode(mode) && bigIntIsPagedOut(x->mantissa)) bigIntLoad(heap, &x->mantissa, 0);
 }
 
 // "Multiplying..." with the digit count of `words` words.
@@ -144,7 +141,7 @@ void computeEExpOne(Heap* heap, BigFloat* out, uint64_t wordCount, uint32_t thre
   invert(heap, &q, words, threadPower, mode, show);
   if (!swapMode(mode)) trim2(&p, &q);
   if (show) printMultiplying(words);
-  loadIfSwap(heap, &p, mode);
+  pushIfSwap(&q, mode);  // both paged: a large product takes the disk path
   bigFloatMultiplyInPlace(heap, &p, &q, words, threadPower);
   destroy(&q);
   trim1(&p);
@@ -168,7 +165,7 @@ void computeEExpMinusOne(Heap* heap, BigFloat* out, uint64_t wordCount, uint32_t
   invert(heap, &p, words, threadPower, mode, show);
   if (!swapMode(mode)) trim2(&p, &q);
   if (show) printMultiplying(words);
-  loadIfSwap(heap, &q, mode);
+  pushIfSwap(&p, mode);
   bigFloatMultiplyInPlace(heap, &q, &p, words, threadPower);
   destroy(&p);
   trim1(&q);
@@ -195,7 +192,7 @@ void computeEVerify(Heap* heap, BigFloat* first, BigFloat* second, uint64_t word
   invert(heap, &minus, words, threadPower, mode, show);
   if (!swapMode(mode)) trim2(&minus, &q);
   if (show) printMultiplying(words);
-  loadIfSwap(heap, &q, mode);
+  pushIfSwap(&minus, mode);
   bigFloatMultiplyInto(heap, &q, &minus, first, words, threadPower);
   destroy(&minus);
   trim2(first, &q);
@@ -208,7 +205,7 @@ void computeEVerify(Heap* heap, BigFloat* first, BigFloat* second, uint64_t word
   invert(heap, &q, words, threadPower, mode, show);
   if (!swapMode(mode)) trim2(&plus, &q);
   if (show) printMultiplying(words);
-  loadIfSwap(heap, &plus, mode);
+  pushIfSwap(&q, mode);
   bigFloatMultiplyInPlace(heap, &plus, &q, words, threadPower);
   destroy(&q);
   trim1(&plus);

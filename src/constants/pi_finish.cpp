@@ -143,8 +143,9 @@ void piFinishSwapped(Heap* heap, BigFloat* q, BigFloat* r, BigFloat* out, uint64
   bigFloatInvertSwapped(heap, &u, words, threadPower, show);
 
   if (show) printMultiplying(words);
-  bigIntLoad(heap, &u.mantissa, 0);
-  bigIntLoad(heap, &t.mantissa, 0);
+  // Both operands paged out: a large product runs on the disk path and
+  // leaves its result on disk; a small one loads them.
+  bigFloatPushToDisk(&u);
   bigFloatMultiplyInPlace(heap, &u, &t, words, threadPower);
   bigFloatDestroy(&t);
   trimNumber(&u);
@@ -167,8 +168,7 @@ void piFinishSwapped(Heap* heap, BigFloat* q, BigFloat* r, BigFloat* out, uint64
     printWide("Final Multiply...\n");
     phase = timerStart();
   }
-  bigIntLoad(heap, &v.mantissa, 0);
-  bigIntLoad(heap, &u.mantissa, 0);
+  bigFloatPushToDisk(&v);
   bigFloatMultiplyInPlace(heap, &u, &v, words, threadPower);
   bigFloatDestroy(&v);
   trimNumber(&u);

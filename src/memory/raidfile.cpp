@@ -43,6 +43,8 @@ void reportRetry(const char* text, int error, bool withSystemError) {
   if (withSystemError) reportSystemError(error, SystemErrorOther);
   printWide("\nRe-attempting...\n");
   colorDefault();
+  // Nobody is left to clear the cause once input has ended.
+  if (consoleInputAtEnd()) fatalMessage("Unexpected end of input.");
 }
 
 // A lost transfer loses a number: the end of the program.

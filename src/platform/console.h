@@ -63,6 +63,10 @@ void consoleInputFrom(const char* text);
 // Whether a read (or a pause) has met the end of input: no one is left to
 // answer, so a step that would ask again or wait for a key ends the run.
 bool consoleInputEnded();
+// The same, also looking (without waiting) whether standard input is at its
+// end now; what it reads stays buffered for later reads. For loops that
+// retry on their own and would otherwise repeat for ever.
+bool consoleInputAtEnd();
 
 // ---- Pause and exit --------------------------------------------------------
 // "Press any key to continue . . . " and one key (one byte when not a

@@ -1,6 +1,7 @@
 // Console input: unsigned integers, menu options, path lines and the pause.
 // Standard input is read through one buffer of our own so that the pause and
 // the readers agree on what has been consumed.
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -107,6 +108,20 @@ void consoleInputFrom(const char* text) {
 }
 
 bool consoleInputEnded() { return inputEnded; }
+
+bool consoleInputAtEnd() {
+  if (inputEnded) return true;
+  if (testInput != nullptr) return *testInput == '\0';
+  if (inputStart != inputEnd) return false;
+  // Nothing buffered: look without waiting. Bytes that are there are kept in
+  // the buffer for the next read; a terminal with nothing typed is not at
+  // its end.
+  pollfd probe = {STDIN_FILENO, POLLIN, 0};
+  if (poll(&probe, 1, 0) <= 0) return false;
+  if (inputGet() < 0) return true;
+  inputUnget();
+  return false;
+}
 
 bool readUnsigned(uint32_t* value) {
   uint64_t wide;

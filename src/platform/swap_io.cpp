@@ -45,13 +45,19 @@ int swapFileReserve(int fd, uint64_t bytes) {
   return posix_fallocate(fd, 0, static_cast<off_t>(bytes));
 }
 
-int swapFileRead(int fd, uint64_t offset, void* buffer, uint64_t bytes) {
-  int error = 0;
-  if (injectedFailure(SwapIoRead, &error)) return error;
-  uint8_t* at = static_cast<uint8_t*>(buffer);
+namespace {
+
+std::atomic<uint64_t> windowBytes{swapIoDefaultWindowBytes};
+std::atomic<uint64_t> windowCount{0};
+
+// Moves bytes [offset, offset + bytes) between the file and `buffer` with
+// pread or pwrite until every byte has moved.
+template <bool write>
+int moveAll(int fd, uint64_t offset, uint8_t* at, uint64_t bytes) {
   uint64_t done = 0;
   while (done < bytes) {
-    ssize_t moved = pread(fd, at + done, bytes - done, static_cast<off_t>(offset + done));
+    ssize_t moved = write ? pwrite(fd, at + done, bytes - done, static_cast<off_t>(offset + done))
+                          : pread(fd, at + done, bytes - done, static_cast<off_t>(offset + done));
     if (moved < 0) {
       if (errno == EINTR) continue;
       return errno;
@@ -59,28 +65,43 @@ int swapFileRead(int fd, uint64_t offset, void* buffer, uint64_t bytes) {
     if (moved == 0) return EIO;
     done += static_cast<uint64_t>(moved);
   }
-  posix_fadvise(fd, static_cast<off_t>(offset), static_cast<off_t>(bytes), POSIX_FADV_DONTNEED);
   return 0;
+}
+
+// The transfer in windows: each window is moved, written out to the device
+// (writes) and dropped from the page cache before the next one starts, so
+// a transfer never holds more than one window of cache.
+template <bool write>
+int moveInWindows(int fd, uint64_t offset, uint8_t* at, uint64_t bytes) {
+  const uint64_t window = windowBytes.load(std::memory_order_relaxed);
+  uint64_t done = 0;
+  while (done < bytes) {
+    const uint64_t part = bytes - done < window ? bytes - done : window;
+    const off_t start = static_cast<off_t>(offset + done);
+    int error = moveAll<write>(fd, offset + done, at + done, part);
+    if (error != 0) return error;
+    // Dirty pages cannot be dropped; write them out first.
+    if (write && fdatasync(fd) != 0) return errno;
+    posix_fadvise(fd, start, static_cast<off_t>(part), POSIX_FADV_DONTNEED);
+    windowCount.fetch_add(1, std::memory_order_relaxed);
+    done += part;
+  }
+  return 0;
+}
+
+}  // namespace
+
+int swapFileRead(int fd, uint64_t offset, void* buffer, uint64_t bytes) {
+  int error = 0;
+  if (injectedFailure(SwapIoRead, &error)) return error;
+  return moveInWindows<false>(fd, offset, static_cast<uint8_t*>(buffer), bytes);
 }
 
 int swapFileWrite(int fd, uint64_t offset, const void* buffer, uint64_t bytes) {
   int error = 0;
   if (injectedFailure(SwapIoWrite, &error)) return error;
-  const uint8_t* at = static_cast<const uint8_t*>(buffer);
-  uint64_t done = 0;
-  while (done < bytes) {
-    ssize_t moved = pwrite(fd, at + done, bytes - done, static_cast<off_t>(offset + done));
-    if (moved < 0) {
-      if (errno == EINTR) continue;
-      return errno;
-    }
-    if (moved == 0) return EIO;
-    done += static_cast<uint64_t>(moved);
-  }
-  // Dirty pages cannot be dropped; write them out first.
-  if (fdatasync(fd) != 0) return errno;
-  posix_fadvise(fd, static_cast<off_t>(offset), static_cast<off_t>(bytes), POSIX_FADV_DONTNEED);
-  return 0;
+  // The write path only reads the buffer.
+  return moveInWindows<true>(fd, offset, static_cast<uint8_t*>(const_cast<void*>(buffer)), bytes);
 }
 
 int swapFileClose(int fd) {
@@ -100,3 +121,9 @@ void swapIoFailNextForTesting(SwapIoStep step, uint32_t count, int error) {
   injected[step].error.store(error);
   injected[step].count.store(count);
 }
+
+void swapIoSetWindowBytesForTesting(uint64_t bytes) {
+  windowBytes.store(bytes == 0 ? swapIoDefaultWindowBytes : bytes);
+}
+
+uint64_t swapIoWindowCount() { return windowCount.load(); }

@@ -1,12 +1,16 @@
 // The system calls under the swap files of RaidFile: open, reserve real disk
 // space, positional reads and writes that loop until every byte has moved,
-// and writes that leave nothing behind in the page cache (fdatasync, then
-// POSIX_FADV_DONTNEED), so that swap traffic does not double the memory the
-// computation uses. Every call returns 0 or an errno value; the caller
+// and transfers that leave nothing behind in the page cache: they move at
+// most swapIoDefaultWindowBytes at a time and flush (fdatasync) and drop
+// (POSIX_FADV_DONTNEED) each window before the next, so that swap traffic
+// holds at most one window of cache per file however large the transfer. Every call returns 0 or an errno value; the caller
 // decides between retrying and ending.
 #pragma once
 
 #include <cstdint>
+
+// The largest stretch of one transfer between two flushes: 64 MiB.
+constexpr uint64_t swapIoDefaultWindowBytes = uint64_t(64) << 20;
 
 // Opens `path` for reading and writing, creating it if needed (contents
 // kept). Returns the descriptor, or -1 with the error in *error.
@@ -14,10 +18,10 @@ int swapFileOpen(const char* path, int* error);
 // Makes the file exactly `bytes` long with its blocks allocated on disk.
 int swapFileReserve(int fd, uint64_t bytes);
 // Reads `bytes` bytes at byte `offset`; a read that cannot progress is EIO.
-// The pages read are dropped from the cache afterwards.
+// The pages read are dropped from the cache window by window.
 int swapFileRead(int fd, uint64_t offset, void* buffer, uint64_t bytes);
-// Writes `bytes` bytes at byte `offset`, flushes them to the device and
-// drops them from the cache. A write that cannot progress is EIO.
+// Writes `bytes` bytes at byte `offset`; each window is flushed to the
+// device and dropped from the cache before the next is written. A write that cannot progress is EIO.
 int swapFileWrite(int fd, uint64_t offset, const void* buffer, uint64_t bytes);
 // Closes the descriptor. On Linux the descriptor is gone even when an error
 // is reported, so a failed close must not be repeated.
@@ -37,3 +41,7 @@ enum SwapIoStep {
   SwapIoStepCount
 };
 void swapIoFailNextForTesting(SwapIoStep step, uint32_t count, int error);
+// Test hooks: the window of one flush (0 restores 64 MiB), and the windows
+// moved since the start of the program.
+void swapIoSetWindowBytesForTesting(uint64_t bytes);
+uint64_t swapIoWindowCount();

@@ -2,6 +2,8 @@
 // and across stripes, transfers cut into pieces, the retry loops of
 // creation and deletion, and the fatal transfer errors.
 #include <gtest/gtest.h>
+#include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -162,9 +164,46 @@ TEST(RaidFile, TransfersAreCutIntoPiecesAndRunWithoutThreads) {
   raidFileDelete(&file);
 }
 
+// Pages of `path` that the page cache holds.
+static uint64_t cachedPages(const std::string& path, uint64_t bytes) {
+  int fd = open(path.c_str(), O_RDONLY);
+  void* map = mmap(nullptr, bytes, PROT_READ, MAP_SHARED, fd, 0);
+  const uint64_t page = uint64_t(sysconf(_SC_PAGESIZE));
+  std::vector<unsigned char> resident((bytes + page - 1) / page);
+  mincore(map, bytes, resident.data());
+  munmap(map, bytes);
+  close(fd);
+  uint64_t count = 0;
+  for (unsigned char r : resident) count += r & 1;
+  return count;
+}
+
+// One piece larger than the window goes in windows, each flushed and
+// dropped: nothing of the file stays in the page cache after a write or a
+// read, and the words come back intact.
+TEST(RaidFile, TransfersFlushAndDropTheCacheWindowByWindow) {
+  SwapFolders folders({"w"});
+  swapIoSetWindowBytesForTesting(16384);
+  const uint64_t count = 25000;  // 100000 bytes: 6 full windows and a short one
+  std::vector<uint32_t> words = randomWords(count, 9);
+  RaidFile file;
+  uint64_t before = swapIoWindowCount();
+  raidFileCreateAndWrite(nullptr, &file, &folders.list, 0, words.data(), count);
+  EXPECT_EQ(swapIoWindowCount() - before, 7u);
+  const std::string path = file.files[0].path;
+  EXPECT_EQ(cachedPages(path, 4 * count), 0u) << "written pages left in the cache";
+  std::vector<uint32_t> back(count);
+  raidFileRead(&file, back.data(), count);
+  EXPECT_EQ(back, words);
+  EXPECT_EQ(cachedPages(path, 4 * count), 0u) << "read pages left in the cache";
+  swapIoSetWindowBytesForTesting(0);
+  raidFileDelete(&file);
+}
+
 TEST(RaidFile, CreationAndDeletionRetryAndFailedTransfersAreFatal) {
   SwapFolders folders({"d"});
   raidFileSetRetryDelayForTesting(0);
+  consoleInputFrom("\n");  // someone is there to clear the cause
   Capture capture;
   swapIoFailNextForTesting(SwapIoOpen, 2, EACCES);
   swapIoFailNextForTesting(SwapIoReserve, 2, ENOSPC);
@@ -193,6 +232,14 @@ TEST(RaidFile, CreationAndDeletionRetryAndFailedTransfersAreFatal) {
       {"Error Code: ", 1}};
   for (auto [text, count] : deletion) EXPECT_EQ(countOccurrences(capture.text, text), count) << text;
   EXPECT_TRUE(listFolder(folders.texts[0]).empty());
+  // With input at its end a refused size ends the run after its message.
+  consoleInputFrom("");
+  EXPECT_EXIT({ consoleToStandardError(); swapIoFailNextForTesting(SwapIoReserve, 1, ENOSPC);
+                RaidFile lost; raidFileCreate(nullptr, &lost, &folders.list, 0, 100); },
+              ::testing::ExitedWithCode(1),
+              "Unable to allocate swap file.\n\n\n\nError Code: 28(.|\n)*Re-attempting...(.|\n)*"
+              "Unexpected end of input.");
+  consoleInputFrom(nullptr);
   raidFileSetRetryDelayForTesting(1000);
 }
 
