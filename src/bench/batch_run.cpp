@@ -34,6 +34,8 @@ void batchRun(BatchSettings* batch) {
   writeBenchmarkHeader(&table, &batch->clock, batch->threadPower);
   const BatchCurveTitle title{batch->clock.processorName, batch->threadPower, time(nullptr)};
   std::vector<BatchPoint> points;
+  // An empty frame at once: a browser can open the curve before the first size.
+  writeBatchCurve("Benchmarks.svg", title, points.data(), 0);
 
   for (uint64_t size = batch->startSize; size != 0 && size <= batch->endSize;
        size = batchNextSize(type, size)) {

@@ -72,15 +72,11 @@ uint64_t secondThreadEntry(void* context) {
   return 0;
 }
 
-// "Thread n: Computing ", the digits in green, the formula in cyan.
+// "Thread n: Computing ", the digits in green, the formula in cyan, in one
+// write so that the other thread's lines do not cut it.
 void printComputing(const char* thread, uint64_t digits, const char* message) {
-  printWide(std::string(thread) + ": Computing ");
-  colorGreen(true);
-  printWide(formatGrouped(digits, 0));
-  colorCyan(true);
-  printWide(message);
-  colorDefault();
-  printWide("\n");
+  printWide(std::string(thread) + ": Computing " + colorText(10) + formatGrouped(digits, 0) +
+            colorText(11) + message + colorText(7) + "\n");
 }
 
 }  // namespace
@@ -92,22 +88,16 @@ double secondsSince(uint64_t startCounter) { return timerSeconds(startCounter); 
 
 void stressCheck(uint32_t threadNumber, uint32_t firstWord, uint32_t secondWord,
                  uint64_t testNumber, uint64_t startTime) {
-  printWide("\nThread " + std::to_string(threadNumber) + ": Test " +
-            formatGrouped(testNumber, 0));
-  std::string elapsed = "Elapsed Time: " + formatTime(secondsSince(startTime));
+  const std::string test =
+      "\nThread " + std::to_string(threadNumber) + ": Test " + formatGrouped(testNumber, 0);
+  const std::string elapsed = "Elapsed Time: " + formatTime(secondsSince(startTime));
   if (firstWord == secondWord) {
-    colorGreen(true);
-    printWide(" passed.");
-    colorDefault();
-    printWide("  " + elapsed);
+    printWide(test + colorText(10) + " passed." + colorText(7) + "  " + elapsed);
     return;
   }
-  colorRed();
-  printWide(" ERROR IN COMPUTATION!!!");
-  colorDefault();
-  printWide("\nDigits from two formulas do not match. Please check you hardware.\n\n");
-  printWide(elapsed);
-  printWide("\n");
+  printWide(test + colorText(12) + " ERROR IN COMPUTATION!!!" + colorText(7) +
+            "\nDigits from two formulas do not match. Please check you hardware.\n\n" + elapsed +
+            "\n");
   pauseExit(1);
 }
 

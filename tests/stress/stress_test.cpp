@@ -86,8 +86,10 @@ TEST(StressSizing, EachTestFillsTheWorkingSizeWithItsLargerFormula) {
 }
 
 TEST(StressFormulas, BothFormulasOfEachConstantGiveTheSameWordInTheirOwnHeap) {
-  // Each test runs in a heap of the thread's size, sized by the estimators,
-  // and leaves it empty.
+  // Each test runs in a heap of the thread's size, sized by the estimators
+  // for the run's threads, and leaves it empty.
+  const uint32_t savedPower = globalThreadPower;
+  globalThreadPower = 1;
   Heap heap;
   heapInit(nullptr, &heap, smallWorkingBytes);
   const uint64_t empty = heapFreeSpace(&heap);
@@ -101,6 +103,7 @@ TEST(StressFormulas, BothFormulasOfEachConstantGiveTheSameWordInTheirOwnHeap) {
     EXPECT_NE(stressFormulaWord(&heap, id, 0, digits - 20, 1), first) << id;
   }
   heapDestroy(&heap);
+  globalThreadPower = savedPower;
 }
 
 // The loop of one thread for `tests` tests, its lines taken in unless
