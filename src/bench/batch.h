@@ -55,12 +55,10 @@ int64_t batchExpectedDigits(int32_t type, uint64_t size);
 double batchTrial(ClockInfo* clock, uint64_t digits, uint32_t threadPower,
                   int64_t expectedLastDigits);
 
-// The whole batch of one type: Benchmarks.txt and Benchmarks.svg in the
-// current directory, replaced.
-void batchRunStandard(BatchSettings* batch);
-void batchRunSuperPi(BatchSettings* batch);
-void batchRunDense(BatchSettings* batch);
-// The run of whatever type the record holds.
+// The whole batch over the ladder of the record's type, from startSize up
+// to endSize: Benchmarks.txt and Benchmarks.svg in the current directory,
+// replaced. Sizes with known digits get a checksum in their row, the others
+// "N/A".
 void batchRun(BatchSettings* batch);
 
 // Option 2 of the main menu: a record, the menu, the run.

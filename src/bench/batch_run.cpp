@@ -65,21 +65,6 @@ void batchRun(BatchSettings* batch) {
   digitStreamClose(&table);
 }
 
-void batchRunStandard(BatchSettings* batch) {
-  batch->batchType = batchStandard;
-  batchRun(batch);
-}
-
-void batchRunSuperPi(BatchSettings* batch) {
-  batch->batchType = batchSuperPi;
-  batchRun(batch);
-}
-
-void batchRunDense(BatchSettings* batch) {
-  batch->batchType = batchDense;
-  batchRun(batch);
-}
-
 void batchBenchmarkMenu() {
   BatchSettings batch;
   initBatchSettings(&batch);
