@@ -96,6 +96,9 @@ uint32_t diskLastFormCompact();
 // Attempts whose bit is set in `attemptMask` (bit 0: first call, bit 1: the
 // re-run, bit 2: the third attempt; for multiplyWordArrays its first and
 // second run) return `code` instead of running the worker. 0 turns it off.
-void multiplyInjectFaults(uint32_t attemptMask, uint64_t code = multiplyDetectedError);
+// With `squaresOnly` only squares fail: those come from the record front end
+// alone, never from multiplyWordArrays.
+void multiplyInjectFaults(uint32_t attemptMask, uint64_t code = multiplyDetectedError,
+                          bool squaresOnly = false);
 // Worker runs since the start of the program (injected failures included).
 uint64_t multiplyWorkerCalls();

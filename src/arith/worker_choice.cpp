@@ -16,6 +16,7 @@ namespace {
 
 uint32_t injectedAttempts = 0;
 uint64_t injectedCode = multiplyDetectedError;
+bool injectedSquaresOnly = false;
 std::atomic<uint64_t> workerCalls{0};  // products run on many threads
 std::atomic<uint32_t> lastFormCompact{0};
 
@@ -33,9 +34,10 @@ bool directFftServed(SizeCode code) { return fftTablesServe(fftTables, code); }
 
 }  // namespace
 
-void multiplyInjectFaults(uint32_t attemptMask, uint64_t code) {
+void multiplyInjectFaults(uint32_t attemptMask, uint64_t code, bool squaresOnly) {
   injectedAttempts = attemptMask;
   injectedCode = code;
+  injectedSquaresOnly = squaresOnly;
 }
 
 uint64_t multiplyWorkerCalls() { return workerCalls.load(std::memory_order_relaxed); }
@@ -87,7 +89,7 @@ uint64_t runSquareWorker(Heap* heap, const uint32_t* a, uint64_t n, uint32_t* pr
 uint64_t runMultiplyWorker(Heap* heap, const uint32_t* a, uint64_t lengthA, const uint32_t* b,
                            uint64_t lengthB, uint32_t* product, uint64_t chop,
                            uint32_t threadPower, uint32_t attempt) {
-  if (injectedFailure(attempt)) return injectedCode;
+  if (injectedFailure(attempt) && !injectedSquaresOnly) return injectedCode;
   const bool equal = lengthA == lengthB;
   const uint64_t shorter = lengthA < lengthB ? lengthA : lengthB;
   switch (chooseMultiplyMethod(shorter, threadPower)) {

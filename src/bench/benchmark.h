@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+struct ClockInfo;
 struct ComputeSettings;
 struct Heap;
 struct PathList;
@@ -27,6 +28,19 @@ void benchmarkPiMenu();
 // digits of the decimal file and the error counter, checks the clocks, and
 // writes Validation.txt. Every failed check is fatal.
 void runPiBenchmark(uint64_t decimalDigits, uint32_t threadPower, int64_t expectedLastDigits);
+
+// Memory of a Pi run at `digits` in Ram Only, derived as the custom menu does.
+uint64_t benchmarkMemory(uint64_t digits, uint32_t threadPower);
+
+// The run shared by a benchmark and each trial of a batch: frequency checks
+// against info->measuredHz before and after, Pi by Chudnovsky in Ram Only
+// through runComputation, and the last ten digits of the decimal file
+// against `expectedLastDigits` (fatal when they differ; -1 skips the check).
+// Returns the computation's seconds, digit writing left out.
+double benchmarkPiRun(ClockInfo* info, uint64_t decimalDigits, uint32_t threadPower,
+                      int64_t expectedLastDigits);
+// "Benchmark Successful. The digits appear to be OK." in green, "\n\n".
+void printBenchmarkSuccess();
 
 // Fills `settings` as the custom menu would: constant, stems and estimate;
 // algorithm, stems and estimate; the digits (decimal, or hexadecimal when

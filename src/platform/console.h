@@ -20,6 +20,10 @@ void colorCyan(bool bright);
 void colorMagenta(bool bright);
 void colorYellow(bool bright);
 void colorRed();
+// What setColor(attribute) would send ("" when it sends nothing), for a
+// coloured line that must go out in one write (threads that share the
+// console).
+std::string colorText(int attribute);
 
 // ---- Output ----------------------------------------------------------------
 // Writes the text; any failure is the fatal console path.

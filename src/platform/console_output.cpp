@@ -71,11 +71,12 @@ void consoleWriteBytes(const char* data, size_t length) {
 
 void consoleCaptureTo(std::string* sink) { captureSink = sink; }
 
-void setColor(int attribute) {
-  if (captureSink != nullptr || !stdoutIsTerminal()) return;
-  const char* escape = escapeFor(attribute);
-  consoleWriteBytes(escape, strlen(escape));
+std::string colorText(int attribute) {
+  if (captureSink != nullptr || !stdoutIsTerminal()) return "";
+  return escapeFor(attribute);
 }
+
+void setColor(int attribute) { printWide(colorText(attribute)); }
 
 void colorDefault() { setColor(7); }
 void colorBlue() { setColor(9); }

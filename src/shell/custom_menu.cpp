@@ -58,13 +58,14 @@ void setComputeMode(ComputeSettings* settings, uint32_t mode) {
   }
 }
 
-void menuThreads(ComputeSettings* settings) {
+uint32_t readThreadPower() {
   colorCyan(true);
   printWide(threadsText);
   colorDefault();
-  uint32_t k = readMenuOption("k = ", 0, largestThreadPower);
-  setThreadPower(settings, k);
+  return readMenuOption("k = ", 0, largestThreadPower);
 }
+
+void menuThreads(ComputeSettings* settings) { setThreadPower(settings, readThreadPower()); }
 
 void menuOutputFormat(ComputeSettings* settings) {
   if (settings->hexDigits < compressionFloorHexDigits) {

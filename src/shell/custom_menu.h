@@ -52,6 +52,9 @@ int probeWritablePath(const char* path);
 // again), then prints "\n".
 uint64_t readMenuCount(const char* prompt, uint64_t low, uint64_t high);
 
+// The threading text in colour 11 and "k = ", read up to 8.
+uint32_t readThreadPower();
+
 // Sets threadPower (a value above 8 is ignored) and re-estimates.
 void setThreadPower(ComputeSettings* settings, uint32_t threadPower);
 // Sets computeMode and re-estimates when the size allows swapping or the

@@ -2,6 +2,7 @@
 // then ends the program.
 #include "shell/main_menu.h"
 
+#include "bench/batch.h"
 #include "bench/benchmark.h"
 #include "bench/validate.h"
 #include "constants/compute_settings.h"
@@ -11,6 +12,7 @@
 #include "shell/driver.h"
 #include "shell/settings_init.h"
 #include "shell/info_screens.h"
+#include "stress/stress.h"
 #include "tools/compare_digits.h"
 #include "tools/digit_viewer.h"
 
@@ -59,10 +61,6 @@ void printMenuOptions() {
   printWide("\n");
 }
 
-// The options whose screens this version does not have yet: one line, and
-// the program ends as after any option.
-void notAvailable() { printWide("This option is not available in this version.\n"); }
-
 // Option 4: a custom computation with the default record.
 void customCompute() {
   ComputeSettings settings;
@@ -108,11 +106,11 @@ void mainMenu() {
     case 1:
       validateBenchmark();
       break;
-    case 2:  // Batch benchmarks: not built yet
-      notAvailable();
+    case 2:
+      batchBenchmarkMenu();
       break;
-    case 3:  // Stress test: not built yet
-      notAvailable();
+    case 3:
+      stressTestMenu();
       break;
     case 4:
       customCompute();
