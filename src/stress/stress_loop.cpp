@@ -92,7 +92,7 @@ void stressCheck(uint32_t threadNumber, uint32_t firstWord, uint32_t secondWord,
       "\nThread " + std::to_string(threadNumber) + ": Test " + formatGrouped(testNumber, 0);
   const std::string elapsed = "Elapsed Time: " + formatTime(secondsSince(startTime));
   if (firstWord == secondWord) {
-    printWide(test + colorText(10) + " passed." + colorText(7) + "  " + elapsed);
+    printWide(test + colorText(10) + " passed." + colorText(7) + elapsed);
     return;
   }
   printWide(test + colorText(12) + " ERROR IN COMPUTATION!!!" + colorText(7) +

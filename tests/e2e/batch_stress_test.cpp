@@ -74,8 +74,8 @@ TEST(ProgramStress, BothThreadsPassTestsUntilTheRunIsEndedFromOutside) {
   expectInOrder(r.out, {"Stress Test\n\nThis option will perform a continuous stress test",
                         "option: option: \nEnter a limit: (e.g. 512MB, 1GB, etc...)\nBytes: ",
                         "Memory Limit: 64.0 MB\nBeginning continuous stress test...\n"});
-  for (const char* thread : {"\nThread 0: Test 1 passed.  Elapsed Time: ",
-                             "\nThread 1: Test 1 passed.  Elapsed Time: "}) {
+  for (const char* thread : {"\nThread 0: Test 1 passed.Elapsed Time: ",
+                             "\nThread 1: Test 1 passed.Elapsed Time: "}) {
     EXPECT_NE(r.out.find(thread), std::string::npos) << r.out;
   }
   EXPECT_EQ(r.out.find("ERROR"), std::string::npos);

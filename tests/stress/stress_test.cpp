@@ -141,7 +141,7 @@ TEST(StressLoop, EachThreadRunsItsOwnOrderAndNumbersTestsOnThroughTheRounds) {
       ASSERT_NE(at, std::string::npos) << out;
       std::string line = out.substr(at, out.find('\n', at) - at);
       EXPECT_TRUE(endsWith(line, " digits of " + orders[isMain][i] + "...")) << line;
-      at = out.find("\n" + thread + ": Test " + std::to_string(i + 1) + " passed.  Elapsed Time: ",
+      at = out.find("\n" + thread + ": Test " + std::to_string(i + 1) + " passed.Elapsed Time: ",
                     at);
       ASSERT_NE(at, std::string::npos) << i << out;
     }
@@ -152,7 +152,7 @@ TEST(StressLoop, EachThreadRunsItsOwnOrderAndNumbersTestsOnThroughTheRounds) {
   consoleCaptureTo(&check);
   stressCheck(1, 7, 7, 12345, timerStart());
   consoleCaptureTo(nullptr);
-  EXPECT_EQ(check.rfind("\nThread 1: Test 12,345 passed.  Elapsed Time: 0.0", 0), 0u) << check;
+  EXPECT_EQ(check.rfind("\nThread 1: Test 12,345 passed.Elapsed Time: 0.0", 0), 0u) << check;
 }
 
 TEST(StressDeathTest, EachWayTheRunEnds) {
