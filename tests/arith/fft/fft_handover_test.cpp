@@ -12,6 +12,7 @@
 #include "arith/multiply.h"
 #include "memory/bigint.h"
 #include "memory/heap.h"
+#include "shell/estimate.h"
 #include "support/gmp_bridge.h"
 
 using testbridge::Kind;
@@ -141,4 +142,42 @@ TEST(FftHandOver, FrontEndsAgreeWithGmpEitherSideOfEachHandOver) {
   EXPECT_EQ(heap.activeBlocks, 0u);
   heapDestroy(&heap);
   releaseFftTables();  // the next test builds the usual ones
+}
+
+// The memory estimate's scratch of an n-word product (productScratch, taken
+// at n + 100 words) covers what the front ends take above the operands on
+// either side of the hand-over: the largest direct FFTs and the first hybrid
+// products, squares and products, on one thread and on two.
+TEST(FftHandOver, ProductScratchCoversEitherSideOfTheHandOver) {
+  buildFftTables(hybridSquareThreshold + 100);
+  testbridge::Random random = testbridge::testRandom();
+  double closest = 1e30;
+  for (uint64_t n : {hybridSquareThreshold - 101, hybridSquareThreshold - 1, hybridSquareThreshold}) {
+    for (uint32_t threadPower : {0u, 1u}) {
+      const uint64_t estimate = productScratch(n, threadPower);
+      for (bool square : {true, false}) {
+        Heap heap;
+        heapInit(nullptr, &heap, estimate + 16 * n + (1 << 20));
+        BigInt a{n, heapAllocateWords(&heap, n + 2), n + 2, nullptr}, b = a, out;
+        b.words = heapAllocateWords(&heap, n + 2);
+        testbridge::fill(random, Kind::Uniform, a.words, n);
+        testbridge::fill(random, Kind::Uniform, b.words, n);
+        a.words[n - 1] = b.words[n - 1] = ~0u;
+        const uint64_t operands = uint64_t(heap.peakUsed - heap.base);
+        if (square) {
+          bigIntSquare(&heap, &a, &out, 0, 0, threadPower);
+        } else {
+          bigIntMultiply(&heap, &a, &b, &out, 0, 0, threadPower);
+        }
+        const uint64_t peak = uint64_t(heap.peakUsed - heap.base) - operands;
+        EXPECT_GE(estimate, peak) << (square ? "square of " : "product of ") << n
+                                  << " words, threadPower " << threadPower;
+        closest = std::min(closest, double(estimate) / double(peak));
+        for (uint32_t* words : {out.words, b.words, a.words}) heapRelease(words);
+        heapDestroy(&heap);
+      }
+    }
+  }
+  std::printf("productScratch / peak at the hand-over: at least %.3f\n", closest);
+  releaseFftTables();
 }
