@@ -1,5 +1,6 @@
 // FFT squares and products against GMP's mpz_mul, side by side in one
-// process, single-threaded, for operands of 64 to 13056 words or the sizes given.
+// process, single-threaded, for operands of 64 to 13056 words or the sizes
+// given (the front ends use the direct FFT to hybridSquareThreshold - 1).
 //
 // Usage: fft_bench [scalar|avx2|avx512] [words ...]
 // Each figure is the best of several timed batches (microseconds per call).
@@ -58,11 +59,11 @@ int main(int argc, char** argv) {
   if (sizes.empty()) {
     sizes = {64, 128, 256, 512, 768, 1024, 1536, 2048, 3072, 4096, 6144, 8192, 10240, 12288, 13056};
   }
-  // Tables for the largest size asked (the direct FFT reaches past 13056
-  // words; the front ends send those sizes to the hybrid transform).
+  // Tables for the largest size asked, past the cap of a run's tables too.
   uint64_t largest = 0;
   for (uint64_t n : sizes) largest = n > largest ? n : largest;
   buildFftTables(largest + 100);
+  if (growFftTables(fftTables, FftSizeTable[fftSizeRowFor(64 * largest)].code) != 0) return 1;
   // The buffers come from an arena, as in a computation (the standard
   // allocator would map and unmap fresh pages for every product).
   Heap heap;

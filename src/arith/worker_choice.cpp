@@ -59,13 +59,13 @@ MultiplyMethod chooseMultiplyMethod(uint64_t shorter, uint32_t threadPower) {
 }
 
 bool squareWantsDiskPath(const BigInt& a) {
-  return a.words == nullptr && a.length >= hybridSquareThreshold;
+  return a.words == nullptr && a.length >= diskProductThreshold;
 }
 
 bool multiplyWantsDiskPath(const BigInt& a, const BigInt& b) {
   const uint64_t la = a.length, lb = b.length;
-  return a.words == nullptr && b.words == nullptr && la >= hybridMultiplyThreshold &&
-         lb >= hybridMultiplyThreshold && la <= 4 * lb && lb <= 4 * la;
+  return a.words == nullptr && b.words == nullptr && la >= diskProductThreshold &&
+         lb >= diskProductThreshold && la <= 4 * lb && lb <= 4 * la;
 }
 
 // The one place that maps a method to its worker.

@@ -17,7 +17,7 @@
 constexpr uint64_t basecaseLimit = 15;            // below: no recursion in a product
 constexpr uint64_t transformStart = 58;           // from here the FFT row gives the scratch
 constexpr uint64_t karatsubaLimit = 501;          // two-way below, three-way from here
-constexpr uint64_t hybridStart = 13057;           // from here the hybrid transform's scratch
+constexpr uint64_t hybridStart = 573441;          // from here the hybrid transform's scratch
 constexpr uint64_t swapFloorWords = 5000000;      // below this only Ram Only is estimated
 constexpr double radixWords = 1.070328873471933;  // base-10^9 words per word
 constexpr double radixWordsInverse = 0.9342922766870708;  // words per base-10^9 word

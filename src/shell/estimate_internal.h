@@ -10,9 +10,10 @@
 [[noreturn]] void estimateSizeExceeded();
 
 // Product scratch for an operand length s that already holds the margin of
-// 100 words: below 15 words 2s, below 58 the Karatsuba levels, from 13057 the
-// larger of the hybrid peak at 2s and, while the front ends still send that
-// range to the FFT, the FFT row of s; otherwise the FFT row of s.
+// 100 words: below 15 words 2s, below 58 the Karatsuba levels, from
+// hybridStart (threadedHybridThreshold on threads) the larger of the hybrid
+// peak at 2s and the largest FFT that a thread of its own still makes there;
+// otherwise the FFT row of s.
 uint64_t productScratchAt(uint64_t s, uint32_t threadPower);
 // The Karatsuba levels' figure at s, 16s + 4t bytes, t the sum of the even
 // lengths of the levels down to basecaseLimit.

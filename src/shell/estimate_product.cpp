@@ -32,24 +32,33 @@ uint64_t karatsubaScratchBytes(uint64_t s) {
   return 16 * s + 4 * t;
 }
 
-// The FFT's share of a product in the hybrid range: its largest plain size
-// (reached by the pieces of unbalanced products and by one thread below
-// hybridStart). The margin of 100 words that every other size gets would
-// step into a larger transform row here, so only the product's own words
-// of that margin are added: they cover the block headers and guard words.
-static uint64_t hybridRangeFftBytes() { return fftProductBytes(hybridStart - 1) + 8 * 100; }
+static_assert(hybridStart == hybridSquareThreshold && hybridStart == hybridMultiplyThreshold,
+              "the estimates hand over to the hybrid transform where the front ends do");
+
+// The FFT's share of a product of s words in the hybrid range: the largest
+// direct FFT at or below s, reached by one thread below hybridStart and by
+// the products a thread of threadPower 0 makes. At hybridStart and above
+// the margin of 100 words that every other size gets would step into a
+// larger transform row, so only the product's own words of that margin are
+// added to the largest plain size: they cover the block headers and guard
+// words.
+static uint64_t hybridRangeFftBytes(uint64_t s) {
+  if (s < hybridStart) return fftProductBytes(s);
+  return fftProductBytes(hybridStart - 1) + 8 * 100;
+}
 
 uint64_t productScratchAt(uint64_t s, uint32_t threadPower) {
   if (s < transformStart) {
     if (s < basecaseLimit) return 2 * s;
     return karatsubaScratchBytes(s);
   }
-  // On threads the front ends take the hybrid transform from 12000 words.
+  // On threads the front ends take the hybrid transform from
+  // threadedHybridThreshold words.
   if (s >= hybridStart || (threadPower > 0 && s >= threadedHybridThreshold)) {
     if (2 * s > hybridProductWordsLimit) estimateSizeExceeded();
     // The transforms' own figure leaves out the product they write, which
     // the FFT's figure holds: it is added here so that both mean the same.
-    return std::max(hybridPeakBytes(2 * s, threadPower) + 8 * s, hybridRangeFftBytes());
+    return std::max(hybridPeakBytes(2 * s, threadPower) + 8 * s, hybridRangeFftBytes(s));
   }
   return fftProductBytes(s);
 }

@@ -133,7 +133,7 @@ TEST(MethodChoice, OrderedByLengthAndThreadsAndDiskPath) {
   for (uint32_t t : {0u, 1u, 3u}) {
     for (bool square : {true, false}) {
       MultiplyMethod last = MultiplyRecursive;
-      for (uint64_t n : productcheck::tuningEdges(1, 20000)) {
+      for (uint64_t n : productcheck::tuningEdges(1, 2 * hybridSquareThreshold)) {
         const MultiplyMethod method = square ? chooseSquareMethod(n, t) : chooseMultiplyMethod(n, t);
         const MultiplyMethod unthreaded = square ? chooseSquareMethod(n, 0) : chooseMultiplyMethod(n, 0);
         EXPECT_GE(method, last) << n;
@@ -147,7 +147,7 @@ TEST(MethodChoice, OrderedByLengthAndThreadsAndDiskPath) {
       EXPECT_EQ(square ? chooseSquareMethod(1, t) : chooseMultiplyMethod(1, t), MultiplyRecursive);
     }
   }
-  BigInt a{hybridSquareThreshold, nullptr, 0, nullptr}, b{4 * hybridSquareThreshold, nullptr, 0, nullptr};
+  BigInt a{diskProductThreshold, nullptr, 0, nullptr}, b{4 * diskProductThreshold, nullptr, 0, nullptr};
   EXPECT_TRUE(squareWantsDiskPath(a));
   EXPECT_TRUE(multiplyWantsDiskPath(a, b));
   EXPECT_TRUE(multiplyWantsDiskPath(b, a));

@@ -68,8 +68,8 @@ TEST(RetryDiskPath, ThirdAttemptOfPagedOperands) {
   Heap heap;
   heapInit(nullptr, &heap, 64 << 20);
   OperandSource source = testOperands(11);
-  const std::vector<uint32_t> aWords = source.anyWords(hybridSquareThreshold + 5);
-  const std::vector<uint32_t> bWords = source.anyWords(hybridMultiplyThreshold + 9);
+  const std::vector<uint32_t> aWords = source.anyWords(diskProductThreshold + 5);
+  const std::vector<uint32_t> bWords = source.anyWords(diskProductThreshold + 9);
   BigInt a, b;
   makeBigInt(&heap, &a, aWords, 0);
   makeBigInt(&heap, &b, bWords, 0);

@@ -212,7 +212,7 @@ TEST(HybridCheck, CorruptionAfterTheForwardPassIsCaughtAndRetried) {
   buildFftTables(40000);
   Heap heap;
   heapInit(nullptr, &heap, 64 << 20);
-  const uint64_t n = 20000, savedErrors = errorCount;
+  const uint64_t n = hybridMultiplyThreshold, savedErrors = errorCount;
   const auto a = testbridge::operand(random, Kind::Uniform, n);
   const auto b = testbridge::operand(random, Kind::Uniform, n);
   std::vector<uint32_t> out(2 * n);
