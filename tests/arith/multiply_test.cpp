@@ -15,6 +15,7 @@
 #include "memory/heap.h"
 #include "platform/console.h"
 #include "support/death_console.h"
+#include "support/test_arena.h"
 
 using productcheck::matches;
 
@@ -22,11 +23,11 @@ namespace {
 
 class FrontEnds : public ::testing::Test {
  protected:
-  Heap heap;
+  TestArena arena{32 << 20};
+  Heap& heap = arena.heap;
   std::string output;
   uint64_t savedErrorCount = 0;
   void SetUp() override {
-    heapInit(nullptr, &heap, 32 << 20);
     savedErrorCount = errorCount;
     errorCount = 0;
     consoleCaptureTo(&output);
@@ -35,8 +36,6 @@ class FrontEnds : public ::testing::Test {
     multiplyInjectFaults(0);
     consoleCaptureTo(nullptr);
     errorCount = savedErrorCount;
-    EXPECT_EQ(heap.activeBlocks, 0u) << "blocks left alive";
-    heapDestroy(&heap);
   }
 };
 

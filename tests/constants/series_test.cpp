@@ -22,8 +22,10 @@
 #include "memory/raidfile.h"
 #include "platform/console.h"
 #include "platform/threads.h"
-#include "constant_run.h"
+#include "series_check.h"
 #include "support/gmp_bridge.h"
+#include "support/run_program.h"
+#include "support/test_arena.h"
 
 namespace {
 
@@ -118,16 +120,8 @@ SeriesKind makeKind(bool alternating) {
 const SeriesKind plainKind = makeKind(false);
 const SeriesKind alternatingKind = makeKind(true);
 
-struct Arena {
-  Heap heap;
-  explicit Arena(uint64_t bytes) { heapInit(nullptr, &heap, bytes); }
-  ~Arena() {
-    EXPECT_EQ(heap.activeBlocks, 0u) << "blocks left in the arena";
-    heapDestroy(&heap);
-  }
-};
-
-using constant_test::numberIs;
+using Arena = TestArena;
+using series_check::numberIs;
 
 ::testing::AssertionResult recordIs(const SeriesKind& kind, const SplitRecord& record, uint64_t a,
                                     uint64_t b, bool withP) {
@@ -141,16 +135,6 @@ using constant_test::numberIs;
   }
   if (!result) result << " over (" << a << ", " << b << "]";
   return result;
-}
-
-// x as an MPFR number (exact).
-void mpfrFromFloat(mpfr_t out, const BigFloat& x) {
-  Number m;
-  testbridge::toMpz(m.z, x.mantissa.words, x.mantissa.length);
-  mpfr_set_prec(out, mpfr_prec_t(32 * x.mantissa.length + 64));
-  mpfr_set_z(out, m.z, MPFR_RNDN);
-  mpfr_mul_2si(out, out, long(32 * x.exponent), MPFR_RNDN);
-  if (!x.positive) mpfr_neg(out, out, MPFR_RNDN);
 }
 
 bool sameFloat(const BigFloat& x, const BigFloat& y) {
@@ -170,8 +154,8 @@ double relativeErrorBits(const SeriesKind& kind, SplitFloats* sum, uint64_t term
   mpfr_div_z(exact, exact, q.z, MPFR_RNDN);
   // The range starts at index 1: odd, so an alternating R is negative.
   if (kind.alternatingMask) mpfr_neg(exact, exact, MPFR_RNDN);
-  mpfrFromFloat(got, sum->r[0]);
-  mpfrFromFloat(qq, sum->q);
+  series_check::mpfrFromFloat(got, sum->r[0]);
+  series_check::mpfrFromFloat(qq, sum->q);
   mpfr_prec_round(got, bits, MPFR_RNDN);
   mpfr_div(got, got, qq, MPFR_RNDN);
   mpfr_sub(got, got, exact, MPFR_RNDN);
@@ -380,7 +364,7 @@ TEST(SeriesLayers, MergesAlignStrippedWordsAndBorrowThroughTheTop) {
 TEST(SeriesSums, ThreadedFallbackAndSwappedSumsAreTheSerialBits) {
   buildFftTables(40000);
   const uint32_t savedPower = globalThreadPower;
-  std::string folders[2] = {constant_test::makeFolder("series_swap"), constant_test::makeFolder("series_swap")};
+  std::string folders[2] = {makeTempFolder(), makeTempFolder()};
   char* paths[2] = {folders[0].data(), folders[1].data()};
   PathList list = {2, paths};
   globalSwapPaths = &list;
@@ -421,7 +405,7 @@ TEST(SeriesSums, ThreadedFallbackAndSwappedSumsAreTheSerialBits) {
   globalSwapPaths = nullptr;
   for (const std::string& folder : folders) {
     EXPECT_TRUE(std::filesystem::is_empty(folder)) << "swap files left in " << folder;
-    std::filesystem::remove_all(folder);
+    removeTree(folder);
   }
   releaseFftTables();
 }

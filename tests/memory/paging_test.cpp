@@ -13,6 +13,7 @@
 #include "memory/paging.h"
 #include "memory/raidfile.h"
 #include "support/run_program.h"
+#include "support/test_arena.h"
 
 namespace {
 
@@ -25,13 +26,11 @@ class Paging : public ::testing::Test {
   PathList onePath{1, pathTexts};
   PathList twoPaths{2, pathTexts};
   PathList* savedGlobal = globalSwapPaths;
-  Heap heap;
+  TestArena arena{4 << 20};
+  Heap& heap = arena.heap;
 
-  void SetUp() override { heapInit(nullptr, &heap, 4 << 20); }
   void TearDown() override {
     globalSwapPaths = savedGlobal;
-    EXPECT_EQ(heap.activeBlocks, 0u) << "blocks left alive";
-    heapDestroy(&heap);
     for (const std::string& folder : folders) {
       EXPECT_TRUE(listFolder(folder).empty()) << "swap files left behind";
       removeTree(folder);

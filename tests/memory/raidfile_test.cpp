@@ -18,6 +18,7 @@
 #include "platform/threads.h"
 #include "support/death_console.h"
 #include "support/run_program.h"
+#include "support/console_capture.h"
 
 namespace {
 
@@ -48,12 +49,6 @@ struct SwapFolders {
     list = {texts.size(), pointers.data()};
   }
   ~SwapFolders() { removeTree(root); }
-};
-
-struct Capture {
-  std::string text;
-  Capture() { consoleCaptureTo(&text); }
-  ~Capture() { consoleCaptureTo(nullptr); }
 };
 
 // Names are "nmb_" + 16 hexadecimal digits + ".sf", distinct for files alive

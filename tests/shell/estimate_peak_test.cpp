@@ -17,20 +17,15 @@
 #include "platform/console.h"
 #include "shell/estimate.h"
 #include "support/gmp_bridge.h"
+#include "support/test_arena.h"
 
 using testbridge::Random;
 using testbridge::testRandom;
 
 namespace {
 
-// A root heap for one measurement; the work must leave it empty.
-struct Arena {
-  Heap heap;
-  explicit Arena(uint64_t bytes) { heapInit(nullptr, &heap, bytes); }
-  ~Arena() {
-    EXPECT_EQ(heap.activeBlocks, 0u) << "blocks left in the arena";
-    heapDestroy(&heap);
-  }
+struct Arena : TestArena {
+  using TestArena::TestArena;
   uint64_t peak() const { return uint64_t(heap.peakUsed - heap.base); }
 };
 

@@ -12,14 +12,9 @@
 
 #include "platform/console.h"
 #include "shell/startup.h"
+#include "support/console_capture.h"
 
 namespace {
-
-struct Capture {
-  std::string text;
-  explicit Capture(const char* input) { consoleCaptureTo(&text), consoleInputFrom(input); }
-  ~Capture() { consoleCaptureTo(nullptr), consoleInputFrom(nullptr); }
-};
 
 const char* const menuText =
     "  0         Benchmark Pi\n"

@@ -11,22 +11,11 @@
 #include "tools/digit_reader.h"
 #include "tools/digit_viewer.h"
 #include "tools/viewer_internal.h"
+#include "support/console_capture.h"
 
 using namespace digit_files;
 
 namespace {
-
-// Console output of `body`, with `input` as standard input.
-template <typename Body>
-std::string captured(const char* input, Body body) {
-  std::string sink;
-  consoleCaptureTo(&sink);
-  consoleInputFrom(input);
-  body();
-  consoleInputFrom(nullptr);
-  consoleCaptureTo(nullptr);
-  return sink;
-}
 
 // Text of "3." and the digits 1, 2, ... (the digit at position p is p % 10).
 std::string countingText(uint64_t digits) {

@@ -8,17 +8,13 @@
 #include "arith/numbers/bigfloat.h"
 #include "arith/number_oracle.h"
 #include "memory/heap.h"
+#include "support/test_arena.h"
 
 namespace {
 
-class LinearOps : public ::testing::Test {
- protected:
-  Heap heap;
-  void SetUp() override { heapInit(nullptr, &heap, 8 << 20); }
-  void TearDown() override {
-    EXPECT_EQ(heap.activeBlocks, 0u) << "blocks left alive";
-    heapDestroy(&heap);
-  }
+struct LinearOps : ::testing::Test {
+  TestArena arena{8 << 20};
+  Heap& heap = arena.heap;
 };
 
 void expectCanonicalZero(const BigFloat& x) {
