@@ -124,32 +124,6 @@ TEST(ESeries, LeavesAndRangesAgreeWithGmp) {
   releaseFftTables();
 }
 
-TEST(ECompute, EveryFormulaIsGoodToTheGuardWords) {
-  buildFftTables(3000);
-  TestArena arena(64 << 20);
-  Heap* heap = &arena.heap;
-  for (uint64_t words : {1ull, 2ull, 5ull, 64ull, 333ull, 2049ull}) {
-    BigFloat plus, minus, first, second;
-    computeEExpOne(heap, &plus, words, 0, computeModeRamOnly, 0);
-    computeEExpMinusOne(heap, &minus, words, 1, computeModeRamOnly, 0);
-    computeEVerify(heap, &first, &second, words, 0, computeModeRamOnly, 0);
-    mpfr_t e;
-    mpfr_init2(e, mpfr_prec_t(32 * words + 256));
-    mpfr_set_ui(e, 1, MPFR_RNDN);
-    mpfr_exp(e, e, MPFR_RNDN);
-    for (BigFloat* x : {&plus, &minus, &first, &second}) {
-      ASSERT_EQ(x->exponent + int64_t(x->mantissa.length), 1) << words;
-      // Good to the caller's words: the two guard words absorb the error.
-      EXPECT_LT(series_check::errorBits(*x, e), -32 * long(words)) << words;
-    }
-    EXPECT_EQ(second.mantissa.length, plus.mantissa.length);
-    EXPECT_EQ(0, memcmp(second.mantissa.words, plus.mantissa.words, 4 * plus.mantissa.length));
-    mpfr_clear(e);
-    for (BigFloat* x : {&second, &first, &minus, &plus}) bigFloatDestroy(x);
-  }
-  releaseFftTables();
-}
-
 // The compute step alone: on one thread its arena peak against the series
 // figure, at sizes spread over the transform rows below the hybrid range;
 // on threads, where the high-water mark is set by where the halves' heaps

@@ -40,45 +40,6 @@ void scaledValue(const BigFloat& x, int64_t shift, mpz_t z) {
 
 }  // namespace
 
-// The binary hash is the value modulo p, also continued from a partial
-// hash; the decimal hash of the value's radix-10^9 words equals it.
-TEST(ConversionHash, BothHashesAreTheValueModuloP) {
-  Random random = testRandom();
-  Number p, r, value, billions;
-  mpz_set_ui(p.z, mod61Prime);
-  for (int round = 0; round < 60; ++round) {
-    const uint64_t n = random.logUniform(1, 3000);
-    std::vector<uint32_t> words = operand(random, randomKind(random), n);
-    toMpz(value.z, words.data(), n);
-    mpz_mod(r.z, value.z, p.z);
-    const uint64_t hash = hashBinaryWords(0, words.data(), n);
-    ASSERT_EQ(hash, mpz_get_ui(r.z)) << "n = " << n;
-    const uint64_t split = random.below(n + 1);
-    ASSERT_EQ(hashBinaryWords(hashBinaryWords(0, words.data() + split, n - split), words.data(), split), hash);
-    std::vector<uint32_t> decimal;
-    for (mpz_set(billions.z, value.z); mpz_sgn(billions.z) != 0;)
-      decimal.push_back(uint32_t(mpz_tdiv_q_ui(billions.z, billions.z, billion)));
-    ASSERT_EQ(hashDecimalWords(0, decimal.data(), decimal.size()), hash) << "n = " << n;
-  }
-  EXPECT_EQ(hashBinaryWords(0, nullptr, 0), 0u);
-}
-
-// Up to 13 words the table is empty; from 14 on, c is 8 .. 15 radix words
-// and c * 2^levels covers the number's radix words.
-TEST(ConversionTable, SizingCoversTheNumberWithABaseBelowSixteen) {
-  Random random = testRandom();
-  for (int i = 0; i < 2000; ++i) {
-    const uint64_t length = i < 20 ? uint64_t(i) : random.logUniform(14, uint64_t(1) << 34);
-    uint64_t c = 0;
-    uint32_t levels = 0;
-    baseConversionTableSize(length, &c, &levels);
-    ASSERT_EQ(levels == 0, length <= 13) << length;
-    ASSERT_LE(c, 15u) << length;
-    if (levels > 0) ASSERT_GE(c, 8u) << length;
-    ASSERT_GE(double(c << levels), double(length) * 1.0703288734719) << length;
-  }
-}
-
 // 10^(9n) exact, with its whole zero words in the exponent; truncated to a
 // precision, good to it from below; and 10^(-9n) to a precision.
 TEST(PowerOfBillion, ExactAndTruncatedPowersAndReciprocals) {

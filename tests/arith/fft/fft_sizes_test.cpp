@@ -12,23 +12,6 @@
 
 namespace {
 
-TEST(HybridSearch, PicksAValidPairThatHoldsTheProduct) {
-  uint32_t k = 0;
-  uint32_t m = 0;
-  // 120 words: k = 6, m = 28 (384 words of capacity) is the cheapest.
-  ASSERT_EQ(hybridSearch(120, &k, &m), 0u);
-  EXPECT_EQ(k, 6u);
-  EXPECT_EQ(m, 28u);
-  EXPECT_EQ(hybridCapacity(6, 28), 384u);
-  testbridge::Random random = testbridge::testRandom();
-  for (int i = 0; i < 300; i++) {
-    uint64_t n = i < 23 ? hybridCapacity(9 + i, 1) + (i & 1) : random.logUniform(1, hybridProductWordsLimit);
-    ASSERT_EQ(hybridSearch(n, &k, &m), 0u) << n;
-    EXPECT_GE(hybridCapacity(k, m), n);
-    EXPECT_LT(elementSizeRowExact(((uint64_t(m) << k) / 128) * 32), elementSizeRowCount) << n;
-  }
-}
-
 TEST(HybridParams, RefusesPastTheLimitWithoutTheTables) {
   // The direct transform past its last row: refused.
   const uint64_t last = FftSizeTable[fftSizeRowCount - 1].capacity;
