@@ -106,31 +106,6 @@ TEST(RaidFile, NamesAndUnevenStripesOverFourPaths) {
   heapDestroy(&heap);
 }
 
-// No path list (or an empty one) means the current directory, with no
-// separator in front of the name; an empty array makes empty files.
-TEST(RaidFile, NoPathListMeansTheCurrentDirectory) {
-  SwapFolders folders({});
-  char previous[4096];
-  ASSERT_NE(getcwd(previous, sizeof previous), nullptr);
-  ASSERT_EQ(chdir(folders.root.c_str()), 0);
-  PathList empty = {0, nullptr};
-  for (const PathList* paths : {static_cast<const PathList*>(nullptr), static_cast<const PathList*>(&empty)}) {
-    for (uint64_t total : {10, 0}) {
-      RaidFile file;
-      raidFileCreate(nullptr, &file, paths, 0, total);
-      EXPECT_EQ(file.fileCount, 1u);
-      EXPECT_STREQ(file.files[0].path, file.name);
-      EXPECT_EQ(sizeOnDisk(folders.root + "/" + file.name), 4 * total);
-      uint64_t pieces = raidFilePieceCount();
-      raidFileRead(&file, nullptr, 0);
-      EXPECT_EQ(raidFilePieceCount(), pieces);
-      raidFileDelete(&file);
-    }
-  }
-  EXPECT_TRUE(listFolder(folders.root).empty());
-  ASSERT_EQ(chdir(previous), 0);
-}
-
 // Transfers are cut into pieces (no empty last piece for an exact multiple);
 // a thread that cannot be created runs its part inline.
 TEST(RaidFile, TransfersAreCutIntoPiecesAndRunWithoutThreads) {

@@ -48,26 +48,6 @@ const HybridParamRow multiplyRows[] = {{120, 3, 512},       {176, 4, 192},      
 const HybridParamTable squareTable = {squareRows, 9};
 const HybridParamTable multiplyTable = {multiplyRows, 8};
 
-// Quoted rows are found; past the products' last row the squares' rows serve,
-// then the search (k = 0 below).
-TEST(HybridParams, QuotedRowsAreFoundThenTheSearchServes) {
-  const struct {
-    bool product;
-    uint64_t n;
-    uint32_t k, m;
-  } cases[] = {{false, 120, 3, 512},     {false, 121, 3, 640},       {false, 1375745, 13, 80},
-               {true, 177, 4, 21504},    {true, 600000000, 17, 9},   {true, 603848705, 0, 0}};
-  for (const auto& c : cases) {
-    uint32_t k = 0, m = 0, sk = c.k, sm = c.m;
-    if (c.k == 0) ASSERT_EQ(hybridSearch(c.n, &sk, &sm), 0u);
-    ASSERT_EQ(c.product ? hybridMultiplyParamsWith(multiplyTable, squareTable, c.n, &k, &m)
-                        : hybridSquareParamsWith(squareTable, c.n, &k, &m),
-              0u);
-    EXPECT_EQ(k, sk) << c.n;
-    EXPECT_EQ(m, sm) << c.n;
-  }
-}
-
 TEST(ProductBytesDeath, PastTheTablesIsFatal) {
   EXPECT_EXIT((consoleToStandardError(), fftProductBytes(24159191040ull / 64 + 1)),
               ::testing::ExitedWithCode(1), "Maximum FFT size Exceeded\\.");

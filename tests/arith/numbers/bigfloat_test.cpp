@@ -237,25 +237,6 @@ TEST_F(LinearOps, BigIntShiftsAndDrops) {
   EXPECT_EQ(heap.activeBlocks, 0u);
 }
 
-// f == length gives the canonical zero; f > length stays negative.
-TEST_F(LinearOps, TruncateToInteger) {
-  BigFloat x;
-  const struct {
-    int64_t exponent;
-    std::vector<uint32_t> kept;
-    uint32_t positive;
-  } cases[] = {{0, {1, 2, 3}, 0}, {-2, {3}, 0}, {-3, {}, 1}, {-4, {}, 0}};
-  for (const auto& c : cases) {
-    makeBigFloat(&heap, &x, {1, 2, 3}, c.exponent, false);
-    bigFloatTruncateToInteger(&heap, &x);
-    EXPECT_EQ(bigIntWords(x.mantissa), c.kept) << c.exponent;
-    EXPECT_EQ(x.positive, c.positive) << c.exponent;
-    EXPECT_EQ(x.exponent, 0);
-    if (!c.kept.empty()) EXPECT_EQ(x.mantissa.capacity, c.kept.size() + 2);
-    bigFloatDestroy(&x);
-  }
-}
-
 TEST_F(LinearOps, DoubleConversions) {
   BigFloat x;
   int64_t position = 99;
