@@ -173,3 +173,33 @@ TEST(ConstantRuns, FilesHoldMpfrsDigitsAndTheFigureCoversThePeak) {
   }
   printf("figure over peak from %.3f to %.3f\n", lowest, worst);
 }
+
+// The roots' figure knows only the word count and must hold its widest run
+// (most digits, five integer digits), which near a transform row's edge
+// takes the next row: a drawn run must fit, closeness is measured on the
+// widest run of its word count (1.08; up to 1.31 against narrower runs).
+TEST(ConstantRuns, RootFigureCoversDrawnSizesAndTheWidestRunOfTheirWordCount) {
+  testbridge::Random random = testbridge::testRandom();
+  for (int i = 0; i < 4; i++) {
+    const uint64_t digits = random.logUniform(20000, 300000);
+    const uint32_t threadPower = uint32_t(random.below(3));
+    SCOPED_TRACE("drawn size " + std::to_string(digits) + ", threadPower " +
+                 std::to_string(threadPower));
+    const uint32_t n = uint32_t(random.between(2, 1000)) * 2 + 1;
+    constant_test::ConstantRun drawn(constantSqrtN, 0, n, digits, threadPower, ram);
+    drawn.run();
+    EXPECT_GE(drawn.settings.memoryNeeded, drawn.peakBytes());
+    ComputeSettings next{};
+    uint64_t widest = digits;
+    for (setDecimalDigits(&next, widest + 1); next.wordCount == drawn.settings.wordCount;
+         setDecimalDigits(&next, widest + 1)) {
+      widest++;
+    }
+    constant_test::ConstantRun wide(constantSqrtN, 0, 4294967291u, widest, threadPower, ram);
+    wide.run();
+    ASSERT_EQ(wide.settings.wordCount, drawn.settings.wordCount);
+    const double ratio = double(wide.settings.memoryNeeded) / double(wide.peakBytes());
+    EXPECT_GE(ratio, 1.0);
+    EXPECT_LE(ratio, widest < 90000 ? 1.25 : 2.3);
+  }
+}

@@ -1,6 +1,4 @@
-// e: the iterative leaves and the sums of its three series against GMP, the
-// values of the compute steps against MPFR, and the compute step's memory
-// against the series figure.
+// e: the iterative leaves and the sums of its three series against GMP.
 #include "constants/e.h"
 
 #include <gmp.h>
@@ -57,19 +55,6 @@ using series_check::numberIs;
   return result;
 }
 
-// The compute step of an algorithm alone, into x.
-void computeStep(Heap* heap, uint32_t algorithm, BigFloat* x, uint64_t words, uint32_t threads) {
-  if (algorithm == eComputeVerify) {
-    BigFloat y;
-    computeEVerify(heap, x, &y, words, threads, computeModeRamOnly, 0);
-    bigFloatDestroy(&y);
-  } else if (algorithm == eExpMinusOne) {
-    computeEExpMinusOne(heap, x, words, threads, computeModeRamOnly, 0);
-  } else {
-    computeEExpOne(heap, x, words, threads, computeModeRamOnly, 0);
-  }
-}
-
 const uint32_t allAlgorithms[] = {eExpOne, eExpMinusOne, eComputeVerify};
 
 }  // namespace
@@ -124,43 +109,3 @@ TEST(ESeries, LeavesAndRangesAgreeWithGmp) {
   releaseFftTables();
 }
 
-// The compute step alone: on one thread its arena peak against the series
-// figure, at sizes spread over the transform rows below the hybrid range;
-// on threads, where the high-water mark is set by where the halves' heaps
-// lie and not by use, it fits an arena of the series figure and not a byte
-// more.
-TEST(EMemory, ComputeStepFitsTheSeriesFigureClosely) {
-  const uint32_t saved = globalThreadPower;
-  for (uint32_t algorithm : allAlgorithms) {
-    for (uint64_t words = 1000; words < 12600; words += 277) {
-      buildFftTables(words + 100);
-      const uint64_t estimate = eSeriesPeak(algorithm, words, 0);
-      Heap heap;
-      heapInit(nullptr, &heap, estimate + 1048576);
-      BigFloat x;
-      computeStep(&heap, algorithm, &x, words, 0);
-      bigFloatDestroy(&x);
-      const double ratio = double(estimate) / double(heap.peakUsed - heap.base);
-      heapDestroy(&heap);
-      releaseFftTables();
-      EXPECT_GE(ratio, 1.0) << "algorithm " << algorithm << " words " << words;
-      EXPECT_LE(ratio, 1.25) << "algorithm " << algorithm << " words " << words;
-    }
-    for (uint32_t threads : {1u, 2u, 3u}) {
-      globalThreadPower = threads;
-      for (uint64_t words : {1500ull, 6007ull, 12001ull}) {
-        buildFftTables(words + 100);
-        Heap heap;
-        heapInit(nullptr, &heap, eSeriesPeak(algorithm, words, threads));
-        BigFloat x;
-        computeStep(&heap, algorithm, &x, words, threads);
-        EXPECT_EQ(x.exponent + int64_t(x.mantissa.length), 1);
-        bigFloatDestroy(&x);
-        EXPECT_EQ(heap.activeBlocks, 0u);
-        heapDestroy(&heap);
-        releaseFftTables();
-      }
-    }
-    globalThreadPower = saved;
-  }
-}

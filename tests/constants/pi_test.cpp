@@ -112,28 +112,3 @@ TEST(PiTermsDeathTest, IndicesOutsideAFormAreRefused) {
   EXPECT_DEATH((consoleToStandardError(), ramanujanTerm64(piTermLimit64 + 1, &term)), message);
 }
 
-TEST(PiSeries, SizeEstimatesFollowTheProducts) {
-  for (uint32_t algorithm : {piChudnovsky, piRamanujan}) {
-    const SeriesKind* kind = piSeriesKind(algorithm);
-    for (uint64_t n : {200ull, 3000ull}) {
-      // Words of Q(0, n) and P(0, n) by GMP.
-      Number p, q, r, tp, tq;
-      mpz_set_ui(tp.z, 1);
-      mpz_set_ui(tq.z, 1);
-      for (uint64_t k = 1; k <= n; k++) {
-        oracleTerm(algorithm, k, p.z, q.z, r.z);
-        mpz_mul(tp.z, tp.z, p.z);
-        mpz_mul(tq.z, tq.z, q.z);
-      }
-      const double qWords = double(mpz_sizeinbase(tq.z, 2)) / 32.0;
-      const double pWords = double(mpz_sizeinbase(tp.z, 2)) / 32.0;
-      // Stirling is close for Q; P's figure is a bound for memory: never
-      // below, at most a little above.
-      const double sq = double(kind->sizeWords((long double)n));
-      const double sp = double(kind->sizePWords((long double)n));
-      EXPECT_NEAR(sq, qWords, 0.002 * qWords + 1) << algorithm << " n " << n;
-      EXPECT_GE(sp, pWords - 1) << algorithm << " n " << n;
-      EXPECT_LE(sp, 1.02 * pWords + 2) << algorithm << " n " << n;
-    }
-  }
-}
