@@ -410,6 +410,7 @@ TEST(PathMenus, SwapDisksListAndTheCountThatKeepsGrowing) {
   run(menuSwapDisks, &s, "0\n");
   EXPECT_EQ(s.swapPaths, nullptr);
   EXPECT_EQ(paths(), "3");
+  run(menuSwapDisks, &s, "1\n/disk/d\n");  // a list left for the release to free
 }
 
 TEST(ModeMenu, SwapOfferedFromFiveMillionWords) {
