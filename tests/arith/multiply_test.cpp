@@ -15,6 +15,7 @@
 #include "memory/heap.h"
 #include "platform/console.h"
 #include "support/death_console.h"
+#include "support/test_arena.h"
 
 using productcheck::matches;
 
@@ -22,11 +23,11 @@ namespace {
 
 class FrontEnds : public ::testing::Test {
  protected:
-  Heap heap;
+  TestArena arena{32 << 20};
+  Heap& heap = arena.heap;
   std::string output;
   uint64_t savedErrorCount = 0;
   void SetUp() override {
-    heapInit(nullptr, &heap, 32 << 20);
     savedErrorCount = errorCount;
     errorCount = 0;
     consoleCaptureTo(&output);
@@ -35,8 +36,6 @@ class FrontEnds : public ::testing::Test {
     multiplyInjectFaults(0);
     consoleCaptureTo(nullptr);
     errorCount = savedErrorCount;
-    EXPECT_EQ(heap.activeBlocks, 0u) << "blocks left alive";
-    heapDestroy(&heap);
   }
 };
 
@@ -127,26 +126,9 @@ TEST_F(FrontEnds, EmptyResultsCallNoWorker) {
   for (BigInt* x : {&out, &a, &b}) bigIntDestroy(x);
 }
 
-// The method only moves up with length and threads, each within its range; the
-// disk path takes paged-out hybrid-range operands at most four times apart.
-TEST(MethodChoice, OrderedByLengthAndThreadsAndDiskPath) {
-  for (uint32_t t : {0u, 1u, 3u}) {
-    for (bool square : {true, false}) {
-      MultiplyMethod last = MultiplyRecursive;
-      for (uint64_t n : productcheck::tuningEdges(1, 2 * hybridSquareThreshold)) {
-        const MultiplyMethod method = square ? chooseSquareMethod(n, t) : chooseMultiplyMethod(n, t);
-        const MultiplyMethod unthreaded = square ? chooseSquareMethod(n, 0) : chooseMultiplyMethod(n, 0);
-        EXPECT_GE(method, last) << n;
-        EXPECT_GE(method, unthreaded) << n << " threads 2^" << t;
-        if (method == MultiplyFft) EXPECT_LT(n, hybridSquareThreshold) << n;
-        if (method == MultiplyRecursive)
-          EXPECT_LT(n, square ? fftSquareThreshold : fftMultiplyThreshold) << n;
-        last = method;
-      }
-      EXPECT_EQ(last, MultiplyHybrid);
-      EXPECT_EQ(square ? chooseSquareMethod(1, t) : chooseMultiplyMethod(1, t), MultiplyRecursive);
-    }
-  }
+// The disk path takes paged-out operands from its own threshold, at most four
+// times apart; a number in memory never takes it.
+TEST(MethodChoice, DiskPathEdges) {
   BigInt a{diskProductThreshold, nullptr, 0, nullptr}, b{4 * diskProductThreshold, nullptr, 0, nullptr};
   EXPECT_TRUE(squareWantsDiskPath(a));
   EXPECT_TRUE(multiplyWantsDiskPath(a, b));
@@ -269,66 +251,6 @@ TEST_F(FrontEnds, FatalRetryBranches) {
         ::testing::ExitedWithCode(1), c.message);
   }
   for (BigInt* v : {&a, &b}) bigIntDestroy(v);
-}
-
-TEST_F(FrontEnds, MultiplyWordArrays) {
-  OperandSource source = testOperands(0);
-  const productcheck::Entry entry = [&](const uint32_t* a, uint64_t la, const uint32_t* b,
-                                        uint64_t lb, uint32_t* out, uint64_t, uint32_t*) {
-    const uint64_t length = multiplyWordArrays(&heap, a, la, b, lb, out, 0);
-    uint64_t expected = la + lb;
-    while (expected > 0 && out[expected - 1] == 0) expected--;
-    EXPECT_EQ(length, expected);
-    return uint64_t(0);
-  };
-  for (int round = 0; round < 40; round++) {
-    const uint64_t la = source.length(700), lb = source.length(700);
-    auto a = source.anyWords(la), b = source.anyWords(lb);
-    if (round % 5 == 0) a[la - 1] = 1, b[lb - 1] = 1;  // a short product
-    EXPECT_TRUE(matches(entry, a, &b));
-  }
-}
-
-// A wrapper's result: chop to p + 3 words, sign, exponent and the words.
-void checkFloatProduct(const BigFloat& x, const BigFloat& y, const BigFloat& out, uint64_t p) {
-  const uint64_t lx = x.mantissa.length, ly = y.mantissa.length;
-  const uint64_t chop = lx + ly > p + 3 ? lx + ly - (p + 3) : 0;
-  EXPECT_EQ(out.positive, x.positive == y.positive ? 1u : 0u);
-  EXPECT_EQ(out.exponent, x.exponent + y.exponent + int64_t(chop));
-  expectShape(out.mantissa, lx + ly - chop);
-  std::vector<uint32_t> got(lx + ly - chop, 0);
-  std::copy(out.mantissa.words, out.mantissa.words + out.mantissa.length, got.begin());
-  EXPECT_TRUE(productcheck::windowMatches(bigIntWords(x.mantissa), bigIntWords(y.mantissa), chop,
-                                          got.data()));
-}
-
-TEST_F(FrontEnds, FloatWrappersAgreeWithGmp) {
-  OperandSource source = testOperands(0);
-  auto copyOf = [&](BigFloat& x, BigFloat* copy) {
-    copy->positive = x.positive;
-    copy->exponent = x.exponent;
-    bigIntCopy(&heap, &x.mantissa, &copy->mantissa);
-  };
-  for (int round = 0; round < 200; round++) {
-    SCOPED_TRACE(testing::Message() << "round " << round);
-    BigFloat x, y, out;
-    for (BigFloat* f : {&x, &y})
-      makeBigFloat(&heap, f, source.anyWords(source.length(300)), int64_t(source.below(41)) - 20,
-                   source.below(2) == 0);
-    BigFloat positiveX = x;
-    positiveX.positive = 1;
-    const uint64_t p = source.below(4) == 0 ? source.below(6) : source.below(500);
-    for (int form = 0; form < 4; form++) {
-      if (form >= 2) copyOf(x, &out);
-      if (form == 0) bigFloatMultiplyInto(&heap, &x, &y, &out, p, 0);
-      if (form == 1) bigFloatSquareInto(&heap, &x, &out, p, 0);
-      if (form == 2) bigFloatMultiplyInPlace(&heap, &out, &y, p, 0);
-      if (form == 3) bigFloatSquareInPlace(&heap, &out, p, 0);
-      checkFloatProduct(form % 2 ? positiveX : x, form % 2 ? positiveX : y, out, p);
-      bigFloatDestroy(&out);
-    }
-    for (BigFloat* f : {&x, &y}) bigFloatDestroy(f);
-  }
 }
 
 // In place: a zero y empties the mantissa (sign, exponent computed), a zero x

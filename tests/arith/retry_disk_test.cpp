@@ -15,6 +15,7 @@
 #include "memory/raidfile.h"
 #include "platform/console.h"
 #include "support/run_program.h"
+#include "support/test_arena.h"
 
 TEST(RetryDiskPath, DoublingAndHalvingReachTheDiskCopy) {
   std::string folder = makeTempFolder();
@@ -22,8 +23,8 @@ TEST(RetryDiskPath, DoublingAndHalvingReachTheDiskCopy) {
   PathList paths{1, &pathText};
   PathList* savedGlobal = globalSwapPaths;
   globalSwapPaths = &paths;
-  Heap heap;
-  heapInit(nullptr, &heap, 1 << 20);
+  TestArena arena(1 << 20);
+  Heap& heap = arena.heap;
   OperandSource source = testOperands(7);
   std::vector<uint32_t> words = source.anyWords(300);
   words.back() |= 0x80000000u;  // doubling lengthens the number
@@ -46,8 +47,6 @@ TEST(RetryDiskPath, DoublingAndHalvingReachTheDiskCopy) {
   bigIntLoad(&heap, &x, 1);
   EXPECT_EQ(bigIntWords(x), words);
   bigIntDestroy(&x);
-  EXPECT_EQ(heap.activeBlocks, 0u);
-  heapDestroy(&heap);
   globalSwapPaths = savedGlobal;
   EXPECT_TRUE(listFolder(folder).empty()) << "swap files left behind";
   removeTree(folder);
@@ -65,8 +64,8 @@ TEST(RetryDiskPath, ThirdAttemptOfPagedOperands) {
   const uint64_t savedErrors = errorCount;
   std::string output;
   consoleCaptureTo(&output);
-  Heap heap;
-  heapInit(nullptr, &heap, 64 << 20);
+  TestArena arena(64 << 20);
+  Heap& heap = arena.heap;
   OperandSource source = testOperands(11);
   const std::vector<uint32_t> aWords = source.anyWords(diskProductThreshold + 5);
   const std::vector<uint32_t> bWords = source.anyWords(diskProductThreshold + 9);
@@ -103,8 +102,6 @@ TEST(RetryDiskPath, ThirdAttemptOfPagedOperands) {
   }
   bigIntDestroy(&b);
   bigIntDestroy(&a);
-  EXPECT_EQ(heap.activeBlocks, 0u);
-  heapDestroy(&heap);
   consoleCaptureTo(nullptr);
   errorCount = savedErrors;
   globalSwapPaths = savedGlobal;

@@ -1,19 +1,15 @@
-// Log(2) and Log(10): the ArcCoth leaf in both widths against GMP, ArcCoth
-// values against MPFR, whole runs of the entry against MPFR's digits (every
-// algorithm, one and two threads, Ram Only and Basic Swap), and the memory
-// estimate against the arena's measured peak.
+// Log(2) and Log(10): the ArcCoth leaf in both widths against GMP, and
+// ArcCoth values against MPFR.
 #include "constants/log.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <string>
 
-#include "constant_run.h"
+#include "constants/compute_settings.h"
 #include "constants/series.h"
+#include "memory/heap.h"
 #include "series_check.h"
-#include "shell/estimate.h"
-#include "shell/estimate_logs.h"
+#include "support/test_arena.h"
 
 namespace {
 
@@ -31,33 +27,12 @@ series_check::TermFunction arcCothTerm(uint32_t x) {
   };
 }
 
-void setLog(mpfr_t v, uint32_t constantId) {
-  mpfr_set_ui(v, constantId == constantLog10 ? 10 : 2, MPFR_RNDN);
-  mpfr_log(v, v, MPFR_RNDZ);
-}
-
-std::string logText(uint32_t constantId, uint64_t digits, int base) {
-  return series_check::mpfrText([constantId](mpfr_t v) { setLog(v, constantId); }, digits, base);
-}
-
-uint64_t logEstimate(const ComputeSettings* s) {
-  return std::max(logSeriesPeak(s->constantId, s->algorithm, s->wordCount, s->threadPower),
-                  estimateConversion(s->wordCount, s->threadPower));
-}
-
-struct LogRun : constant_test::ConstantRun {
-  LogRun(uint32_t id, uint32_t algorithm, uint64_t digits, uint32_t threads, uint32_t mode)
-      : ConstantRun(id, algorithm, 0, digits, threads, mode, logEstimate) {
-    run(computeLog);
-  }
-};
-
 }  // namespace
 
 TEST(ArcCoth, LeafInBothWidthsAgreesWithGmp) {
   testbridge::Random random = testbridge::testRandom();
-  Heap heap;
-  heapInit(nullptr, &heap, 1 << 20);
+  TestArena arena(1 << 20);
+  Heap& heap = arena.heap;
   std::vector<uint64_t> starts = {0, 1, 2, arcCothLimit32 - 9, arcCothLimit32 - 3,
                                   arcCothLimit32, uint64_t(1) << 40};
   for (int i = 0; i < 12; i++) starts.push_back(random.logUniform(1, uint64_t(1) << 50));
@@ -80,15 +55,13 @@ TEST(ArcCoth, LeafInBothWidthsAgreesWithGmp) {
     EXPECT_FALSE(kind->leaf(&heap, kind, 3, 4 + arcCothLeafTerms, &record, 0));
   }
   EXPECT_EQ(arcCothSeriesKind(7), nullptr);
-  EXPECT_EQ(heap.activeBlocks, 0u);
-  heapDestroy(&heap);
 }
 
 TEST(ArcCoth, ValuesAgreeWithMpfrAtSmallAndPlannedSizes) {
   // From a few words, where 8749's series has under 100 terms and skips the
   // plan, to sizes with several blocks; one and two threads.
-  Heap heap;
-  heapInit(nullptr, &heap, 64 << 20);
+  TestArena arena(64 << 20);
+  Heap& heap = arena.heap;
   for (uint64_t words : {3ull, 40ull, 301ull, 4099ull}) {
     for (uint32_t x : allX) {
       BigFloat value;
@@ -104,45 +77,4 @@ TEST(ArcCoth, ValuesAgreeWithMpfrAtSmallAndPlannedSizes) {
     }
   }
   EXPECT_LT(termsForWords(40, arcCothSeriesKind(8749)), 100u);
-  EXPECT_EQ(heap.activeBlocks, 0u);
-  heapDestroy(&heap);
-}
-
-TEST(LogRuns, EveryAlgorithmOnOneAndTwoThreadsWritesMpfrsDigits) {
-  for (uint32_t id : {constantLog2, constantLog10}) {
-    for (uint64_t digits : {1000ull, 23457ull}) {
-      const std::string decimal = logText(id, digits, 10);
-      const std::string hex = logText(id, uint64_t(double(digits) * 0.8304820237218407) + 1, 16);
-      for (uint32_t algorithm : {0u, 1u, 2u}) {
-        for (uint32_t threads : {0u, 1u}) {
-          LogRun run(id, algorithm, digits, threads, computeModeRamOnly);
-          SCOPED_TRACE("constant " + std::to_string(id) + " algorithm " +
-                       std::to_string(algorithm) + " threads " + std::to_string(threads));
-          EXPECT_EQ(run.text(10), decimal);
-          EXPECT_EQ(run.text(16), hex);
-          if (algorithm == 2) {
-            EXPECT_EQ(run.text(10, 1), decimal);
-            EXPECT_EQ(run.text(16, 1), hex);
-            EXPECT_NE(run.console.find("Compute + Verify:  "), std::string::npos);
-          }
-          EXPECT_NE(run.console.find("ArcCoth( 4801 ):  "), std::string::npos);
-        }
-      }
-    }
-  }
-}
-
-TEST(LogRuns, BasicSwapWritesTheSameDigits) {
-  for (uint32_t id : {constantLog2, constantLog10}) {
-    for (uint32_t algorithm : {0u, 2u}) {
-      if ((id == constantLog2) != (algorithm == 2)) continue;
-      const uint64_t digits = 20001;
-      LogRun run(id, algorithm, digits, 1, computeModeBasicSwap);
-      EXPECT_EQ(run.text(10), logText(id, digits, 10));
-      EXPECT_EQ(run.text(16), logText(id, run.settings.hexDigits, 16));
-      if (algorithm == 2) {
-        EXPECT_EQ(run.text(10, 1), run.text(10));
-      }
-    }
-  }
 }

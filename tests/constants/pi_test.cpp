@@ -1,22 +1,14 @@
-// Pi: the terms of both series against GMP, the size estimates against the
-// true sizes of the products, and a table of whole runs of the entry: MPFR's
-// digits in both radixes, the memory estimate against the arena's measured
-// peak, the console lines of the finish.
+// Pi: the terms of both series against GMP, and the size estimates against
+// the true sizes of the products.
 #include "constants/pi.h"
 
 #include <gmp.h>
 #include <gtest/gtest.h>
-#include <mpfr.h>
 
-#include <algorithm>
-#include <map>
 #include <string>
 #include <vector>
 
-#include "constant_run.h"
 #include "constants/series.h"
-#include "shell/estimate.h"
-#include "shell/estimate_pi.h"
 #include "support/death_console.h"
 #include "support/gmp_bridge.h"
 
@@ -73,25 +65,6 @@ void oracleTerm(uint32_t algorithm, uint64_t k, mpz_t p, mpz_t q, mpz_t r) {
   return ::testing::AssertionSuccess();
 }
 
-void setPi(mpfr_t x, uint32_t) { mpfr_const_pi(x, MPFR_RNDZ); }
-
-// Pi as the writers lay it out, one evaluation per size and radix.
-const std::string& mpfrPiText(uint64_t digits, int base) {
-  static std::map<std::pair<uint64_t, int>, std::string> texts;
-  auto [at, fresh] = texts.try_emplace({digits, base});
-  if (fresh) at->second = constant_test::mpfrText(setPi, 0, digits, base);
-  return at->second;
-}
-
-// The driver's figure for a Ram Only run: the larger of the series peak and
-// the conversion (the rule of the series constants).
-uint64_t piEstimate(const ComputeSettings* s) {
-  uint64_t memory = 0, disk = 0;
-  estimatePi(s->wordCount, s->threadPower, s->algorithm, computeModeRamOnly, &memory, &disk);
-  return std::max({memory, piSeriesPeak(s->algorithm, s->wordCount, s->threadPower),
-                   estimateConversion(s->wordCount, s->threadPower)});
-}
-
 }  // namespace
 
 TEST(PiTerms, BothFormsAgreeWithGmpAcrossTheirRanges) {
@@ -139,79 +112,3 @@ TEST(PiTermsDeathTest, IndicesOutsideAFormAreRefused) {
   EXPECT_DEATH((consoleToStandardError(), ramanujanTerm64(piTermLimit64 + 1, &term)), message);
 }
 
-TEST(PiSeries, SizeEstimatesFollowTheProducts) {
-  for (uint32_t algorithm : {piChudnovsky, piRamanujan}) {
-    const SeriesKind* kind = piSeriesKind(algorithm);
-    for (uint64_t n : {200ull, 3000ull}) {
-      // Words of Q(0, n) and P(0, n) by GMP.
-      Number p, q, r, tp, tq;
-      mpz_set_ui(tp.z, 1);
-      mpz_set_ui(tq.z, 1);
-      for (uint64_t k = 1; k <= n; k++) {
-        oracleTerm(algorithm, k, p.z, q.z, r.z);
-        mpz_mul(tp.z, tp.z, p.z);
-        mpz_mul(tq.z, tq.z, q.z);
-      }
-      const double qWords = double(mpz_sizeinbase(tq.z, 2)) / 32.0;
-      const double pWords = double(mpz_sizeinbase(tp.z, 2)) / 32.0;
-      // Stirling is close for Q; P's figure is a bound for memory: never
-      // below, at most a little above.
-      const double sq = double(kind->sizeWords((long double)n));
-      const double sp = double(kind->sizePWords((long double)n));
-      EXPECT_NEAR(sq, qWords, 0.002 * qWords + 1) << algorithm << " n " << n;
-      EXPECT_GE(sp, pWords - 1) << algorithm << " n " << n;
-      EXPECT_LE(sp, 1.02 * pWords + 2) << algorithm << " n " << n;
-    }
-  }
-}
-
-// Each run of the entry writes MPFR's digits in both radixes. On one thread
-// in Ram Only the arena's measured peak (the whole entry, conversion and
-// writing included) is under the driver's figure and within a quarter of it
-// from 20000 digits, below the hybrid range; threaded and swapped runs fit
-// the arena of that figure. 1001 digits: N under 100 for Chudnovsky (serial
-// summation, no plan).
-TEST(PiCompute, RunsOfBothAlgorithmsAgainstMpfrAndTheirMemory) {
-  struct Case { uint32_t algorithm; uint64_t digits; uint32_t threadPower, mode; };
-  std::vector<Case> cases = {{piChudnovsky, 1001, 0, computeModeRamOnly},
-                             {piRamanujan, 1001, 1, computeModeRamOnly},
-                             {piChudnovsky, 100001, 1, computeModeRamOnly},
-                             {piRamanujan, 100001, 1, computeModeRamOnly},
-                             {piChudnovsky, 30000, 1, computeModeBasicSwap},
-                             {piRamanujan, 30000, 1, computeModeBasicSwap}};
-  for (uint32_t algorithm : {piChudnovsky, piRamanujan}) {
-    for (uint64_t digits : {20000ull, 45000ull, 77777ull, 120000ull}) {
-      cases.push_back({algorithm, digits, 0, computeModeRamOnly});
-    }
-  }
-  for (const Case& c : cases) {
-    SCOPED_TRACE(::testing::Message() << "algorithm " << c.algorithm << " digits " << c.digits
-                                      << " threadPower " << c.threadPower << " mode " << c.mode);
-    constant_test::ConstantRun run(constantPi, c.algorithm, 0, c.digits, c.threadPower, c.mode,
-                                   piEstimate);
-    EXPECT_GT(run.run(computePi), 0.0);
-    EXPECT_TRUE(run.text(10) == mpfrPiText(c.digits, 10)) << "decimal digits differ from MPFR's";
-    EXPECT_TRUE(run.text(16) == mpfrPiText(run.settings.hexDigits, 16))
-        << "hexadecimal digits differ from MPFR's";
-    if (c.threadPower == 0 && c.digits >= 20000) {
-      EXPECT_LE(run.peakBytes(), run.settings.memoryNeeded) << "estimate below the peak";
-      EXPECT_LE(double(run.settings.memoryNeeded) / double(run.peakBytes()), 1.25)
-          << "estimate far above the peak";
-    }
-    if (c.algorithm != piChudnovsky || c.digits != 20000) continue;
-    // The summation's count, then the finish's lines in their order.
-    const std::string& text = run.console;
-    size_t at = 0, multiplying = std::string::npos;
-    for (const char* line : {"Summing Series:  ", "Finalizing...", "Multiplying...    ( ",
-                             "InvSqrt...\n", "Final Multiply...\n", "\nPi:  ", " seconds  ( "}) {
-      const size_t found = text.find(line, at);
-      ASSERT_NE(found, std::string::npos) << line;
-      if (line[0] == 'M') multiplying = found;
-      at = found;
-    }
-    // The digit count printed with "Multiplying...": trunc(W * 9.63...) + 1.
-    const uint64_t words = run.settings.wordCount + 2;
-    const std::string count = formatGrouped(uint64_t(double(words) * 9.632959861247397) + 1, 0);
-    EXPECT_EQ(text.compare(multiplying + 20, count.size(), count), 0);
-  }
-}

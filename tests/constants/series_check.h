@@ -1,16 +1,14 @@
-// Checks shared by the tests of the series constants: exact numbers of a
-// range from its terms with GMP, a summation number against GMP, a BigFloat
-// against an MPFR value, and a constant's digit text from MPFR in the
-// writers' layout (with "0." for values below one).
+// Checks shared by the tests of the series: exact numbers of a range from
+// its terms with GMP, a summation number against GMP, and a BigFloat against
+// an MPFR value.
 #pragma once
 
 #include <gmp.h>
 #include <gtest/gtest.h>
 #include <mpfr.h>
 
-#include <cmath>
+#include <algorithm>
 #include <functional>
-#include <string>
 
 #include "arith/numbers/bigfloat.h"
 #include "constants/series.h"
@@ -45,11 +43,15 @@ inline void setIndex(mpz_t x, uint64_t k) {
   mpz_import(x, 1, -1, 8, 0, 0, &k);
 }
 
-// A summation number (stripped, magnitude) equals |want|.
+// A summation number equals |want|: stripped of zero words at both ends,
+// nothing left below its words, its stripped words counted.
 inline ::testing::AssertionResult numberIs(const SplitNumber& n, const mpz_t want,
                                            const char* name) {
   if (n.length != 0 && (n.words[n.length - 1] == 0 || n.words[0] == 0)) {
     return ::testing::AssertionFailure() << name << " is not stripped";
+  }
+  for (const uint32_t* w = n.base; w != nullptr && w < n.words; w++) {
+    if (*w != 0) return ::testing::AssertionFailure() << name << " has words below it";
   }
   Number got, magnitude;
   testbridge::toMpz(got.z, n.words, n.length);
@@ -59,36 +61,26 @@ inline ::testing::AssertionResult numberIs(const SplitNumber& n, const mpz_t wan
   return ::testing::AssertionSuccess();
 }
 
+// x exactly, at a precision of its own.
+inline void mpfrFromFloat(mpfr_t out, const BigFloat& x) {
+  Number m;
+  testbridge::toMpz(m.z, x.mantissa.words, x.mantissa.length);
+  mpfr_set_prec(out, mpfr_prec_t(32 * x.mantissa.length + 64));
+  mpfr_set_z(out, m.z, MPFR_RNDN);
+  mpfr_mul_2si(out, out, long(32 * x.exponent), MPFR_RNDN);
+  if (!x.positive) mpfr_neg(out, out, MPFR_RNDN);
+}
+
 // log2 |x - want| (very negative when they agree; 1 for a zero x).
 inline long errorBits(const BigFloat& x, mpfr_t want) {
   mpfr_t a;
-  mpfr_init2(a, mpfr_get_prec(want) + 64);
-  Number m;
-  testbridge::toMpz(m.z, x.mantissa.words, x.mantissa.length);
-  mpfr_set_z(a, m.z, MPFR_RNDN);
-  mpfr_mul_2si(a, a, long(32 * x.exponent), MPFR_RNDN);
-  if (!x.positive) mpfr_neg(a, a, MPFR_RNDN);
+  mpfr_init(a);
+  mpfrFromFloat(a, x);
+  mpfr_prec_round(a, std::max(mpfr_get_prec(a), mpfr_get_prec(want) + 64), MPFR_RNDN);
   mpfr_sub(a, a, want, MPFR_RNDN);
   const long bits = mpfr_zero_p(a) ? -(1L << 40) : long(mpfr_get_exp(a));
   mpfr_clear(a);
   return bits;
-}
-
-// The value's text as the writers lay it out: the integer digits ("0" for a
-// value below one), "." and exactly `digits` digits after the point,
-// truncated, in base 10 or 16.
-inline std::string mpfrText(const std::function<void(mpfr_t)>& set, uint64_t digits, int base) {
-  mpfr_t x;
-  mpfr_init2(x, mpfr_prec_t(double(digits) * std::log2(double(base))) + 128);
-  set(x);
-  mpfr_exp_t point = 0;
-  char* text = mpfr_get_str(nullptr, &point, base, size_t(digits) + 20, x, MPFR_RNDZ);
-  std::string all(text);
-  mpfr_free_str(text);
-  mpfr_clear(x);
-  mpfr_free_cache();
-  if (point <= 0) return "0." + std::string(size_t(-point), '0') + all.substr(0, size_t(digits + point));
-  return all.substr(0, size_t(point)) + "." + all.substr(size_t(point), size_t(digits));
 }
 
 }  // namespace series_check

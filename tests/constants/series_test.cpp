@@ -22,8 +22,10 @@
 #include "memory/raidfile.h"
 #include "platform/console.h"
 #include "platform/threads.h"
-#include "constant_run.h"
+#include "series_check.h"
 #include "support/gmp_bridge.h"
+#include "support/run_program.h"
+#include "support/test_arena.h"
 
 namespace {
 
@@ -118,16 +120,8 @@ SeriesKind makeKind(bool alternating) {
 const SeriesKind plainKind = makeKind(false);
 const SeriesKind alternatingKind = makeKind(true);
 
-struct Arena {
-  Heap heap;
-  explicit Arena(uint64_t bytes) { heapInit(nullptr, &heap, bytes); }
-  ~Arena() {
-    EXPECT_EQ(heap.activeBlocks, 0u) << "blocks left in the arena";
-    heapDestroy(&heap);
-  }
-};
-
-using constant_test::numberIs;
+using Arena = TestArena;
+using series_check::numberIs;
 
 ::testing::AssertionResult recordIs(const SeriesKind& kind, const SplitRecord& record, uint64_t a,
                                     uint64_t b, bool withP) {
@@ -141,16 +135,6 @@ using constant_test::numberIs;
   }
   if (!result) result << " over (" << a << ", " << b << "]";
   return result;
-}
-
-// x as an MPFR number (exact).
-void mpfrFromFloat(mpfr_t out, const BigFloat& x) {
-  Number m;
-  testbridge::toMpz(m.z, x.mantissa.words, x.mantissa.length);
-  mpfr_set_prec(out, mpfr_prec_t(32 * x.mantissa.length + 64));
-  mpfr_set_z(out, m.z, MPFR_RNDN);
-  mpfr_mul_2si(out, out, long(32 * x.exponent), MPFR_RNDN);
-  if (!x.positive) mpfr_neg(out, out, MPFR_RNDN);
 }
 
 bool sameFloat(const BigFloat& x, const BigFloat& y) {
@@ -170,8 +154,8 @@ double relativeErrorBits(const SeriesKind& kind, SplitFloats* sum, uint64_t term
   mpfr_div_z(exact, exact, q.z, MPFR_RNDN);
   // The range starts at index 1: odd, so an alternating R is negative.
   if (kind.alternatingMask) mpfr_neg(exact, exact, MPFR_RNDN);
-  mpfrFromFloat(got, sum->r[0]);
-  mpfrFromFloat(qq, sum->q);
+  series_check::mpfrFromFloat(got, sum->r[0]);
+  series_check::mpfrFromFloat(qq, sum->q);
   mpfr_prec_round(got, bits, MPFR_RNDN);
   mpfr_div(got, got, qq, MPFR_RNDN);
   mpfr_sub(got, got, exact, MPFR_RNDN);
@@ -182,47 +166,6 @@ double relativeErrorBits(const SeriesKind& kind, SplitFloats* sum, uint64_t term
 }
 
 }  // namespace
-
-// Stirling's words of n! against MPFR; the searched term count is the least
-// that reaches the words; the split point is the midpoint below a hundred
-// terms and else the first m whose size reaches half the range's.
-TEST(SeriesSizes, StirlingTermCountsAndSplitPoints) {
-  for (uint64_t n : {10ull, 100ull, 1000ull, 123457ull}) {
-    Number f;
-    mpz_fac_ui(f.z, n + 1);
-    mpfr_t x;
-    mpfr_init2(x, 128);
-    mpfr_set_z(x, f.z, MPFR_RNDN);
-    mpfr_log2(x, x, MPFR_RNDN);
-    // The formula is Stirling's for (n + 1)!: a bound of n! from above.
-    EXPECT_NEAR(double(lnFactorialWords((long double)n)), mpfr_get_d(x, MPFR_RNDN) / 32.0, 0.001);
-    mpfr_clear(x);
-  }
-  SeriesKind searched = plainKind;
-  searched.termsPerWord = 0.0L;
-  EXPECT_EQ(termsForWords(0, &plainKind), 1u);
-  EXPECT_EQ(termsForWords(0, &searched), 1u);
-  for (uint64_t words : {1ull, 2ull, 7ull, 100ull, 65536ull, 1000003ull}) {
-    const uint64_t n = termsForWords(words, &searched);
-    EXPECT_GE(searched.sizeWords((long double)n), (long double)words) << words;
-    if (n > 1) {
-      EXPECT_LT(searched.sizeWords((long double)(n - 1)), (long double)words) << words;
-    }
-  }
-  EXPECT_EQ(splitPoint(&plainKind, 10, 109), 59u);
-  EXPECT_EQ(splitPoint(&plainKind, 0, 2), 1u);
-  testbridge::Random random = testbridge::testRandom();
-  for (int i = 0; i < 100; i++) {
-    const uint64_t a = random.logUniform(1, 1ull << 40) - 1;
-    const uint64_t b = a + random.logUniform(100, 1ull << 30);
-    const uint64_t m = splitPoint(&plainKind, a, b);
-    ASSERT_GT(m, a);
-    ASSERT_LT(m, b);
-    const long double target = (testSizeWords(a) + testSizeWords(b)) * 0.5L;
-    EXPECT_GE(testSizeWords(m), target) << a << " " << b;
-    EXPECT_LT(testSizeWords(m - 1), target) << a << " " << b;
-  }
-}
 
 // A plan covers the terms with blocks of falling precision and rising
 // shifts; the first block ends where its Q outgrows the precision left, far
@@ -380,7 +323,7 @@ TEST(SeriesLayers, MergesAlignStrippedWordsAndBorrowThroughTheTop) {
 TEST(SeriesSums, ThreadedFallbackAndSwappedSumsAreTheSerialBits) {
   buildFftTables(40000);
   const uint32_t savedPower = globalThreadPower;
-  std::string folders[2] = {constant_test::makeFolder("series_swap"), constant_test::makeFolder("series_swap")};
+  std::string folders[2] = {makeTempFolder(), makeTempFolder()};
   char* paths[2] = {folders[0].data(), folders[1].data()};
   PathList list = {2, paths};
   globalSwapPaths = &list;
@@ -421,53 +364,8 @@ TEST(SeriesSums, ThreadedFallbackAndSwappedSumsAreTheSerialBits) {
   globalSwapPaths = nullptr;
   for (const std::string& folder : folders) {
     EXPECT_TRUE(std::filesystem::is_empty(folder)) << "swap files left in " << folder;
-    std::filesystem::remove_all(folder);
+    removeTree(folder);
   }
   releaseFftTables();
 }
 
-TEST(SeriesSums, AZeroPrecisionBlockStillMerges) {
-  // Two blocks by hand: the second starts where no precision is left, its
-  // terms count for nothing beyond the words asked for, and it is summed
-  // and merged at 3 words.
-  buildFftTables(10000);
-  Arena arena(64ull << 20);
-  const uint64_t words = 200;
-  const uint64_t terms = termsForWords(words, &alternatingKind);
-  const uint64_t split = terms - 40;
-  ASSERT_LE((long double)words - (long double)split / testTermsPerWord, 2.0L);
-  SeriesPlan plan;
-  seriesPlanInit(&plan, 2);
-  SeriesBlock first = {words, 0, split, 1, 0, 0, 0, 0};
-  SeriesBlock second = {0, split, terms, 0, 0, 0, 0, 3};
-  seriesPlanAppend(&plan, first);
-  seriesPlanAppend(&plan, second);
-  SplitFloats sum;
-  sumSeriesPlan(&arena.heap, &alternatingKind, &plan, terms, words, 0, 0, &sum);
-  EXPECT_LT(relativeErrorBits(alternatingKind, &sum, terms), -32.0 * double(words - 2));
-  EXPECT_TRUE(bigFloatIsZero(sum.p));
-  splitFloatsRelease(&sum);
-  seriesPlanRelease(&plan);
-  releaseFftTables();
-}
-
-TEST(SeriesSums, ProgressLinesOnlyForLongSums) {
-  buildFftTables(10000);
-  Arena arena(64ull << 20);
-  std::string console;
-  consoleCaptureTo(&console);
-  SplitFloats sum;
-  // Under 100 terms: the serial recursion alone, no progress line.
-  sumSeries(&arena.heap, &plainKind, &sum, 3, 0, 1, 1);
-  splitFloatsRelease(&sum);
-  EXPECT_EQ(console, "Summing Series:  61 terms\n");
-  console.clear();
-  sumSeries(&arena.heap, &plainKind, &sum, 2000, 0, 1, 1);
-  splitFloatsRelease(&sum);
-  consoleCaptureTo(nullptr);
-  EXPECT_EQ(console.rfind("Summing Series:  40,380 terms\n", 0), 0u) << console.substr(0, 80);
-  // Blocks before the last one show the terms done, then the path.
-  EXPECT_NE(console.find("\rSumming...  "), std::string::npos);
-  EXPECT_NE(console.find("%0"), std::string::npos);
-  releaseFftTables();
-}

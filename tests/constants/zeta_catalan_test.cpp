@@ -1,20 +1,18 @@
 // Zeta(3) and Catalan's constant: the leaves against GMP (the four-number
 // records of Ramanujan's Catalan series through a threaded summation), the
-// logarithmic term against MPFR, whole runs of the entries against MPFR's
-// digits (both algorithms of each, one and two threads, Ram Only and Basic
-// Swap), and the console lines of the AGM.
+// values and the logarithmic term against MPFR.
 #include "constants/zeta_catalan.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 
-#include "constant_run.h"
+#include "constants/compute_settings.h"
 #include "constants/pi.h"
+#include "memory/heap.h"
 #include "constants/series.h"
 #include "series_check.h"
-#include "shell/estimate.h"
+#include "support/test_arena.h"
 
 namespace {
 
@@ -85,29 +83,11 @@ void setValue(mpfr_t v, uint32_t id) {
   }
 }
 
-std::string valueText(uint32_t id, uint64_t digits, int base) {
-  return series_check::mpfrText([id](mpfr_t v) { setValue(v, id); }, digits, base);
-}
-
-uint64_t generousEstimate(const ComputeSettings* s) {
-  uint64_t memory = 0, disk = 0;
-  estimateConstant(s->constantId, s->algorithm, s->wordCount, s->threadPower,
-                   computeModeRamOnly, &memory, &disk);
-  return memory;
-}
-
-struct ValueRun : constant_test::ConstantRun {
-  ValueRun(uint32_t id, uint32_t algorithm, uint64_t digits, uint32_t threads, uint32_t mode)
-      : ConstantRun(id, algorithm, 0, digits, threads, mode, generousEstimate) {
-    run(id == constantZeta3 ? computeZeta3 : computeCatalan);
-  }
-};
-
 }  // namespace
 
 TEST(ZetaCatalanSeries, LeavesAndThreadedSumsAgreeWithGmp) {
-  Heap heap;
-  heapInit(nullptr, &heap, 32 << 20);
+  TestArena arena(32 << 20);
+  Heap& heap = arena.heap;
   const SeriesKind* kinds[] = {zeta3SeriesKind(zeta3Formula2), zeta3SeriesKind(zeta3Formula1),
                                lupasSeriesKind()};
   const std::pair<uint64_t, uint64_t> ranges[] = {
@@ -171,15 +151,13 @@ TEST(ZetaCatalanSeries, LeavesAndThreadedSumsAgreeWithGmp) {
     EXPECT_TRUE(series_check::numberIs(record.r[0], r.z, "R")) << a;
     splitRecordRelease(&record);
   }
-  EXPECT_EQ(heap.activeBlocks, 0u);
-  heapDestroy(&heap);
 }
 
 TEST(ZetaCatalanCompute, ValuesAtSmallSizesAndTheLogTerm) {
   // Under 100 terms the summation skips the plan; Ramanujan's formula still
   // runs the AGM.
-  Heap heap;
-  heapInit(nullptr, &heap, 64 << 20);
+  TestArena arena(64 << 20);
+  Heap& heap = arena.heap;
   mpfr_t want;
   for (uint64_t words : {1ull, 5ull, 200ull, 3001ull}) {
     mpfr_init2(want, mpfr_prec_t(32 * words + 256));
@@ -221,39 +199,4 @@ TEST(ZetaCatalanCompute, ValuesAtSmallSizesAndTheLogTerm) {
   EXPECT_LE(rounds, 34u);
   mpfr_clears(want, x, (mpfr_ptr)0);
   bigFloatDestroy(&term);
-  EXPECT_EQ(heap.activeBlocks, 0u);
-  heapDestroy(&heap);
-}
-
-TEST(ZetaCatalanRuns, BothAlgorithmsOnOneAndTwoThreadsWriteMpfrsDigits) {
-  for (uint32_t id : {constantZeta3, constantCatalan}) {
-    for (uint64_t digits : {1000ull, 23457ull}) {
-      const std::string decimal = valueText(id, digits, 10);
-      const std::string hex = valueText(id, uint64_t(double(digits) * 0.8304820237218407) + 1, 16);
-      for (uint32_t algorithm : {0u, 1u}) {
-        for (uint32_t threads : {0u, 1u}) {
-          ValueRun run(id, algorithm, digits, threads, computeModeRamOnly);
-          SCOPED_TRACE("constant " + std::to_string(id) + " algorithm " +
-                       std::to_string(algorithm) + " threads " + std::to_string(threads));
-          EXPECT_EQ(run.text(10), decimal);
-          EXPECT_EQ(run.text(16), hex);
-          if (id == constantCatalan && algorithm == catalanRamanujan) {
-            EXPECT_NE(run.console.find("AGM Iteration:  "), std::string::npos);
-            EXPECT_NE(run.console.find("Computing: 2 + sqrt(3)"), std::string::npos);
-          }
-        }
-      }
-    }
-  }
-}
-
-TEST(ZetaCatalanRuns, BasicSwapWritesTheSameDigits) {
-  for (uint32_t id : {constantZeta3, constantCatalan}) {
-    for (uint32_t algorithm : {0u, 1u}) {
-      const uint64_t digits = 20001;
-      ValueRun run(id, algorithm, digits, algorithm, computeModeBasicSwap);
-      EXPECT_EQ(run.text(10), valueText(id, digits, 10));
-      EXPECT_EQ(run.text(16), valueText(id, run.settings.hexDigits, 16));
-    }
-  }
 }

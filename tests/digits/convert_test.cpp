@@ -1,8 +1,8 @@
 // convertToDecimal against GMP: integers from 1 word to 200000 words on one
 // and several threads (also when threads cannot be created) with primary and
 // secondary cuts, the console steps, fractions and large exponents
-// (normalisation), zero, the checksum that catches a corrupted word, and a
-// precision cut to nothing. (The swap forms are run by the constants' tests.)
+// (normalisation), zero, the checksums that catch a corrupted word and a
+// corrupted power, and a precision cut to nothing. (The swap forms are run by the constants' tests.)
 #include <gmp.h>
 #include <gtest/gtest.h>
 
@@ -185,4 +185,17 @@ TEST(ConvertToDecimalDeathTest, ACorruptedWordIsCaughtAndNoPrecisionIsFatal) {
   // 1 * 2^-64 times 10^18 is below one: nothing is left of the integer part.
   EXPECT_DEATH(convert({1}, -2, 30, 0, false),
                "Impossible Functional Result: Base Conversion\n\nPrecision reduced to zero.");
+}
+
+TEST(PowerOfBillionDeathTest, ACorruptedPowerFailsItsChecksum) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        consoleToStandardError();
+        TestHeap heap(1 << 20);
+        conversionCorruptPowersForTesting(1);
+        BigFloat x;
+        powerOfBillion(&heap.heap, 77, &x, exactPrecision, 0);
+      },
+      ::testing::ExitedWithCode(1), "Base Conversion Normalization: Checksum Mismatch");
 }

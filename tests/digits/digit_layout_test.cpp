@@ -44,45 +44,6 @@ std::string layoutThrough(const DigitSource& source, uint64_t count, uint64_t he
 
 }  // namespace
 
-TEST(DigitFileNames, FromTheRunsRecord) {
-  ComputeSettings s;
-  fillDefaultComputeSettings(nullptr, &s);
-  auto name = [&](uint32_t radix, uint32_t labelFlag) {
-    char* text = digitFileName(&s, radix, labelFlag);
-    std::string copy = text;
-    free(text);
-    return copy;
-  };
-  EXPECT_EQ(name(10, 0), "Pi - Dec - Chudnovsky.txt");
-  // A path gets one slash, none when it ends in either slash; a long one fits.
-  const std::string longPath(300, 'a');
-  const std::pair<std::string, std::string> paths[] = {
-      {"/tmp/out", "/tmp/out/"}, {"/tmp/out/", "/tmp/out/"}, {"C:\\out\\", "C:\\out\\"},
-      {longPath, longPath + "/"}};
-  for (const auto& [path, prefix] : paths) {
-    s.outputPath = strdup(path.c_str());
-    EXPECT_EQ(name(16, 0), prefix + "Pi - Hex - Chudnovsky.txt");
-    free(s.outputPath);
-    s.outputPath = nullptr;
-  }
-  s.digitsPerFile = -1;  // compressed output: no extension
-  EXPECT_EQ(name(16, 0), "Pi - Hex - Chudnovsky");
-  s.digitsPerFile = 0;
-  // Sqrt(n) carries n; compute-and-verify runs take labels instead of a word.
-  s.constantParameter = 4294967291u;
-  selectConstant(nullptr, &s, constantSqrtN);
-  EXPECT_EQ(name(10, 0), "Sqrt(4294967291) - Dec - Newton.txt");
-  selectConstant(nullptr, &s, constantGoldenRatio);
-  EXPECT_EQ(name(16, 0), "Golden Ratio - Hex - Newton.txt");
-  selectConstant(nullptr, &s, constantE);
-  s.algorithm = 2;
-  EXPECT_EQ(name(16, 0), "e - Hex - Computation.txt");
-  EXPECT_EQ(name(10, 1), "e - Dec - Verification.txt");
-  s.algorithm = 1;
-  EXPECT_EQ(name(10, 1), "e - Dec - exp(-1).txt");
-  releaseComputeSettings(&s);
-}
-
 TEST(DigitLayout, EveryFormAgainstTheExactDigits) {
   testbridge::Random random = testbridge::testRandom();
   // Word positions: several integer words, one, below one, far below one.
@@ -132,37 +93,6 @@ TEST(DigitLayout, TheFormsSpelledOutAndTheProgressLines) {
                          "\rWriting Hexadecimal Digits:   12,346  digits written\n");
   layoutThrough({words, 2, 1, 16}, 100, 0, nullptr, &console);
   EXPECT_EQ(console, "");
-}
-
-// A small file takes no more buffer than its size, a large one what the
-// heap can spare; the heap's mark is put back; an older longer file is
-// replaced, not overwritten in place.
-TEST(DigitStream, BufferFromTheFreeSpaceAndTheMarkPutBack) {
-  TempFolder folder;
-  const std::string path = folder.path + "/stream.txt";
-  std::ofstream(path) << std::string(5000, 'x');
-  TestHeap arena(1 << 20);
-  Heap& heap = arena.heap;
-  void* held = heapAllocate(&heap, 1000, 8);
-  uint8_t* peak = heap.peakUsed;
-  DigitStream stream;
-  digitStreamOpen(&heap, &stream, path.c_str(), 10000);
-  EXPECT_EQ(stream.size, 10000u);
-  digitStreamPutText(&stream, "1.5");
-  digitStreamClose(&stream);
-  EXPECT_EQ(heap.peakUsed, peak);
-  EXPECT_EQ(readFile(path), "1.5");
-  const uint64_t free = heapFreeSpace(&heap);
-  digitStreamOpen(&heap, &stream, path.c_str(), 1ull << 40);
-  EXPECT_GT(stream.size, (1u << 20) - 8192);
-  EXPECT_LE(heapBlockBytes(stream.size, 8) + 16, free);
-  for (int i = 0; i < 3000000; i++) digitStreamPut(&stream, char('0' + i % 10));
-  digitStreamClose(&stream);
-  EXPECT_EQ(heap.peakUsed, peak);
-  const std::string text = readFile(path);
-  EXPECT_EQ(text.size(), 3000000u);
-  EXPECT_EQ(text.substr(2999990), "0123456789");
-  heapRelease(held);
 }
 
 TEST(DigitStreamDeathTest, AFailedWriteEndsTheRun) {

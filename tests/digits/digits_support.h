@@ -19,24 +19,12 @@
 #include "support/death_console.h"
 #include "support/gmp_bridge.h"
 #include "support/run_program.h"
+#include "support/console_capture.h"
+#include "support/test_arena.h"
 
 namespace digits_test {
 
-// A root heap for one test; it must be empty again at the end.
-struct TestHeap {
-  Heap heap;
-  explicit TestHeap(uint64_t bytes) { heapInit(nullptr, &heap, bytes); }
-  ~TestHeap() {
-    EXPECT_EQ(heap.activeBlocks, 0u) << "blocks left in the heap";
-    heapDestroy(&heap);
-  }
-};
-
-struct Capture {
-  std::string text;
-  Capture() { consoleCaptureTo(&text); }
-  ~Capture() { consoleCaptureTo(nullptr); }
-};
+using TestHeap = TestArena;
 
 struct TempFolder {
   std::string path = makeTempFolder();

@@ -1,6 +1,6 @@
 // Compressed digit files: the exact header and word layout, round trips of
 // single files and series through the reader (in order, by seeking, in
-// bulk), the series' names, the head that the digit writers give, and the
+// bulk), the head that the digit writers give, and the
 // fatal endings on damaged files.
 #include <gtest/gtest.h>
 
@@ -128,38 +128,6 @@ TEST(ZdgFormat, RoundTripsSingleFilesAndSeries) {
     }
     zdgClose(&reader);
   }
-}
-
-TEST(ZdgFormat, SeriesNamesArePaddedToTheBlockCount) {
-  const std::pair<uint64_t, uint32_t> widths[] = {{1, 1}, {9, 1}, {10, 1}, {11, 2}, {100, 2},
-                                                  {101, 3}, {1000, 3}, {1001, 4}};
-  for (auto [blocks, width] : widths) EXPECT_EQ(zdgIdWidth(blocks), width) << blocks;
-
-  TempFolder folder;
-  writeCompressed(folder.path, "ten", randomDigits(100, 10, 1), 10, 10);
-  writeCompressed(folder.path, "eleven", randomDigits(101, 16, 2), 16, 10);
-  EXPECT_EQ(listFolder(folder / "ten").size(), 10u);
-  EXPECT_TRUE(std::filesystem::exists(folder / "ten/x - Dec - 9.zdg"));
-  EXPECT_TRUE(std::filesystem::exists(folder / "eleven/x - Hex - 00.zdg"));
-  EXPECT_TRUE(std::filesystem::exists(folder / "eleven/x - Hex - 10.zdg"));
-  // Each file carries the whole header with its own id; the last block holds the rest.
-  std::string last = readFile(folder / "eleven/x - Hex - 10.zdg");
-  EXPECT_NE(last.find("Blocksize:\t10\r\n"), std::string::npos);
-  EXPECT_NE(last.find("BlockID:\t10\r\n"), std::string::npos);
-  EXPECT_EQ(last.size(), last.find('\0') + 1 + 8);
-  // A reader opened on a middle block stands at that block's first digit,
-  // and needs no other block until it goes there.
-  std::filesystem::remove(folder / "eleven/x - Hex - 00.zdg");
-  DigitReader reader;
-  zdgOpen(nullptr, &reader, (folder / "eleven/x - Hex - 05.zdg").c_str());
-  EXPECT_EQ(reader.position, 50u);
-  EXPECT_EQ(zdgNextDigit(&reader), uint32_t(randomDigits(101, 16, 2)[50]));
-  zdgClose(&reader);
-  writeCompressed(folder.path, "eleven", randomDigits(101, 16, 2), 16, 10);
-  zdgOpen(nullptr, &reader, (folder / "eleven/x - Hex - 05.zdg").c_str());
-  zdgSeek(&reader, 0);
-  EXPECT_EQ(digitText(readAll(&reader)), digitText(randomDigits(101, 16, 2)));
-  zdgClose(&reader);
 }
 
 TEST(ZdgFormat, HeadOfTheWritersNumbers) {

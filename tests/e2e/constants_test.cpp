@@ -1,8 +1,10 @@
-// The constants through the real program: each run types its settings into
-// the custom computation menu, in a fresh folder as working directory, and
-// every digit file it leaves must equal MPFR's truncated digits in the same
-// layout. One large Pi run, on two threads and in the hybrid transform's
-// range, also ends in the published last digits of its size.
+// Every constant and algorithm through the real program: each run types its
+// settings into the custom computation menu, in a fresh folder as working
+// directory, at odd decimal or hexadecimal counts on one and two threads,
+// and every digit file it leaves (two pairs for compute and verify) must
+// equal MPFR's truncated digits in the same layout. One large Pi run, on two
+// threads and in the hybrid transform's range, also ends in the published
+// last digits of its size.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -11,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "constants/compute_settings.h"
 #include "support/mpfr_digits.h"
 #include "support/run_program.h"
 
@@ -48,10 +51,9 @@ Outcome runCustom(const std::string& keys, int timeoutSeconds = 120) {
          << "\" reference \"" << want.substr(from, 40) << "\"";
 }
 
-using Reference = const std::string& (*)(int radix, size_t fractionDigits);
-
 // One run: the keys that choose the constant and algorithm, the count typed
-// in one radix, the thread power, the files' stem and words, and MPFR's value.
+// in one radix, the thread power, the files' stem and words, and the
+// constant (its id and radicand) for MPFR.
 struct Case {
   std::string keys;
   bool typedHex;
@@ -59,7 +61,7 @@ struct Case {
   int threadPower;
   const char* stem;
   std::vector<const char*> words;  // two for compute and verify
-  Reference reference;
+  uint32_t id, n;
 };
 
 // Runs a case: it ends well and leaves exactly its files, each of them
@@ -78,8 +80,8 @@ Outcome expectCase(const Case& c, int timeoutSeconds = 120) {
   EXPECT_EQ(run.result.err, "");
   std::map<std::string, const std::string*> want;
   for (const char* word : c.words) {
-    want[std::string(c.stem) + " - Dec - " + word + ".txt"] = &c.reference(10, decimal);
-    want[std::string(c.stem) + " - Hex - " + word + ".txt"] = &c.reference(16, hex);
+    want[std::string(c.stem) + " - Dec - " + word + ".txt"] = &mpfrdigits::constantText(c.id, c.n, 10, decimal);
+    want[std::string(c.stem) + " - Hex - " + word + ".txt"] = &mpfrdigits::constantText(c.id, c.n, 16, hex);
   }
   EXPECT_EQ(run.files.size(), want.size());
   for (const auto& [name, text] : want) {
@@ -93,25 +95,34 @@ Outcome expectCase(const Case& c, int timeoutSeconds = 120) {
   return run;
 }
 
-const std::string& sqrt2(int radix, size_t d) { return mpfrdigits::sqrtText(2, radix, d); }
-// Just below 2^32 the root has five decimal and four hexadecimal digits
-// before the point, and the writers must be told so.
-const std::string& sqrtBelow2To32(int radix, size_t d) {
-  return mpfrdigits::sqrtText(4294967291u, radix, d);
-}
+const std::vector<const char*> verify = {"Computation", "Verification"};
 
 TEST(ConstantsProgram, EveryConstantAndAlgorithmInBothRadixes) {
   const Case cases[] = {
-      {"1\n0\n2\n", false, 12345, 1, "Sqrt(2)", {"Newton"}, sqrt2},
-      {"1\n0\n4294967291\n", false, 12345, 1, "Sqrt(4294967291)", {"Newton"}, sqrtBelow2To32},
-      {"1\n0\n4294967291\n", true, 1000, 0, "Sqrt(4294967291)", {"Newton"}, sqrtBelow2To32},
-      {"1\n1\n", false, 1000003, 1, "Golden Ratio", {"Newton"}, mpfrdigits::goldenRatioText},
-      {"1\n2\n2\n1\n", false, 12345, 0, "e", {"exp(1)"}, mpfrdigits::eText},
-      {"1\n2\n2\n2\n", true, 1000, 1, "e", {"exp(-1)"}, mpfrdigits::eText},
-      {"1\n2\n2\n3\n", false, 1000003, 1, "e", {"Computation", "Verification"},
-       mpfrdigits::eText},
-      {"1\n3\n2\n2\n", false, 1000003, 0, "Pi", {"Ramanujan"}, mpfrdigits::piText},
-      {"1\n3\n2\n2\n", true, 100000, 1, "Pi", {"Ramanujan"}, mpfrdigits::piText},
+      {"1\n0\n2\n", false, 12345, 1, "Sqrt(2)", {"Newton"}, constantSqrtN, 2},
+      // Just below 2^32 the root has five decimal and four hexadecimal digits
+      // before the point, and the writers must be told so.
+      {"1\n0\n4294967291\n", false, 12345, 1, "Sqrt(4294967291)", {"Newton"}, constantSqrtN, 4294967291u},
+      {"1\n0\n4294967291\n", true, 1000, 0, "Sqrt(4294967291)", {"Newton"}, constantSqrtN, 4294967291u},
+      {"1\n1\n", false, 1000003, 1, "Golden Ratio", {"Newton"}, constantGoldenRatio, 0},
+      {"1\n2\n2\n1\n", false, 12345, 0, "e", {"exp(1)"}, constantE, 0},
+      {"1\n2\n2\n2\n", true, 1000, 1, "e", {"exp(-1)"}, constantE, 0},
+      {"1\n2\n2\n3\n", false, 1000003, 1, "e", verify, constantE, 0},
+      {"1\n3\n2\n2\n", false, 1000003, 0, "Pi", {"Ramanujan"}, constantPi, 0},
+      {"1\n3\n2\n2\n", true, 100000, 1, "Pi", {"Ramanujan"}, constantPi, 0},
+      {"1\n4\n2\n1\n", false, 12345, 1, "Log(2)", {"Machin 1"}, constantLog2, 0},
+      {"1\n4\n2\n2\n", true, 1001, 0, "Log(2)", {"Machin 2"}, constantLog2, 0},
+      {"1\n4\n2\n3\n", false, 20001, 1, "Log(2)", verify, constantLog2, 0},
+      {"1\n5\n2\n1\n", true, 12345, 0, "Log(10)", {"Machin 1"}, constantLog10, 0},
+      {"1\n5\n2\n2\n", false, 1000, 1, "Log(10)", {"Machin 2"}, constantLog10, 0},
+      {"1\n5\n2\n3\n", true, 4097, 0, "Log(10)", verify, constantLog10, 0},
+      {"1\n8\n2\n1\n", false, 12345, 1, "Zeta(3)", {"Amdeberhan-Zeiberger 2"}, constantZeta3, 0},
+      {"1\n8\n2\n2\n", true, 1001, 0, "Zeta(3)", {"Amdeberhan-Zeiberger 1"}, constantZeta3, 0},
+      {"1\n9\n2\n1\n", true, 12345, 1, "Catalan", {"Lupas"}, constantCatalan, 0},
+      {"1\n9\n2\n2\n", false, 20001, 0, "Catalan", {"Ramanujan"}, constantCatalan, 0},
+      {"1\n10\n2\n1\n", false, 12345, 1, "Euler's Constant", {"Brent-McMillan (Refined)"}, constantEuler, 0},
+      {"1\n10\n2\n2\n", true, 4097, 0, "Euler's Constant", {"Brent-McMillan"}, constantEuler, 0},
+      {"1\n10\n2\n3\n", false, 20001, 1, "Euler's Constant", verify, constantEuler, 0},
   };
   for (const Case& c : cases) expectCase(c);
 }
@@ -120,7 +131,7 @@ TEST(ConstantsProgram, EveryConstantAndAlgorithmInBothRadixes) {
 // both files equal MPFR's, and the decimal one ends in the published last ten
 // digits of that size and holds those of 2^20 digits at their place.
 TEST(ConstantsProgram, PiAtTwoToTheTwentyThirdDigitsOnTwoThreads) {
-  const Case big = {"", false, 8388608, 1, "Pi", {"Chudnovsky"}, mpfrdigits::piText};
+  const Case big = {"", false, 8388608, 1, "Pi", {"Chudnovsky"}, constantPi, 0};
   Outcome run = expectCase(big, 900);
   const std::string& decimal = run.files["Pi - Dec - Chudnovsky.txt"];
   ASSERT_EQ(decimal.size(), 8388610u);

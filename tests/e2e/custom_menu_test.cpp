@@ -1,6 +1,6 @@
 // The custom computation menu in the real program: a tour through every
-// sub-menu with scripted input, the swap screens, and the
-// memory of the last settings screen against the arena the driver reserves.
+// sub-menu with scripted input, and the memory of the last settings screen
+// against the arena the driver reserves.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -82,48 +82,6 @@ TEST(CustomMenuProgram, TourOfEverySubMenu) {
   expectScreenMemoryReserved(r.out);
   for (const std::string& name : listFolder(folder.path)) {
     EXPECT_EQ(name.find("pathcheck"), std::string::npos);  // the probe leaves nothing
-  }
-}
-
-TEST(CustomMenuProgram, SwapScreensThenBackToRamOnly) {
-  ScopedFolder folder;
-  // Basic Swap at 50,000,000 digits, two disks; then 1000 digits, too few
-  // to swap, bring Ram Only back and option 9 is refused before the start.
-  std::string input =
-      "4\n8\n2\n9\n2\n" + folder.path + "/a\n" + folder.path + "/b\n" + "3\n1000\n9\n0\n";
-  ProgramResult r = runNumbrella(folder.path, input, 120);
-  EXPECT_EQ(r.exitStatus, 0) << r.out;
-  expectInOrder(r.out, {
-                           "Option      Mode                Approx. Memory Needed\n\n",
-                           " 2      Basic Disk Swapping         ",
-                           "  8     Computation Mode:    Basic Swap\n"
-                           "  9     Swap Disks:          None Selected - Use Default Path\n",
-                           "Disks (zero will use one disk at the default path): \n"
-                           "Please enter the paths of each disk:",
-                           "Path 0: Path 1: \n",
-                           "  9     Swap Disks:          2\n\n"
-                           "        Memory Needed:       ",
-                           " per disk )\n",
-                           "  8     Computation Mode:    Ram Only\n\n        Memory Needed:",
-                           "option: option: \n",
-                       });
-  expectScreenMemoryReserved(r.out);
-}
-
-TEST(CustomMenuProgram, ScreenMemoryIsTheArenaForEachConstant) {
-  // Other constants, algorithms and thread counts at small sizes: the last
-  // screen and the driver agree on the arena.
-  const char* const scripts[] = {
-      "4\n1\n1\n3\n1000\n0\n",                 // Golden Ratio
-      "4\n1\n2\n2\n3\n5\n3\n3\n20000\n0\n",  // e, compute and verify, 8 threads
-      "4\n1\n3\n2\n2\n5\n0\n3\n10000\n0\n",  // Pi by Ramanujan, one thread
-  };
-  for (const char* script : scripts) {
-    SCOPED_TRACE(script);
-    ScopedFolder folder;
-    ProgramResult r = runNumbrella(folder.path, script, 120);
-    EXPECT_EQ(r.exitStatus, 0) << r.out;
-    expectScreenMemoryReserved(r.out);
   }
 }
 

@@ -29,21 +29,43 @@ TEST(Program, AboutThenPauseAndStatusZero) {
   ProgramResult r = runNumbrella(folder.path, "7\n");
   EXPECT_EQ(r.exitStatus, 0);
   expectOneMenu(r);
-  EXPECT_NE(r.out.find("Version:  0.4.3 Build 7681 (x64 SSE3)\n"), std::string::npos);
+  expectInOrder(r.out, {"Version:  0.4.3 Build 7681 (x64 SSE3)\n",
+                        "It has since gained the ability to compute other constants.\n\n"
+                        "For all overclockers:\n"});
   EXPECT_TRUE(
       endsWith(r.out, "damage that may unintentionally be caused through its use.\n" + pauseEnd))
       << r.out;
   EXPECT_TRUE(listFolder(folder.path).empty());  // writes no file
 }
 
-// Wrong choices only repeat the prompt; then the warning screen, exactly.
+const std::string menuText =
+    "  0         Benchmark Pi\n"
+    "  1         Validate a Pi Benchmark\n"
+    "  2         Batch Benchmark Pi  (run multiple benchmarks)\n"
+    "  3         Stress Test (beta)\n"
+    "\n"
+    "  4         Custom Compute a Constant\n"
+    "                -   Compute other constants (e, Golden Ratio, etc...)\n"
+    "                -   Choose your own settings\n"
+    "\n"
+    "  5         Digit Viewer        (view digits from .txt and .zdg files)\n"
+    "  6         Compare Digits      (compare digits from different runs)\n"
+    "\n"
+    "  7         About\n"
+    "  8         A Word of Warning...\n"
+    "\n"
+    "Enter your choice:\n";
+
+
+// The menu, exactly; wrong choices only repeat the prompt; then the warning
+// screen, exactly.
 TEST(Program, WrongChoicesThenTheWarningScreen) {
   ScopedFolder folder;
   ProgramResult r = runNumbrella(folder.path, "9\n12\nletters\n8\n");
   EXPECT_EQ(r.exitStatus, 0);
   expectOneMenu(r);
   const std::string screen =
-      "Enter your choice:\noption: option: option: option: \n\n\nA Word of Warning...\n\n"
+      menuText + "option: option: option: option: \n\n\nA Word of Warning...\n\n"
       "Performing large multi-threaded computations using this program may\n"
       "subject your computer to extremely high levels of stress for extended\n"
       "periods of time. To protect your computer, MAKE SURE that your hardware\n"

@@ -20,6 +20,7 @@
 #include "platform/threads.h"
 #include "support/death_console.h"
 #include "support/run_program.h"
+#include "support/console_capture.h"
 
 namespace {
 
@@ -50,12 +51,6 @@ struct SwapFolders {
     list = {texts.size(), pointers.data()};
   }
   ~SwapFolders() { removeTree(root); }
-};
-
-struct Capture {
-  std::string text;
-  Capture() { consoleCaptureTo(&text); }
-  ~Capture() { consoleCaptureTo(nullptr); }
 };
 
 // Names are "nmb_" + 16 hexadecimal digits + ".sf", distinct for files alive
@@ -111,31 +106,6 @@ TEST(RaidFile, NamesAndUnevenStripesOverFourPaths) {
   for (const std::string& text : folders.texts) EXPECT_TRUE(listFolder(text).empty()) << text;
   EXPECT_EQ(heap.activeBlocks, 0u) << "everything raidFileCreate took went back";
   heapDestroy(&heap);
-}
-
-// No path list (or an empty one) means the current directory, with no
-// separator in front of the name; an empty array makes empty files.
-TEST(RaidFile, NoPathListMeansTheCurrentDirectory) {
-  SwapFolders folders({});
-  char previous[4096];
-  ASSERT_NE(getcwd(previous, sizeof previous), nullptr);
-  ASSERT_EQ(chdir(folders.root.c_str()), 0);
-  PathList empty = {0, nullptr};
-  for (const PathList* paths : {static_cast<const PathList*>(nullptr), static_cast<const PathList*>(&empty)}) {
-    for (uint64_t total : {10, 0}) {
-      RaidFile file;
-      raidFileCreate(nullptr, &file, paths, 0, total);
-      EXPECT_EQ(file.fileCount, 1u);
-      EXPECT_STREQ(file.files[0].path, file.name);
-      EXPECT_EQ(sizeOnDisk(folders.root + "/" + file.name), 4 * total);
-      uint64_t pieces = raidFilePieceCount();
-      raidFileRead(&file, nullptr, 0);
-      EXPECT_EQ(raidFilePieceCount(), pieces);
-      raidFileDelete(&file);
-    }
-  }
-  EXPECT_TRUE(listFolder(folders.root).empty());
-  ASSERT_EQ(chdir(previous), 0);
 }
 
 // Transfers are cut into pieces (no empty last piece for an exact multiple);

@@ -7,18 +7,9 @@
 
 #include "platform/console.h"
 #include "support/death_console.h"
+#include "support/console_capture.h"
 
 namespace {
-
-// Captures console output for the duration of a test.
-struct Capture {
-  std::string text;
-  Capture() { consoleCaptureTo(&text); }
-  ~Capture() {
-    consoleCaptureTo(nullptr);
-    consoleInputFrom(nullptr);
-  }
-};
 
 TEST(ConsoleFormat, BytesGroupsAndTimes) {
   // Truncated, never rounded; between 1000 and 1023 of a unit the next unit

@@ -14,14 +14,9 @@
 #include "platform/threads.h"
 #include "shell/estimate.h"
 #include "support/run_program.h"
+#include "support/console_capture.h"
 
 namespace {
-
-struct Capture {
-  std::string text;
-  Capture() { consoleCaptureTo(&text); }
-  ~Capture() { consoleCaptureTo(nullptr); }
-};
 
 // The default record at 1000 digits: the transform tables stay small.
 struct Settings {

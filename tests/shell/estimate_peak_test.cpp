@@ -17,20 +17,15 @@
 #include "platform/console.h"
 #include "shell/estimate.h"
 #include "support/gmp_bridge.h"
+#include "support/test_arena.h"
 
 using testbridge::Random;
 using testbridge::testRandom;
 
 namespace {
 
-// A root heap for one measurement; the work must leave it empty.
-struct Arena {
-  Heap heap;
-  explicit Arena(uint64_t bytes) { heapInit(nullptr, &heap, bytes); }
-  ~Arena() {
-    EXPECT_EQ(heap.activeBlocks, 0u) << "blocks left in the arena";
-    heapDestroy(&heap);
-  }
+struct Arena : TestArena {
+  using TestArena::TestArena;
   uint64_t peak() const { return uint64_t(heap.peakUsed - heap.base); }
 };
 
@@ -116,7 +111,7 @@ const std::vector<uint64_t> productSizes = {10,   53,    54,    57,    58,    10
 
 // The product's own figure, productScratch, covers every form on any
 // thread count (the hybrid range forks inside the product); estimateProduct
-// adds the thread recursion's levels on top, which the next test measures.
+// adds the thread recursion's levels on top.
 TEST(EstimatePeak, ProductScratchCoversEveryFormWithinAQuarter) {
   Random random = testRandom();
   std::vector<uint64_t> sizes = productSizes;
@@ -147,46 +142,6 @@ TEST(EstimatePeak, ProductScratchCoversEveryFormWithinAQuarter) {
       "against the peak at +100 words %.3f at %llu\n",
       plain.ratio, (unsigned long long)plain.size, large.ratio, (unsigned long long)large.size,
       atMargin.ratio, (unsigned long long)atMargin.size);
-}
-
-// The thread recursion that estimateProduct's levels stand for: a product
-// of n-word operands, then the heap split and each half doing the same at
-// (n >> 1) + 10 words, `levels` deep, the two halves one after the other
-// (the merge counts both at the larger one's peak whatever the order).
-void recursionProducts(Random& random, Heap* heap, uint64_t n, uint32_t levels) {
-  BigFloat a, b;
-  makeNumber(heap, random, &a, n, 0);
-  makeNumber(heap, random, &b, n, 0);
-  BigInt out;
-  bigIntMultiply(heap, &a.mantissa, &b.mantissa, &out, 0, 0, 0);
-  bigIntDestroy(&out);
-  bigFloatDestroy(&b);
-  bigFloatDestroy(&a);
-  if (levels == 0) return;
-  heapSplit(heap, 0);
-  recursionProducts(random, &heap->children[0], (n >> 1) + 10, levels - 1);
-  recursionProducts(random, &heap->children[1], (n >> 1) + 10, levels - 1);
-  heapMerge(heap);
-}
-
-TEST(EstimatePeak, ThreadLevelsCoverTheSplitRecursion) {
-  Random random = testRandom();
-  WorstRatio worst;
-  for (uint64_t n : {uint64_t(1000), uint64_t(5000), uint64_t(20000)}) {
-    for (uint32_t threadPower : {1u, 2u}) {
-      const uint64_t estimate = estimateProduct(n, threadPower, 0, 0);
-      Arena arena(4 * estimate + (1 << 20));
-      recursionProducts(random, &arena.heap, n, threadPower);
-      // The top product's operands are not the estimate's; the halves'
-      // copies of theirs are part of what the recursion costs.
-      const uint64_t operands = 2 * heapBlockBytes(4 * (n + 2), 8);
-      const uint64_t peak = arena.peak() - operands;
-      EXPECT_GE(estimate, peak) << n << " words, threadPower " << threadPower;
-      worst.take(double(estimate) / double(peak), n);
-    }
-  }
-  std::printf("estimateProduct with thread levels / split recursion: worst %.3f at %llu words\n",
-              worst.ratio, (unsigned long long)worst.size);
 }
 
 // ---- Conversions -------------------------------------------------------------------

@@ -1,6 +1,6 @@
 // Resource estimation: the corrections and mode pick of estimateResources,
-// the product and conversion figures, the series shape, the limits, and the
-// fatal end past the largest multiplication.
+// the dispatch by constant and mode, the limits, and the fatal end past the
+// largest multiplication.
 #include "shell/estimate.h"
 
 #include <gtest/gtest.h>
@@ -121,69 +121,6 @@ TEST(EstimateConstant, DispatchByConstantAndMode) {
   estimateConstant(constantCatalan, 0, words, 0, computeModeRamOnly, &memory, &disk);
   EXPECT_EQ(memory, std::max(seriesPeak(lupasSeries, words, 0), estimateConversion(words, 0)));
   EXPECT_GE(memory, 12 * words + productScratch(words, 0));
-}
-
-// What the formulas must keep whatever their form: threads only add (one
-// more level of the recursion costs the scratch of the smaller product);
-// the conversion's products run on one thread; a large conversion holds its
-// working memory and a product of 0.85 L, the hybrid transform's, and not
-// three times that.
-TEST(EstimateProduct, ThreadLevelsOnlyAddAndTheConversionIsSingleThreaded) {
-  // The scratch grows with the size through the methods' ranges.
-  const uint64_t sizes[] = {10, 20, 57, 58};
-  for (int i = 0; i < 3; i++) EXPECT_LT(productScratchAt(sizes[i], 0), productScratchAt(sizes[i + 1], 0));
-  EXPECT_EQ(estimateProduct(1000, 0, 0, 0), productScratch(1000, 0));
-  EXPECT_GT(estimateProduct(1000, 2, 0, 0), estimateProduct(1000, 0, 0, 0));
-  EXPECT_GT(estimateProduct(1000, 2, 1, 0), estimateProduct(1000, 2, 0, 0));
-  EXPECT_EQ(estimateProduct(1000, 2, 1, 1), estimateProduct(1000, 2, 0, 0));
-  EXPECT_EQ(estimateProduct(1000, 2, 0, 5), estimateProduct(1000, 0, 0, 0));
-  EXPECT_EQ(estimateConversion(1000, 2), estimateConversion(1000, 0));
-  const uint64_t words = 100000000;
-  const uint64_t big = estimateConversion(words, 0);
-  EXPECT_GE(big, (words + 107032887) * 4 + productScratchAt(84000000, 0));
-  EXPECT_LE(big, (words + 107032887) * 4 * 3 + productScratchAt(86000000, 0));
-}
-
-TEST(EstimateRoot, ThreadsOnlyAddAndSwapStaysBelowRamOnly) {
-  // Threads split the hybrid transform's element products, each with its
-  // own scratch: never less than on one thread. Basic Swap keeps the
-  // table's other levels on disk, so it never needs more than Ram Only;
-  // both hold at least the last Newton step's x^2 and e (w + 6 words each).
-  for (uint64_t words : {uint64_t(10), uint64_t(30000000)}) {
-    EXPECT_GE(estimateRoot(words, 2), estimateRoot(words, 0)) << words;
-    EXPECT_LE(estimateRootSwap(words, 2), estimateRoot(words, 2)) << words;
-    EXPECT_GE(estimateRootSwap(words, 2), 2 * 4 * (words + 8)) << words;
-  }
-  EXPECT_EQ(estimateRoot(10, 2), estimateRoot(10, 0));
-}
-
-// The first block of Lupas by its definition: the smallest m in 1 .. N at
-// which the words of Q reach the precision left, N if there is none.
-uint64_t lupasPrecisionByScan(uint64_t words) {
-  uint64_t terms = uint64_t(16.0L * words) + 1;
-  long double first = lupasSeries.sizeWords(0);
-  uint64_t m = 1;
-  for (; m < terms; m++) {
-    long double left = truncl(std::max((long double)words - m / 16.0L, 0.0L));
-    if (left + first <= lupasSeries.sizeWords(m)) break;
-  }
-  return uint64_t(truncl(std::max((long double)words - m / 16.0L, 0.0L)));
-}
-
-TEST(EstimateSeries, LupasFirstBlockAndPeak) {
-  for (uint64_t words = 1; words <= 400; words++) {
-    EXPECT_EQ(seriesTopPrecision(lupasSeries, words), lupasPrecisionByScan(words)) << words;
-  }
-  uint64_t top = seriesTopPrecision(lupasSeries, 20000);
-  EXPECT_EQ(top, lupasPrecisionByScan(20000));
-  EXPECT_GT(top, 10000u);
-  // The peak holds the three numbers and their product, or the finish.
-  const uint64_t words = 2000000;
-  uint64_t p = seriesTopPrecision(lupasSeries, words);
-  uint64_t peak = seriesPeak(lupasSeries, words, 2);
-  EXPECT_GE(peak, 8 * words + 8 * p + 4 * 2 * p + estimateProduct(p, 2, 1, 1));
-  EXPECT_GE(peak, 12 * words + productScratch(words, 2));
-  EXPECT_GT(seriesPeak(lupasSeries, words, 4), seriesPeak(lupasSeries, words, 0));
 }
 
 TEST(ConstantLimits, LargestSizesThatTheTransformServes) {

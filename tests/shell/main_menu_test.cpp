@@ -1,4 +1,4 @@
-// Banner, main menu layout, the two text screens, the start-up checks.
+// Banner and the start-up checks.
 #include "shell/main_menu.h"
 
 #include <gtest/gtest.h>
@@ -12,40 +12,9 @@
 
 #include "platform/console.h"
 #include "shell/startup.h"
+#include "support/console_capture.h"
 
 namespace {
-
-struct Capture {
-  std::string text;
-  explicit Capture(const char* input) { consoleCaptureTo(&text), consoleInputFrom(input); }
-  ~Capture() { consoleCaptureTo(nullptr), consoleInputFrom(nullptr); }
-};
-
-const char* const menuText =
-    "  0         Benchmark Pi\n"
-    "  1         Validate a Pi Benchmark\n"
-    "  2         Batch Benchmark Pi  (run multiple benchmarks)\n"
-    "  3         Stress Test (beta)\n"
-    "\n"
-    "  4         Custom Compute a Constant\n"
-    "                -   Compute other constants (e, Golden Ratio, etc...)\n"
-    "                -   Choose your own settings\n"
-    "\n"
-    "  5         Digit Viewer        (view digits from .txt and .zdg files)\n"
-    "  6         Compare Digits      (compare digits from different runs)\n"
-    "\n"
-    "  7         About\n"
-    "  8         A Word of Warning...\n"
-    "\n"
-    "Enter your choice:\n"
-    "option: ";
-
-const char* const disclaimer =
-    "Disclaimer:\n"
-    "This software is provided \"as is\", without any guarantee made to its\n"
-    "suitability or fitness for any particular use. It may contain bugs so use\n"
-    "of this program is at your own risk. I take no responsibility for any\n"
-    "damage that may unintentionally be caused through its use.\n";
 
 TEST(MainMenu, BannerLayout) {
   Capture capture("");
@@ -57,24 +26,6 @@ TEST(MainMenu, BannerLayout) {
   std::string rest = capture.text.substr(end + 1);
   EXPECT_EQ(rest, "Distribute Freely - Please Report any Bugs\n\nVersion: x64 SSE3\n" +
                       std::string(80, ' ') + "\n\n");
-}
-
-TEST(MainMenu, AboutAfterTheMenu) {
-  Capture capture("7\n");
-  mainMenu();
-  size_t menu = capture.text.find(menuText);
-  ASSERT_NE(menu, std::string::npos) << capture.text;
-  std::string after = capture.text.substr(menu + strlen(menuText));
-  // Only the line end of the answer stands between the prompt and the screen.
-  EXPECT_EQ(after.substr(0, 3), "\n\n\n");
-  size_t version = after.find("\nVersion:  0.4.3 Build 7681 (x64 SSE3)\n\n");
-  ASSERT_NE(version, std::string::npos);
-  EXPECT_NE(after.substr(0, version).find("numbrella"), std::string::npos);
-  EXPECT_NE(after.find("It has since gained the ability to compute other constants.\n\n"
-                       "For all overclockers:\n"),
-            std::string::npos);
-  ASSERT_GE(after.size(), strlen(disclaimer));
-  EXPECT_EQ(after.substr(after.size() - strlen(disclaimer)), disclaimer);
 }
 
 // Console text of a dying child, sent to standard error so that the death

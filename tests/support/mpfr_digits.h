@@ -1,4 +1,4 @@
-// Reference digit texts from MPFR, in the layout of the program's digit
+// Reference digit texts of every constant from MPFR, in the layout of the program's digit
 // files: the integer part in the chosen radix, ".", then exactly the
 // requested count of digits after the point, truncated (never rounded), in
 // lower case for hexadecimal, with no line end.
@@ -13,13 +13,10 @@
 
 namespace mpfrdigits {
 
-// The text of sqrt(n) with `fractionDigits` digits after the point in
-// `radix` (10 or 16).
-const std::string& sqrtText(uint32_t n, int radix, size_t fractionDigits);
-// (1 + sqrt(5)) / 2.
-const std::string& goldenRatioText(int radix, size_t fractionDigits);
-// exp(1).
-const std::string& eText(int radix, size_t fractionDigits);
+// The text of a constant by its id (constantPi, ...; n is the radicand of
+// constantSqrtN) with `fractionDigits` digits after the point in `radix`
+// (10 or 16); a value below one has the integer part "0".
+const std::string& constantText(uint32_t constantId, uint32_t n, int radix, size_t fractionDigits);
 // pi.
 const std::string& piText(int radix, size_t fractionDigits);
 

@@ -1,5 +1,4 @@
-// The digit readers: kinds by extension, the text reader's head and point
-// search, digits of both kinds through one record, and the refusals.
+// The text digit reader: its head and point search, and its refusals.
 #include "tools/digit_reader.h"
 
 #include <gtest/gtest.h>
@@ -8,20 +7,6 @@
 #include "support/digit_files.h"
 
 using namespace digit_files;
-
-TEST(DigitReader, ExtensionsPickTheKind) {
-  EXPECT_EQ(checkExtension("a.txt"), digitFileText);
-  EXPECT_EQ(checkExtension("dir/Pi - Dec - 0.zdg"), digitFileCompressed);
-  for (const char* path : {".txt", "a.TXT", "a.Zdg", "a.txt ", "a.tx", "", "atxt"}) {
-    EXPECT_EXIT(
-        {
-          consoleToStandardError();
-          checkExtension(path);
-        },
-        testing::ExitedWithCode(1), "Unrecognized file extension.")
-        << path;
-  }
-}
 
 TEST(DigitReader, TextFilesReadFromThePoint) {
   TempFolder folder;
@@ -110,20 +95,3 @@ TEST(DigitReader, TextRefusals) {
       testing::ExitedWithCode(1), "Unable to open or create file.");
 }
 
-TEST(DigitReader, CompressedFilesThroughTheSameCalls) {
-  TempFolder folder;
-  std::string values = randomDigits(5000, 10, 11);
-  writeCompressed(folder.path, "s", values, 10, 1000);
-  DigitReader reader;
-  openCompressedDigits(nullptr, &reader, (folder / "s/x - Dec - 3.zdg").c_str());
-  seekDigit(&reader, 2995);
-  std::string bulk(10, 0);
-  readDigits(&reader, reinterpret_cast<uint8_t*>(bulk.data()), 10);
-  EXPECT_EQ(bulk, values.substr(2995, 10));
-  EXPECT_EQ(nextDigit(&reader), uint32_t(values[3005]));
-  char* head = digitHead(&reader);
-  EXPECT_STREQ(head, "3.");
-  free(head);
-  closeDigits(&reader);
-  closeDigits(&reader);  // twice is harmless
-}

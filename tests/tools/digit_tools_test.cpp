@@ -1,6 +1,6 @@
-// The Digit Viewer and Compare Digits below their menus: rows of digits,
-// decompression and compression round trips, the compress dialogue, the
-// missing-block check, and the three comparers on every mix of files.
+// The Digit Viewer below its menu: rows of digits, decompression and
+// compression round trips, the compress dialogue, and the missing-block
+// check. (The comparers run through the program on every mix of files.)
 #include <gtest/gtest.h>
 
 #include "platform/console.h"
@@ -11,22 +11,11 @@
 #include "tools/digit_reader.h"
 #include "tools/digit_viewer.h"
 #include "tools/viewer_internal.h"
+#include "support/console_capture.h"
 
 using namespace digit_files;
 
 namespace {
-
-// Console output of `body`, with `input` as standard input.
-template <typename Body>
-std::string captured(const char* input, Body body) {
-  std::string sink;
-  consoleCaptureTo(&sink);
-  consoleInputFrom(input);
-  body();
-  consoleInputFrom(nullptr);
-  consoleCaptureTo(nullptr);
-  return sink;
-}
 
 // Text of "3." and the digits 1, 2, ... (the digit at position p is p % 10).
 std::string countingText(uint64_t digits) {
@@ -144,68 +133,3 @@ TEST(DigitViewer, MissingBlocksAreListedBeforeAnyOutput) {
       ".*x - Dec - 5.zdg\n");
 }
 
-TEST(CompareDigits, EveryMixOfFiles) {
-  TempFolder folder;
-  std::string values = randomDigits(300000, 10, 21);
-  std::string prefix = values.substr(0, 123457);
-  std::string differs = values;
-  differs[0] = char((differs[0] + 1) % 10);
-  std::string late = values;
-  late[299999] = char((late[299999] + 1) % 10);
-  struct File {
-    std::string name;
-    const std::string* values;
-  };
-  const File files[] = {{"full", &values}, {"prefix", &prefix}, {"differs", &differs},
-                        {"late", &late}};
-  for (const File& f : files) {
-    writeFile(folder / (f.name + ".txt"), "3." + digitText(*f.values));
-    writeCompressed(folder.path, f.name, *f.values, 10, 0);
-    writeCompressed(folder.path, f.name + "-series", *f.values, 10, 100000);
-  }
-  auto text = [&](const std::string& n) { return folder / (n + ".txt"); };
-  auto zdg = [&](const std::string& n) { return folder / (n + ".zdg"); };
-  auto series = [&](const std::string& n) { return folder / (n + "-series/x - Dec - 0.zdg"); };
-
-  struct Pair {
-    std::string a, b;
-    uint64_t matched;
-  };
-  const Pair pairs[] = {{"full", "full", 300000},
-                        {"full", "prefix", 123457},
-                        {"prefix", "full", 123457},
-                        {"full", "differs", 0},
-                        {"full", "late", 299999}};
-  for (const Pair& p : pairs) {
-    SCOPED_TRACE(p.a + " " + p.b);
-    std::string out = captured("", [&] {
-      EXPECT_EQ(compareText(text(p.a).c_str(), text(p.b).c_str()), p.matched);
-      EXPECT_EQ(compareMixed(zdg(p.a).c_str(), text(p.b).c_str()), p.matched);
-      EXPECT_EQ(compareMixed(series(p.a).c_str(), text(p.b).c_str()), p.matched);
-      EXPECT_EQ(compareCompressed(zdg(p.a).c_str(), series(p.b).c_str()), p.matched);
-      EXPECT_EQ(compareCompressed(series(p.a).c_str(), zdg(p.b).c_str()), p.matched);
-    });
-    // Below 2^20 digits only the final count is shown.
-    EXPECT_EQ(countOccurrences(out, "Comparing:  "), 5u);
-    EXPECT_NE(out.find("Comparing:  " + formatGrouped(p.matched, 0) + "  digits matched\n"),
-              std::string::npos);
-  }
-  writeCompressed(folder.path, "hex", randomDigits(1000, 16, 1), 16, 0);
-  EXPECT_EXIT(
-      {
-        consoleToStandardError();
-        compareCompressed(zdg("full").c_str(), zdg("hex").c_str());
-      },
-      testing::ExitedWithCode(0), "Mismatching Base");
-  // Through the menu: a text path first still compares against the compressed file.
-  std::string input = text("late") + "\n" + zdg("full") + "\n";
-  std::string out = captured(input.c_str(), [&] { compareDigitsMenu(); });
-  EXPECT_NE(out.find("299,999  digits matched"), std::string::npos);
-  EXPECT_EXIT(
-      {
-        consoleToStandardError();
-        consoleInputFrom("a.txt\nb.ZDG\n");
-        compareDigitsMenu();
-      },
-      testing::ExitedWithCode(1), "Unrecognized file extension.");
-}

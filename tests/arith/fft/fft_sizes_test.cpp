@@ -12,23 +12,6 @@
 
 namespace {
 
-TEST(HybridSearch, PicksAValidPairThatHoldsTheProduct) {
-  uint32_t k = 0;
-  uint32_t m = 0;
-  // 120 words: k = 6, m = 28 (384 words of capacity) is the cheapest.
-  ASSERT_EQ(hybridSearch(120, &k, &m), 0u);
-  EXPECT_EQ(k, 6u);
-  EXPECT_EQ(m, 28u);
-  EXPECT_EQ(hybridCapacity(6, 28), 384u);
-  testbridge::Random random = testbridge::testRandom();
-  for (int i = 0; i < 300; i++) {
-    uint64_t n = i < 23 ? hybridCapacity(9 + i, 1) + (i & 1) : random.logUniform(1, hybridProductWordsLimit);
-    ASSERT_EQ(hybridSearch(n, &k, &m), 0u) << n;
-    EXPECT_GE(hybridCapacity(k, m), n);
-    EXPECT_LT(elementSizeRowExact(((uint64_t(m) << k) / 128) * 32), elementSizeRowCount) << n;
-  }
-}
-
 TEST(HybridParams, RefusesPastTheLimitWithoutTheTables) {
   // The direct transform past its last row: refused.
   const uint64_t last = FftSizeTable[fftSizeRowCount - 1].capacity;
@@ -64,26 +47,6 @@ const HybridParamRow multiplyRows[] = {{120, 3, 512},       {176, 4, 192},      
                                        {335478784, 16, 20}, {352256000, 16, 21}};
 const HybridParamTable squareTable = {squareRows, 9};
 const HybridParamTable multiplyTable = {multiplyRows, 8};
-
-// Quoted rows are found; past the products' last row the squares' rows serve,
-// then the search (k = 0 below).
-TEST(HybridParams, QuotedRowsAreFoundThenTheSearchServes) {
-  const struct {
-    bool product;
-    uint64_t n;
-    uint32_t k, m;
-  } cases[] = {{false, 120, 3, 512},     {false, 121, 3, 640},       {false, 1375745, 13, 80},
-               {true, 177, 4, 21504},    {true, 600000000, 17, 9},   {true, 603848705, 0, 0}};
-  for (const auto& c : cases) {
-    uint32_t k = 0, m = 0, sk = c.k, sm = c.m;
-    if (c.k == 0) ASSERT_EQ(hybridSearch(c.n, &sk, &sm), 0u);
-    ASSERT_EQ(c.product ? hybridMultiplyParamsWith(multiplyTable, squareTable, c.n, &k, &m)
-                        : hybridSquareParamsWith(squareTable, c.n, &k, &m),
-              0u);
-    EXPECT_EQ(k, sk) << c.n;
-    EXPECT_EQ(m, sm) << c.n;
-  }
-}
 
 TEST(ProductBytesDeath, PastTheTablesIsFatal) {
   EXPECT_EXIT((consoleToStandardError(), fftProductBytes(24159191040ull / 64 + 1)),

@@ -87,38 +87,6 @@ TEST(FftTables, EveryTwiddleOfTheLargestTablesIsCorrectlyRounded) {
   EXPECT_EQ(std::vector<double>(p5 + 2, p5 + 10), referencePairs(4, 5));
 }
 
-TEST(FftTables, GrowRebuildsOnlyShortPyramidsReleaseAndBuildAgain) {
-  TablesGone cleanup;
-  releaseFftTables();
-  buildFftTables(84);  // 5376 bits: the 256-point row, code 32
-  ASSERT_NE(fftTables, nullptr);
-  EXPECT_EQ(fftTables->builtCode, 32u);
-  double* p2 = fftTables->pyramid2;
-  double* p3 = fftTables->pyramid3;
-  buildFftTables(10);  // a smaller size changes nothing
-  EXPECT_EQ(fftTables->builtCode, 32u);
-  // Code 33 (320 points) needs a longer 5-pyramid only; 30 is a no-op.
-  EXPECT_EQ(growFftTables(fftTables, 33), 0u);
-  EXPECT_EQ(growFftTables(fftTables, 30), 0u);
-  EXPECT_EQ(fftTables->builtCode, 33u);
-  EXPECT_EQ(fftTables->pyramid2, p2);
-  EXPECT_EQ(fftTables->pyramid3, p3);
-  checkPyramid(fftTables->pyramid5, 5, 7);
-  // Code 34 (384 points) needs a longer 3-pyramid, a grown table as right as
-  // a fresh one.
-  EXPECT_EQ(growFftTables(fftTables, 34), 0u);
-  EXPECT_EQ(fftTables->pyramid2, p2);
-  checkPyramid(fftTables->pyramid3, 3, 8);
-  buildFftTables(1000);  // the 4096-point row, code 48: all three grow
-  EXPECT_EQ(fftTables->builtCode, 48u);
-  checkPyramid(fftTables->pyramid2, 1, 13);
-  releaseFftTables();
-  EXPECT_EQ(fftTables, nullptr);
-  releaseFftTables();  // nothing left: no effect
-  buildFftTables(200);
-  ASSERT_NE(fftTables, nullptr);
-}
-
 // 2^47 points would take 2^50 bytes: the growth fails and the tables still
 // serve (only) what they served.
 TEST(FftTablesGrow, AFailedGrowthKeepsTheTablesItHad) {

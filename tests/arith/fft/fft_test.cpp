@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <set>
 #include <vector>
 
 #include "arith/fft/fft_test_support.h"
@@ -28,25 +27,6 @@ productcheck::Entry fftEntry(const FftLookupTables* tables = ffttest::tables(), 
     return b == nullptr ? fftSquare(heap, a, la, out, chop, tables)
                         : fftMultiply(heap, a, la, b, lb, out, chop, tables);
   };
-}
-
-// Every length to 200, a sample, each row's edges (and its odd-width drop's),
-// the tuning edges, and 3 * 2^k and 5 * 2^k.
-std::vector<uint64_t> sampledLengths(Random& random, uint64_t sampleCount) {
-  std::set<uint64_t> lengths;
-  for (uint64_t n = fftSquareThreshold; n <= 200; n++) lengths.insert(n);
-  for (uint64_t i = 0; i < sampleCount; i++) lengths.insert(random.logUniform(200, largestWords));
-  for (uint32_t r = 0; r < fftSizeRowCount; r++) {
-    const FftSizeRow& row = FftSizeTable[r];
-    for (uint64_t bits : {row.capacity, (row.bitsPerPoint - uint64_t(1)) * sizeCodeLength(row.code)})
-      for (uint64_t n : {bits / 64 - 1, bits / 64, bits / 64 + 1})
-        if (n >= fftSquareThreshold && n <= largestWords) lengths.insert(n);
-  }
-  for (uint64_t n : productcheck::tuningEdges(fftSquareThreshold, largestWords)) lengths.insert(n);
-  for (uint64_t m : {3, 5})
-    for (uint64_t n = m; n <= largestWords; n *= 2)
-      if (n >= fftSquareThreshold) lengths.insert(n);
-  return {lengths.begin(), lengths.end()};
 }
 
 // The square through one transform of the row as the products do it, with the
@@ -79,20 +59,6 @@ std::vector<uint32_t> extremeOperand(uint64_t n, uint32_t bits, bool negative) {
 }
 
 }  // namespace
-
-TEST(FftProducts, SquaresAndProductsAgreeWithGmpFrom54To13056Words) {
-  Random random = testbridge::testRandom();
-  const productcheck::Entry entry = fftEntry();
-  for (uint64_t n : sampledLengths(random, 120)) {
-    const auto a = anyOperand(random, n), ones = testbridge::operand(random, Kind::AllOnes, n);
-    ASSERT_TRUE(matches(entry, a, nullptr));
-    ASSERT_TRUE(matches(entry, ones, nullptr));
-    if (n < fftMultiplyThreshold) continue;
-    const auto b = anyOperand(random, n);
-    ASSERT_TRUE(matches(entry, a, &b));
-    ASSERT_TRUE(matches(entry, ones, &b));
-  }
-}
 
 TEST(FftProducts, UnbalancedShapesAndChops) {
   Random random = testbridge::testRandom();

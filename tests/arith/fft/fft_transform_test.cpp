@@ -31,30 +31,6 @@ std::vector<uint32_t> randomPoints(Random& random, uint64_t count, uint32_t bits
   return points;
 }
 
-// a * b mod 2^(bL) + 1 in buffers `offset` doubles past a 64-byte boundary;
-// returns inverseFftWrapped's 1 for -1.
-uint32_t negacyclicProduct(const std::vector<uint32_t>& a, const std::vector<uint32_t>& b,
-                           SizeCode code, uint32_t bits, std::vector<uint32_t>* result,
-                           uint64_t offset = 0) {
-  const uint64_t L = sizeCodeLength(code);
-  ffttest::Buffer first(L + 8), second(L + 8);
-  double* u = first.data + offset;
-  double* v = second.data + (offset == 0 ? 0 : 6);
-  std::vector<uint32_t> points(a);
-  forwardFftFull(u, points.data(), code, ffttest::tables());
-  points = b;
-  forwardFftFull(v, points.data(), code, ffttest::tables());
-  fftPointwiseMultiply(u, v, code);
-  result->assign(L, 0xDEADBEEF);
-  return inverseFftWrapped(u, result->data(), code, bits, ffttest::tables());
-}
-
-void pointsToMpz(mpz_t z, const std::vector<uint32_t>& points, uint32_t bits) {
-  std::vector<uint32_t> words((points.size() * bits + 31) / 32 + 1);
-  packPointsToWords(points.data(), points.size(), words.data(), words.size(), bits);
-  testbridge::toMpz(z, words.data(), words.size());
-}
-
 }  // namespace
 
 // Every kernel set: the same bits for each transform kind, right squares
@@ -113,61 +89,6 @@ TEST(FftTransform, EveryKernelSetGivesTheSameBitsAndRightProducts) {
     }
   }
   fftUseKernels(nullptr);
-}
-
-// Element lengths at their widest bits, 12 and 7; buffers only 16-byte aligned
-// (as hybrid elements are) give the same points.
-TEST(FftNegacyclic, ElementProductsAgreeWithGmpModuloFermatNumbers) {
-  Random random = testbridge::testRandom();
-  for (uint64_t L : {64, 128, 192, 256, 320, 384, 512, 640, 768, 1024, 1280, 1536, 2560, 5120}) {
-    SizeCode code = 0;
-    uint32_t widest = 0;
-    for (const auto& row : ElementSizeTable) {
-      if (sizeCodeLength(row.code) != L) continue;
-      code = row.code;
-      widest = std::max(widest, uint32_t(row.bitsPerPoint));
-    }
-    ASSERT_NE(code, 0u) << L;
-    for (uint32_t bits : {widest, 12u, 7u}) {
-      for (int trial = 0; trial < 3; trial++) {
-        std::vector<uint32_t> a = randomPoints(random, L, bits), b = randomPoints(random, L, bits);
-        if (trial == 1) a.assign(L, (1u << bits) - 1);
-        if (trial == 2) b.assign(L, (1u << bits) - 1);
-        std::vector<uint32_t> result, aligned16;
-        const uint32_t minusOne = negacyclicProduct(a, b, code, bits, &result);
-        Number x, y, z;
-        pointsToMpz(x.z, a, bits);
-        pointsToMpz(y.z, b, bits);
-        mpz_mul(x.z, x.z, y.z);
-        ffttest::reduceFermat(x.z, bits * L);
-        pointsToMpz(z.z, result, bits);
-        if (minusOne) mpz_setbit(z.z, bits * L);  // the caller's -1: 2^N
-        EXPECT_EQ(mpz_cmp(z.z, x.z), 0) << "L " << L << " bits " << bits << " trial " << trial;
-        if (trial != 0 || bits < 12) continue;
-        EXPECT_EQ(negacyclicProduct(a, b, code, bits, &aligned16, 2), minusOne);
-        EXPECT_EQ(aligned16, result) << "16-byte aligned, L " << L;
-      }
-    }
-  }
-}
-
-// -1 comes back as zeros and the return value 1; -2 times 1 stays all full.
-TEST(FftNegacyclic, AProductOfMinusOneReturnsOne) {
-  const uint64_t L = 320;
-  const SizeCode code = sizeCodeOf(5, 6);
-  const uint32_t bits = 7;
-  const uint64_t N = bits * L;
-  std::vector<uint32_t> a(L, (1u << bits) - 1), b(L, 0), half(L, 0), one(L, 0), result;
-  b[0] = 1;
-  b[(N - 1) / bits] = 1u << ((N - 1) % bits);
-  half[(N / 2) / bits] = 1u << ((N / 2) % bits);
-  one[0] = 1;
-  EXPECT_EQ(negacyclicProduct(a, b, code, bits, &result), 1u);
-  EXPECT_EQ(result, std::vector<uint32_t>(L, 0));
-  EXPECT_EQ(negacyclicProduct(half, half, code, bits, &result), 1u);
-  EXPECT_EQ(result, std::vector<uint32_t>(L, 0));
-  EXPECT_EQ(negacyclicProduct(a, one, code, bits, &result), 0u);
-  EXPECT_EQ(result, a);
 }
 
 TEST(FftTransformDeathTest, AMisalignedElementBufferIsFatal) {

@@ -19,6 +19,7 @@
 #include "platform/console.h"
 #include "platform/threads.h"
 #include "support/death_console.h"
+#include "support/test_arena.h"
 
 namespace {
 
@@ -210,8 +211,8 @@ TEST(HybridProducts, ThreadsAskedOnlyWhereUsefulARefusedOneWarns) {
 TEST(HybridCheck, CorruptionAfterTheForwardPassIsCaughtAndRetried) {
   Random random = testbridge::testRandom();
   buildFftTables(40000);
-  Heap heap;
-  heapInit(nullptr, &heap, 64 << 20);
+  TestArena arena(64 << 20);
+  Heap& heap = arena.heap;
   const uint64_t n = hybridMultiplyThreshold, savedErrors = errorCount;
   const auto a = testbridge::operand(random, Kind::Uniform, n);
   const auto b = testbridge::operand(random, Kind::Uniform, n);
@@ -248,8 +249,6 @@ TEST(HybridCheck, CorruptionAfterTheForwardPassIsCaughtAndRetried) {
               multiplyDetectedError);
   }
   errorCount = savedErrors;
-  EXPECT_EQ(heap.activeBlocks, 0u);
-  heapDestroy(&heap);
 }
 
 // After the inverse: a fault wholly below the chop is harmless, one above is caught.
@@ -274,11 +273,9 @@ TEST(HybridLimits, ShortHeapReturnsTheMissingBytes) {
   Random random = testbridge::testRandom();
   const auto a = testbridge::operand(random, Kind::Uniform, 20000);
   std::vector<uint32_t> out(40000);
-  Heap heap;
-  heapInit(nullptr, &heap, 1 << 16);
+  TestArena arena(1 << 16);
+  Heap& heap = arena.heap;
   const uint64_t code = hybridSquare(&heap, a.data(), 20000, out.data(), 0, tables(), 0);
-  EXPECT_EQ(heap.activeBlocks, 0u);
-  heapDestroy(&heap);
   EXPECT_NE(code, 0u);
   EXPECT_NE(code, multiplyDetectedError);
 }

@@ -12,6 +12,7 @@
 #include "memory/raidfile.h"
 #include "platform/console.h"
 #include "support/run_program.h"
+#include "support/test_arena.h"
 
 namespace {
 
@@ -44,13 +45,9 @@ bool sameNumber(const BigFloat& a, const BigFloat& b) {
 
 class Newton : public ::testing::Test {
  protected:
-  Heap heap;
+  TestArena arena{96 << 20};
+  Heap& heap = arena.heap;
   OperandSource source = testOperands(0);
-  void SetUp() override { heapInit(nullptr, &heap, 96 << 20); }
-  void TearDown() override {
-    EXPECT_EQ(heap.activeBlocks, 0u);
-    heapDestroy(&heap);
-  }
   void make(BigFloat* x, uint64_t length, bool positive) {
     makeBigFloat(&heap, x, source.anyWords(length), int64_t(source.below(13)) - 6, positive);
   }

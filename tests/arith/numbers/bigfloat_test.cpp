@@ -8,17 +8,13 @@
 #include "arith/numbers/bigfloat.h"
 #include "arith/number_oracle.h"
 #include "memory/heap.h"
+#include "support/test_arena.h"
 
 namespace {
 
-class LinearOps : public ::testing::Test {
- protected:
-  Heap heap;
-  void SetUp() override { heapInit(nullptr, &heap, 8 << 20); }
-  void TearDown() override {
-    EXPECT_EQ(heap.activeBlocks, 0u) << "blocks left alive";
-    heapDestroy(&heap);
-  }
+struct LinearOps : ::testing::Test {
+  TestArena arena{8 << 20};
+  Heap& heap = arena.heap;
 };
 
 void expectCanonicalZero(const BigFloat& x) {
@@ -209,30 +205,6 @@ TEST_F(LinearOps, MultiplyWord) {
   }
 }
 
-TEST_F(LinearOps, RandomShiftsAreExact) {
-  OperandSource source = testOperands(15);
-  for (int round = 0; round < 400; round++) {
-    BigFloat x;
-    const uint64_t n = source.length(40);
-    makeBigFloat(&heap, &x, source.anyWords(n), int64_t(source.below(21)) - 10,
-                 source.below(2) == 0, source.below(3));
-    const int64_t bits = round % 8 == 0 ? -1 : int64_t(source.below(401)) - 200;
-    const int64_t exponent = x.exponent - int64_t(x.mantissa.words[0] & 1);
-    Mpz before, after;
-    mpzFromBigFloat(before.z, x, -100);
-    bigFloatShiftBits(&heap, &x, bits);
-    // By -1: an odd word 0 shifts left by 31 (exponent one lower), an even one right.
-    if (bits == -1) EXPECT_EQ(x.exponent, exponent) << "round " << round;
-    if (bits >= 0) mpz_mul_2exp(before.z, before.z, uint64_t(bits));
-    mpzFromBigFloat(after.z, x, -100);
-    if (bits < 0) mpz_mul_2exp(after.z, after.z, uint64_t(-bits));
-    EXPECT_EQ(mpz_cmp(before.z, after.z), 0) << "round " << round << " bits " << bits;
-    EXPECT_NE(x.mantissa.words[x.mantissa.length - 1], 0u);
-    EXPECT_LE(x.mantissa.length, n + 1);
-    bigFloatDestroy(&x);
-  }
-}
-
 // In place while length < capacity, else length + 3; zero releases the array.
 TEST_F(LinearOps, BigIntShiftsAndDrops) {
   using W = std::vector<uint32_t>;
@@ -263,47 +235,6 @@ TEST_F(LinearOps, BigIntShiftsAndDrops) {
   bigIntDropLowWords(&heap, &x, 9);
   EXPECT_EQ(x.words, nullptr);
   EXPECT_EQ(heap.activeBlocks, 0u);
-}
-
-TEST_F(LinearOps, CompactionClosesGapsBelowTheArrays) {
-  OperandSource source = testOperands(17);
-  const auto xWords = source.anyWords(100), yWords = source.anyWords(60);
-  uint32_t* gapBelowX = heapAllocateWords(&heap, 500);
-  BigFloat x, y, zero;
-  makeBigFloat(&heap, &x, xWords, -4, true);
-  uint32_t* gapBelowY = heapAllocateWords(&heap, 300);
-  makeBigFloat(&heap, &y, yWords, 7, false);
-  bigFloatSetZero(&zero);
-  heapRelease(gapBelowX);
-  heapRelease(gapBelowY);
-  uint32_t* const xBefore = x.mantissa.words;
-  uint32_t* const yBefore = y.mantissa.words;
-  bigFloatCompact3(&y, &zero, &x);  // any order; a zero number is passed over
-  EXPECT_LT(x.mantissa.words, xBefore);
-  EXPECT_LT(y.mantissa.words, yBefore);
-  EXPECT_LT(x.mantissa.words, y.mantissa.words);
-  EXPECT_EQ(bigIntWords(x.mantissa), xWords);
-  EXPECT_EQ(bigIntWords(y.mantissa), yWords);
-  for (BigFloat* f : {&x, &y}) bigFloatDestroy(f);
-}
-
-// f == length gives the canonical zero; f > length stays negative.
-TEST_F(LinearOps, TruncateToInteger) {
-  BigFloat x;
-  const struct {
-    int64_t exponent;
-    std::vector<uint32_t> kept;
-    uint32_t positive;
-  } cases[] = {{0, {1, 2, 3}, 0}, {-2, {3}, 0}, {-3, {}, 1}, {-4, {}, 0}};
-  for (const auto& c : cases) {
-    makeBigFloat(&heap, &x, {1, 2, 3}, c.exponent, false);
-    bigFloatTruncateToInteger(&heap, &x);
-    EXPECT_EQ(bigIntWords(x.mantissa), c.kept) << c.exponent;
-    EXPECT_EQ(x.positive, c.positive) << c.exponent;
-    EXPECT_EQ(x.exponent, 0);
-    if (!c.kept.empty()) EXPECT_EQ(x.mantissa.capacity, c.kept.size() + 2);
-    bigFloatDestroy(&x);
-  }
 }
 
 TEST_F(LinearOps, DoubleConversions) {

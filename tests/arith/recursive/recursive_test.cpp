@@ -71,43 +71,6 @@ TEST(RecursiveProducts, EntriesAgreeWithGmp) {
       }
 }
 
-// The Karatsuba difference: zero, equal or near-equal halves, either larger.
-TEST(RecursiveProducts, KaratsubaDifferenceCases) {
-  testbridge::Random random = testbridge::testRandom();
-  const Entry entry = balanced(karatsubaSquare, karatsubaMultiply);
-  for (uint64_t n : {12, 13, 14, 15, 16, 17, 31, 64, 157, 333, 500}) {
-    const uint64_t h = (n + 1) / 2, l = n - h;
-    for (int shape = 0; shape < 5; shape++) {
-      std::vector<uint32_t> a = testbridge::operand(random, Kind::Uniform, n);
-      std::vector<uint32_t> b = testbridge::operand(random, Kind::Uniform, n);
-      if (shape == 0) {  // zero high half
-        std::fill(a.begin() + h, a.end(), 0u);
-        std::fill(b.begin() + h, b.end(), 0u);
-      } else if (shape == 1) {  // equal halves (the top word of lo zero when n is odd)
-        if (h > l) a[h - 1] = b[h - 1] = 0;
-        std::copy(a.begin(), a.begin() + l, a.begin() + h);
-        std::copy(b.begin(), b.begin() + l, b.begin() + h);
-      } else if (shape == 2) {  // halves equal but for the lowest word
-        if (h > l) a[h - 1] = 0;
-        std::copy(a.begin(), a.begin() + l, a.begin() + h);
-        a[h] = a[0] + 1;
-        if (a[h] == 0) a[0] = 0, a[h] = 1;
-        b = a;
-        b[0] = a[h] + 1;
-        if (b[0] == 0) b[0] = 1, b[h] = 0;
-      } else if (shape == 3) {  // hi larger in a, lo larger in b
-        if (h > l) a[h - 1] = 0;
-        a[h + l - 1] = 0xFFFFFFFFu, a[l - 1] = 0;
-        b[h - 1] = 0xFFFFFFFFu, b[n - 1] = 0;
-      } else {  // zero low half
-        std::fill(a.begin(), a.begin() + h, 0u);
-      }
-      expectBoth(entry, a, b, recursionScratchWords(n, true), recursionScratchWords(n, false));
-      EXPECT_TRUE(matches(entry, b, &a, 0, recursionScratchWords(n, false)));
-    }
-  }
-}
-
 // Small cut-overs run every path deep on scratch exactly the walk: a canary
 // hit means the walk undercounts.
 TEST(RecursiveProducts, ForcedCutoversAndExactScratch) {
