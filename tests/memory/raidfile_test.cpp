@@ -173,8 +173,7 @@ TEST(RaidFile, TransfersFlushAndDropTheCacheWindowByWindow) {
 TEST(RaidFile, CreationAndDeletionRetryAndFailedTransfersAreFatal) {
   SwapFolders folders({"d"});
   raidFileSetRetryDelayForTesting(0);
-  consoleInputFrom("\n");  // someone is there to clear the cause
-  Capture capture;
+  Capture capture("\n");  // someone is there to clear the cause
   swapIoFailNextForTesting(SwapIoOpen, 2, EACCES);
   swapIoFailNextForTesting(SwapIoReserve, 2, ENOSPC);
   RaidFile file;

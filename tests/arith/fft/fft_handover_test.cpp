@@ -1,7 +1,8 @@
-// The hand-over from the direct FFT to the hybrid transform: the worst
-// rounding error of every FFT row the products reach above 13056 words (the
-// old edge), and the front ends against GMP either side of every hand-over
-// with all-ones operands, on one thread and on two.
+// The hand-over from the direct FFT to the hybrid transform: the front ends
+// against GMP either side of every hand-over with all-ones operands, on one
+// thread and on two. (The rounding of every row the direct products use is
+// measured in fft_test.cpp.) The estimate's scratch covers the products
+// either side of it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -25,73 +26,7 @@ namespace {
 constexpr uint64_t largestDirectWords =
     std::max(std::max(hybridSquareThreshold, hybridMultiplyThreshold), threadedHybridThreshold) - 1;
 
-// Tables serving every row up to that of the largest direct product.
-const FftLookupTables* rowTables() {
-  static FftLookupTables* built = [] {
-    auto* t = static_cast<FftLookupTables*>(calloc(1, sizeof(FftLookupTables)));
-    if (t == nullptr || growFftTables(t, FftSizeTable[fftSizeRowFor(64 * largestDirectWords)].code) != 0)
-      abort();
-    return t;
-  }();
-  return built;
-}
-
-// The square of `words` through one transform of the row as the products do
-// it (balanced points, signed rounding), and the worst distance of a
-// coefficient to an integer before the rounding.
-std::vector<uint32_t> rowSquare(const std::vector<uint32_t>& words, const FftSizeRow& row,
-                                double* worstError) {
-  const uint64_t L = sizeCodeLength(row.code), n = words.size();
-  ffttest::Buffer buffer(L), copy(L);
-  std::vector<uint32_t> points(L);
-  splitWordsToBalancedPoints(points.data(), L / 2, words.data(), n, row.bitsPerPoint);
-  forwardFft(buffer.data, points.data(), row.code, rowTables());
-  fftPointwiseSquare(buffer.data, row.code);
-  std::copy(buffer.data, buffer.data + L, copy.data);
-  fftKernels()->inversePasses(copy.data, row.code, rowTables());
-  *worstError = ffttest::worstRoundingError(copy.data, row.code);
-  inverseFftSigned(buffer.data, points.data(), row.code, row.bitsPerPoint, rowTables());
-  std::vector<uint32_t> out(2 * n);
-  packPointsToWords(points.data(), L, out.data(), 2 * n, row.bitsPerPoint);
-  return out;
-}
-
-// The operand whose balanced points are all at the top, 2^(b-1) - 1, or (the
-// lowest point set to -2^(b-1), the carries doing the rest) all at the bottom.
-std::vector<uint32_t> extremeOperand(uint64_t n, uint32_t bits, bool negative) {
-  std::vector<uint32_t> points((32 * n + bits - 1) / bits, (1u << (bits - 1)) - 1);
-  if (negative) points[0] = 1u << (bits - 1);
-  std::vector<uint32_t> words(n);
-  packPointsToWords(points.data(), points.size(), words.data(), n, bits);
-  return words;
-}
-
 }  // namespace
-
-// Each row past the old edge at its full capacity (more than the front ends
-// give it), with all-ones and the two extreme operands: the square is exact,
-// and the worst error, printed, keeps the margin of the rows below (< 1/4).
-TEST(FftHandOver, RowsAboveTheOldEdgeRoundWithinAQuarter) {
-  testbridge::Random random = testbridge::testRandom();
-  const uint32_t last = fftSizeRowFor(64 * largestDirectWords);
-  for (uint32_t r = fftSizeRowFor(64 * 13057); r <= last; r++) {
-    const FftSizeRow& row = FftSizeTable[r];
-    const uint64_t n = row.capacity / 64;
-    double worst = 0.0;
-    for (int kind = 0; kind < 3; kind++) {
-      const std::vector<uint32_t> a = kind == 0 ? testbridge::operand(random, Kind::AllOnes, n)
-                                                : extremeOperand(n, row.bitsPerPoint, kind == 2);
-      double error = 0.0;
-      ASSERT_EQ(rowSquare(a, row, &error), testbridge::gmpProduct(a.data(), n, a.data(), n))
-          << "row " << r << ", operand " << kind;
-      worst = std::max(worst, error);
-    }
-    std::printf("[ ROUNDING ] row %2u: L = %8llu, %u bits, %7llu words: worst error %.5f\n", r,
-                (unsigned long long)sizeCodeLength(row.code), unsigned(row.bitsPerPoint),
-                (unsigned long long)n, worst);
-    EXPECT_LT(worst, 0.25) << "row " << r;
-  }
-}
 
 // All-ones operands (the largest coefficients) one word either side of each
 // hand-over, through the front ends with the method they choose checked:
