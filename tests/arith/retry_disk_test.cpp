@@ -14,15 +14,11 @@
 #include "memory/paging.h"
 #include "memory/raidfile.h"
 #include "platform/console.h"
-#include "support/run_program.h"
+#include "support/swap_folders.h"
 #include "support/test_arena.h"
 
 TEST(RetryDiskPath, DoublingAndHalvingReachTheDiskCopy) {
-  std::string folder = makeTempFolder();
-  char* pathText = folder.data();
-  PathList paths{1, &pathText};
-  PathList* savedGlobal = globalSwapPaths;
-  globalSwapPaths = &paths;
+  SwapFolders folders(1);
   TestArena arena(1 << 20);
   Heap& heap = arena.heap;
   OperandSource source = testOperands(7);
@@ -30,7 +26,7 @@ TEST(RetryDiskPath, DoublingAndHalvingReachTheDiskCopy) {
   words.back() |= 0x80000000u;  // doubling lengthens the number
   BigInt x;
   makeBigInt(&heap, &x, words, 0);
-  bigIntPushToDisk(&heap, &x, &paths);
+  bigIntPushToDisk(&heap, &x, &folders.list);
 
   retryDoubleOperand(&heap, &x, true);
   EXPECT_EQ(x.words, nullptr) << "pushed out again";
@@ -41,26 +37,20 @@ TEST(RetryDiskPath, DoublingAndHalvingReachTheDiskCopy) {
     doubled[i + 1] = words[i] >> 31;
   }
   EXPECT_EQ(bigIntWords(x), doubled);
-  bigIntPushToDisk(&heap, &x, &paths);
+  bigIntPushToDisk(&heap, &x, &folders.list);
 
   retryHalveOperand(&heap, &x, true);
   bigIntLoad(&heap, &x, 1);
   EXPECT_EQ(bigIntWords(x), words);
   bigIntDestroy(&x);
-  globalSwapPaths = savedGlobal;
-  EXPECT_TRUE(listFolder(folder).empty()) << "swap files left behind";
-  removeTree(folder);
+  EXPECT_TRUE(folders.empty()) << "swap files left behind";
 }
 
 // Paged operands take the disk path; two injected failures send the square
 // and the product to the third attempt, which must still give a*a and a*b
 // and leave the operands as they were.
 TEST(RetryDiskPath, ThirdAttemptOfPagedOperands) {
-  std::string folder = makeTempFolder();
-  char* pathText = folder.data();
-  PathList paths{1, &pathText};
-  PathList* savedGlobal = globalSwapPaths;
-  globalSwapPaths = &paths;
+  SwapFolders folders(1);
   const uint64_t savedErrors = errorCount;
   std::string output;
   consoleCaptureTo(&output);
@@ -74,8 +64,8 @@ TEST(RetryDiskPath, ThirdAttemptOfPagedOperands) {
   makeBigInt(&heap, &b, bWords, 0);
   for (bool square : {true, false}) {
     SCOPED_TRACE(square ? "square" : "product");
-    bigIntPushToDisk(&heap, &a, &paths);
-    bigIntPushToDisk(&heap, &b, &paths);
+    bigIntPushToDisk(&heap, &a, &folders.list);
+    bigIntPushToDisk(&heap, &b, &folders.list);
     errorCount = 0;
     multiplyInjectFaults(3);
     BigInt out;
@@ -104,7 +94,5 @@ TEST(RetryDiskPath, ThirdAttemptOfPagedOperands) {
   bigIntDestroy(&a);
   consoleCaptureTo(nullptr);
   errorCount = savedErrors;
-  globalSwapPaths = savedGlobal;
-  EXPECT_TRUE(listFolder(folder).empty()) << "swap files left behind";
-  removeTree(folder);
+  EXPECT_TRUE(folders.empty()) << "swap files left behind";
 }

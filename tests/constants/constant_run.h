@@ -8,6 +8,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <string>
 
 #include "arith/fft/fft_tables.h"
@@ -22,14 +23,13 @@
 #include "shell/estimate.h"
 #include "support/gmp_bridge.h"
 #include "support/run_program.h"
+#include "support/swap_folders.h"
 
 namespace constant_test {
 
 struct ConstantRun {
   std::string folder;
-  std::string swapFolders[2];
-  char* swapTexts[2] = {nullptr, nullptr};
-  PathList swapList = {0, nullptr};
+  std::unique_ptr<SwapFolders> swap;  // Basic Swap: two folders
   ComputeSettings settings;
   Heap heap;
   std::string console;
@@ -58,29 +58,17 @@ struct ConstantRun {
     settings.heap = &heap;
     savedThreadPower = globalThreadPower;
     globalThreadPower = threadPower;
-    if (mode == computeModeBasicSwap) {
-      for (int i = 0; i < 2; i++) {
-        swapFolders[i] = makeTempFolder();
-        swapTexts[i] = swapFolders[i].data();
-      }
-      swapList = {2, swapTexts};
-      globalSwapPaths = &swapList;
-    }
+    if (mode == computeModeBasicSwap) swap = std::make_unique<SwapFolders>(2u);
   }
 
   ~ConstantRun() {
     globalThreadPower = savedThreadPower;
-    globalSwapPaths = nullptr;
     settings.heap = nullptr;
     EXPECT_EQ(heap.activeBlocks, 0u) << "blocks left in the arena";
     heapDestroy(&heap);
     releaseComputeSettings(&settings);
     removeTree(folder);
-    for (auto& swap : swapFolders) {
-      if (swap.empty()) continue;
-      EXPECT_TRUE(std::filesystem::is_empty(swap)) << "swap files left in " << swap;
-      removeTree(swap);
-    }
+    if (swap != nullptr) EXPECT_TRUE(swap->empty()) << "swap files left behind";
   }
 
   // Runs the constant's entry with the console captured; returns its

@@ -25,6 +25,7 @@
 #include "series_check.h"
 #include "support/gmp_bridge.h"
 #include "support/run_program.h"
+#include "support/swap_folders.h"
 #include "support/test_arena.h"
 
 namespace {
@@ -323,10 +324,7 @@ TEST(SeriesLayers, MergesAlignStrippedWordsAndBorrowThroughTheTop) {
 TEST(SeriesSums, ThreadedFallbackAndSwappedSumsAreTheSerialBits) {
   buildFftTables(40000);
   const uint32_t savedPower = globalThreadPower;
-  std::string folders[2] = {makeTempFolder(), makeTempFolder()};
-  char* paths[2] = {folders[0].data(), folders[1].data()};
-  PathList list = {2, paths};
-  globalSwapPaths = &list;
+  SwapFolders folders(2);
   for (const SeriesKind* kind : {&plainKind, &alternatingKind}) {
     for (uint64_t words : {4ull, 300ull, 2500ull}) {
       Arena arena(128ull << 20);
@@ -361,11 +359,7 @@ TEST(SeriesSums, ThreadedFallbackAndSwappedSumsAreTheSerialBits) {
     }
   }
   globalThreadPower = savedPower;
-  globalSwapPaths = nullptr;
-  for (const std::string& folder : folders) {
-    EXPECT_TRUE(std::filesystem::is_empty(folder)) << "swap files left in " << folder;
-    removeTree(folder);
-  }
+  EXPECT_TRUE(folders.empty()) << "swap files left behind";
   releaseFftTables();
 }
 

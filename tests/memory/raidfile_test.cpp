@@ -20,6 +20,7 @@
 #include "platform/threads.h"
 #include "support/death_console.h"
 #include "support/run_program.h"
+#include "support/swap_folders.h"
 #include "support/console_capture.h"
 
 namespace {
@@ -35,23 +36,6 @@ uint64_t sizeOnDisk(const std::string& path) {
   struct stat info;
   return stat(path.c_str(), &info) == 0 ? uint64_t(info.st_size) : ~uint64_t(0);
 }
-
-// A temporary folder with a PathList over sub-folders spelt as `names`.
-struct SwapFolders {
-  std::string root = makeTempFolder();
-  std::vector<std::string> texts;
-  std::vector<char*> pointers;
-  PathList list;
-  explicit SwapFolders(const std::vector<std::string>& names) {
-    for (const std::string& name : names) {
-      texts.push_back(root + "/" + name);
-      mkdir(texts.back().substr(0, texts.back().find_last_not_of('/') + 1).c_str(), 0755);
-    }
-    for (std::string& text : texts) pointers.push_back(text.data());
-    list = {texts.size(), pointers.data()};
-  }
-  ~SwapFolders() { removeTree(root); }
-};
 
 // Names are "nmb_" + 16 hexadecimal digits + ".sf", distinct for files alive
 // at once; trailing '/' and '\\' get no second separator; a long path has

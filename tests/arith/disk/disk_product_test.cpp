@@ -17,7 +17,7 @@
 #include "memory/paging.h"
 #include "memory/raidfile.h"
 #include "platform/console.h"
-#include "support/run_program.h"
+#include "support/swap_folders.h"
 
 namespace {
 
@@ -32,34 +32,6 @@ struct DiskCase {
   uint32_t fault;  // 1: a bit of the transform flipped, so the first attempt's check fails
 };
 
-// Swap folders p0, p1, ... under one temporary folder, made the run's paths.
-struct SwapPaths {
-  std::string root = makeTempFolder();
-  std::vector<std::string> texts;
-  std::vector<char*> pointers;
-  PathList list;
-  PathList* saved = globalSwapPaths;
-  explicit SwapPaths(uint32_t count) {
-    for (uint32_t i = 0; i < count; i++) {
-      texts.push_back(root + "/p" + std::to_string(i));
-      mkdir(texts.back().c_str(), 0755);
-    }
-    for (std::string& text : texts) pointers.push_back(text.data());
-    list = {count, pointers.data()};
-    globalSwapPaths = &list;
-  }
-  bool empty() const {
-    for (const std::string& text : texts) {
-      if (!listFolder(text).empty()) return false;
-    }
-    return true;
-  }
-  ~SwapPaths() {
-    globalSwapPaths = saved;
-    removeTree(root);
-  }
-};
-
 std::vector<uint32_t> readWindow(RaidFile* file, uint64_t words) {
   std::vector<uint32_t> out(words);
   raidFileRead(file, out.data(), words);
@@ -68,7 +40,7 @@ std::vector<uint32_t> readWindow(RaidFile* file, uint64_t words) {
 
 // The worker called directly on RaidFiles written from the operands.
 void runDirect(const DiskCase& c, Heap* heap, const std::vector<uint32_t>& a,
-               const std::vector<uint32_t>& b, SwapPaths& paths) {
+               const std::vector<uint32_t>& b, SwapFolders& paths) {
   const bool square = c.lb == 0;
   const uint64_t window = c.la + (square ? c.la : c.lb) - c.chop;
   RaidFile fa, fb, result;
@@ -102,7 +74,7 @@ void runDirect(const DiskCase& c, Heap* heap, const std::vector<uint32_t>& a,
 // Through the front end on paged-out records; the heap's size decides the
 // form. A fault goes through the retry and the product still comes out.
 void runFrontEnd(const DiskCase& c, Heap* heap, const std::vector<uint32_t>& a,
-                 const std::vector<uint32_t>& b, SwapPaths& paths) {
+                 const std::vector<uint32_t>& b, SwapFolders& paths) {
   const bool square = c.lb == 0;
   BigInt x, y, out;
   makeBigInt(heap, &x, a, 0);
@@ -147,7 +119,7 @@ void runCase(const DiskCase& c, uint64_t seed) {
                                     << c.lb << " chop " << c.chop << " paths " << c.paths
                                     << " form " << c.form << " threads " << c.threadPower
                                     << " fault " << c.fault);
-  SwapPaths paths(c.paths);
+  SwapFolders paths(c.paths);
   OperandSource source = testOperands(seed);
   // A flipped bit is only sure to show in the check when the other
   // factor's transform is not sparse: faults run on uniform words.

@@ -1,5 +1,6 @@
 // FFT products and squares against GMP at every row boundary, unbalanced and
-// chopped; the worst rounding error of each row; and the failure paths.
+// chopped; the worst rounding error of each row; the failure paths; and the
+// front ends either side of the hand-over to the hybrid transform.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,6 +10,8 @@
 #include "arith/fft/fft_test_support.h"
 #include "arith/tuning.h"
 #include "arith/product_check.h"
+#include "arith/multiply.h"
+#include "memory/bigint.h"
 #include "memory/heap.h"
 #include "support/death_console.h"
 
@@ -159,4 +162,55 @@ TEST(FftProductsDeathTest, TablesThatDontServeAndSizesPastTheLastRowAreFatal) {
   EXPECT_EXIT((consoleToStandardError(),
                fftSquare(nullptr, &word, uint64_t(1) << 29, &out, 0, ffttest::tables())),
               ::testing::ExitedWithCode(1), "Maximum FFT size Exceeded\\.");
+}
+
+// All-ones operands (the largest coefficients) one word either side of each
+// hand-over, through the front ends with the method they choose checked:
+// squares, equal products, and unbalanced products whose short operand sits
+// at the edge: one word longer (one transform below the edge) and three
+// times as long (below the edge the hybrid transform on one thread).
+TEST(FftHandOver, FrontEndsAgreeWithGmpEitherSideOfEachHandOver) {
+  struct Case {
+    uint64_t edge;
+    uint32_t threadPower;
+    bool square;
+  };
+  const Case cases[] = {{hybridSquareThreshold, 0, true},
+                        {hybridMultiplyThreshold, 0, false},
+                        {threadedHybridThreshold, 1, true},
+                        {threadedHybridThreshold, 1, false}};
+  testbridge::Random random = testbridge::testRandom();
+  // The tables a run of this size builds, so that the direct FFT serves it.
+  buildFftTables(largestDirectWords + 100);
+  Heap heap;
+  heapInit(nullptr, &heap, 320 * largestDirectWords + (64 << 20));
+  for (const Case& c : cases) {
+    for (uint64_t n : {c.edge - 1, c.edge}) {
+      const MultiplyMethod method =
+          c.square ? chooseSquareMethod(n, c.threadPower) : chooseMultiplyMethod(n, c.threadPower);
+      EXPECT_EQ(method, n < c.edge ? MultiplyFft : MultiplyHybrid) << n;
+      if (n < c.edge) EXPECT_TRUE(fftTablesServe(fftTables, fftSquareCode(n, 0))) << n;
+      std::vector<uint32_t> ones = testbridge::operand(random, Kind::AllOnes, n);
+      std::vector<uint32_t> near = testbridge::operand(random, Kind::AllOnes, n + 1);
+      std::vector<uint32_t> far = testbridge::operand(random, Kind::AllOnes, 3 * n + 1);
+      BigInt a{n, ones.data(), n, nullptr};
+      BigInt b{n + 1, near.data(), n + 1, nullptr}, d{3 * n + 1, far.data(), 3 * n + 1, nullptr};
+      for (BigInt* other : c.square ? std::vector<BigInt*>{&a} : std::vector<BigInt*>{&a, &b, &d}) {
+        BigInt out;
+        if (c.square) {
+          bigIntSquare(&heap, &a, &out, 0, 0, c.threadPower);
+        } else {
+          bigIntMultiply(&heap, &a, other, &out, 0, 0, c.threadPower);
+        }
+        std::vector<uint32_t> got(out.words, out.words + out.length);
+        got.resize(n + other->length, 0u);
+        EXPECT_EQ(got, testbridge::gmpProduct(ones.data(), n, other->words, other->length))
+            << n << " x " << other->length << " words, threadPower " << c.threadPower;
+        heapRelease(out.words);
+      }
+    }
+  }
+  EXPECT_EQ(heap.activeBlocks, 0u);
+  heapDestroy(&heap);
+  releaseFftTables();  // the next test builds the usual ones
 }

@@ -12,6 +12,7 @@
 #include "memory/raidfile.h"
 #include "platform/console.h"
 #include "support/run_program.h"
+#include "support/swap_folders.h"
 #include "support/test_arena.h"
 
 namespace {
@@ -62,24 +63,10 @@ class Newton : public ::testing::Test {
 // Swap files over two temporary folders, checked empty at the end.
 class NewtonSwap : public Newton {
  protected:
-  std::string folders[2];
-  char* pathTexts[2];
-  PathList paths;
-  void SetUp() override {
-    for (int i = 0; i < 2; i++) ASSERT_FALSE((folders[i] = makeTempFolder()).empty());
-    for (int i = 0; i < 2; i++) pathTexts[i] = folders[i].data();
-    paths.count = 2;
-    paths.paths = pathTexts;
-    globalSwapPaths = &paths;
-    Newton::SetUp();
-  }
+  SwapFolders folders{2u};
   void TearDown() override {
     Newton::TearDown();
-    globalSwapPaths = nullptr;
-    for (auto& folder : folders) {
-      EXPECT_TRUE(std::filesystem::is_empty(folder)) << "swap files left in " << folder;
-      removeTree(folder);
-    }
+    EXPECT_TRUE(folders.empty()) << "swap files left behind";
   }
   // The swap writes `run` made, its console output captured.
   template <class Run>
