@@ -2,11 +2,15 @@
 // of a computed constant timed and turned into text.
 #pragma once
 
+#include <gmp.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <string>
+#include <vector>
 
 #include "arith/numbers/bigfloat.h"
 #include "constants/compute_settings.h"
@@ -56,4 +60,12 @@ inline double benchConvert(Heap* heap, BigFloat* x, uint64_t count, uint32_t thr
   releaseConversionOutput(&out);
   releaseBaseConversionTable(&table);
   return seconds;
+}
+
+// True when the n words at `words` (least significant first) hold z.
+inline bool benchSameAsMpz(const uint32_t* words, uint64_t n, const mpz_t z) {
+  std::vector<uint32_t> expected(n + 2, 0);
+  size_t count = 0;
+  mpz_export(expected.data(), &count, -1, 4, 0, 0, z);
+  return count <= n && std::memcmp(words, expected.data(), 4 * n) == 0;
 }

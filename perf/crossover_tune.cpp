@@ -38,13 +38,6 @@ double batchTime(F&& call, uint64_t reps) {
   return (benchNow() - start) / double(reps);
 }
 
-bool sameAsMpz(const uint32_t* words, uint64_t n, const mpz_t z) {
-  std::vector<uint32_t> expected(n + 2, 0);
-  size_t count = 0;
-  mpz_export(expected.data(), &count, -1, 4, 0, 0, z);
-  return count <= n && std::memcmp(words, expected.data(), 4 * n) == 0;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -116,10 +109,10 @@ int main(int argc, char** argv) {
       if (code != 0) failures++;
     };
     direct();
-    if (!sameAsMpz(out.data(), 2 * n, z)) std::printf("direct WRONG at %llu\n", (unsigned long long)n), failures++;
+    if (!benchSameAsMpz(out.data(), 2 * n, z)) std::printf("direct WRONG at %llu\n", (unsigned long long)n), failures++;
     std::fill(out.begin(), out.end(), 0);
     hybrid();
-    if (!sameAsMpz(out.data(), 2 * n, z)) std::printf("hybrid WRONG at %llu\n", (unsigned long long)n), failures++;
+    if (!benchSameAsMpz(out.data(), 2 * n, z)) std::printf("hybrid WRONG at %llu\n", (unsigned long long)n), failures++;
     // Calls per batch so that a batch lasts about 30 ms.
     const double once = batchTime(direct, 1);
     const uint64_t reps = std::max<uint64_t>(1, uint64_t(0.03 / std::max(once, 1e-7)));

@@ -41,13 +41,6 @@ double bestTime(F&& call, double target) {
   return best;
 }
 
-bool sameAsMpz(const uint32_t* words, uint64_t n, const mpz_t z) {
-  std::vector<uint32_t> expected(n + 2, 0);
-  size_t count = 0;
-  mpz_export(expected.data(), &count, -1, 4, 0, 0, z);
-  return count <= n && std::memcmp(words, expected.data(), 4 * n) == 0;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -98,7 +91,7 @@ int main(int argc, char** argv) {
     };
     square(1);
     mpz_mul(z, x, x);
-    if (!sameAsMpz(out.data(), 2 * n, z)) std::printf(" square WRONG"), failures++;
+    if (!benchSameAsMpz(out.data(), 2 * n, z)) std::printf(" square WRONG"), failures++;
     const double ours = bestTime([&] { square(0); }, target);
     const double gmp = bestTime([&] { mpz_mul(z, x, x); }, target);
     const double two = bestTime([&] { square(1); }, target);
@@ -111,7 +104,7 @@ int main(int argc, char** argv) {
       };
       multiply(1);
       mpz_mul(z, x, y);
-      if (!sameAsMpz(out.data(), 2 * n, z)) std::printf(" product WRONG"), failures++;
+      if (!benchSameAsMpz(out.data(), 2 * n, z)) std::printf(" product WRONG"), failures++;
       const double oursM = bestTime([&] { multiply(0); }, target);
       const double gmpM = bestTime([&] { mpz_mul(z, x, y); }, target);
       const double twoM = bestTime([&] { multiply(1); }, target);

@@ -45,12 +45,11 @@ void bestTimes(A&& ours, B&& theirs, double target, double* bestOurs, double* be
   }
 }
 
+// The product's words, zero-padded to n, hold z.
 bool sameAsMpz(const BigInt& out, uint64_t n, const mpz_t z) {
-  std::vector<uint32_t> expected(n + 2, 0), got(n + 2, 0);
-  size_t count = 0;
-  mpz_export(expected.data(), &count, -1, 4, 0, 0, z);
-  std::copy(out.words, out.words + out.length, got.begin());
-  return count <= n && out.length <= n && got == expected;
+  std::vector<uint32_t> got(n, 0);
+  std::copy(out.words, out.words + std::min(out.length, n), got.begin());
+  return out.length <= n && benchSameAsMpz(got.data(), n, z);
 }
 
 const char* methodName(MultiplyMethod method) {
