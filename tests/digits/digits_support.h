@@ -26,11 +26,7 @@ namespace digits_test {
 
 using TestHeap = TestArena;
 
-struct TempFolder {
-  std::string path = makeTempFolder();
-  ~TempFolder() { removeTree(path); }
-  bool empty() const { return listFolder(path).empty(); }
-};
+using TempFolder = ScopedFolder;
 
 // x = words[0 .. n) * 2^(32 exponent), positive; top zero words trimmed.
 inline void makeNumber(Heap* heap, BigFloat* x, const uint32_t* words, uint64_t n, int64_t exponent) {

@@ -5,34 +5,19 @@
 #include <stdlib.h>
 
 #include <cstdint>
-#include <filesystem>
 #include <fstream>
 #include <random>
-#include <sstream>
 #include <string>
 
 #include "digits/zdg.h"
+#include "support/run_program.h"
 
 namespace digit_files {
 
-struct TempFolder {
-  std::string path;
-  TempFolder() {
-    char pattern[] = "/tmp/digit_files_XXXXXX";
-    if (mkdtemp(pattern) != nullptr) path = pattern;
-  }
-  ~TempFolder() {
-    if (!path.empty()) std::filesystem::remove_all(path);
-  }
-  std::string operator/(const std::string& name) const { return path + "/" + name; }
-};
+using TempFolder = ScopedFolder;
 
-inline std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+// Whole contents of a file; empty when it cannot be read.
+inline std::string readFile(const std::string& path) { return readWholeFile(path); }
 
 inline void writeFile(const std::string& path, const std::string& text) {
   std::ofstream out(path, std::ios::binary | std::ios::trunc);

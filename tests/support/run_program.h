@@ -42,6 +42,7 @@ struct ScopedFolder {
   std::string path = makeTempFolder();
   ~ScopedFolder() { removeTree(path); }
   std::string operator/(const std::string& name) const { return path + "/" + name; }
+  bool empty() const { return listFolder(path).empty(); }
 };
 
 #ifdef NUMBRELLA_BINARY

@@ -3,6 +3,8 @@
 // check. (The comparers run through the program on every mix of files.)
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "platform/console.h"
 #include "support/death_console.h"
 #include "support/digit_files.h"
