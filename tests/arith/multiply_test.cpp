@@ -45,12 +45,12 @@ void expectShape(const BigInt& out, uint64_t window, bool doubled = false) {
   if (doubled) {
     EXPECT_GE(out.capacity, window + 2);
     EXPECT_LE(out.length, window);
-    if (out.length > 0) EXPECT_NE(out.words[out.length - 1], 0u);
+    if (out.length > 0) { EXPECT_NE(out.words[out.length - 1], 0u); }
     return;
   }
   EXPECT_TRUE(out.length == window || out.length == window - 1) << out.length << " of " << window;
   EXPECT_EQ(out.capacity, window + 2);
-  if (out.length == window - 1) EXPECT_EQ(out.words[window - 1], 0u);
+  if (out.length == window - 1) { EXPECT_EQ(out.words[window - 1], 0u); }
 }
 
 // The BigInt front ends as a driver entry, on the heap and thread count given.

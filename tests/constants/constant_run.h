@@ -68,7 +68,7 @@ struct ConstantRun {
     heapDestroy(&heap);
     releaseComputeSettings(&settings);
     removeTree(folder);
-    if (swap != nullptr) EXPECT_TRUE(swap->empty()) << "swap files left behind";
+    if (swap != nullptr) { EXPECT_TRUE(swap->empty()) << "swap files left behind"; }
   }
 
   // Runs the constant's entry with the console captured; returns its

@@ -157,7 +157,7 @@ TEST(ConstantRuns, FilesHoldMpfrsDigitsAndTheFigureCoversThePeak) {
       EXPECT_TRUE(run.text(10, label) == decimal) << "decimal file " << label;
       EXPECT_TRUE(run.text(16, label) == hex) << "hexadecimal file " << label;
     }
-    if (c.id == constantEuler) EXPECT_EQ(run.console.find("ArcCoth("), std::string::npos);
+    if (c.id == constantEuler) { EXPECT_EQ(run.console.find("ArcCoth("), std::string::npos); }
     size_t at = 0;
     for (const std::string& line : c.lines) {
       const size_t found = run.console.find(line, at);

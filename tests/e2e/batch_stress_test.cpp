@@ -73,16 +73,16 @@ TEST(ProgramBatch, DenseThenSuperPiFillTheTableAndTheCurve) {
 
 TEST(ProgramStress, BothThreadsPassTestsUntilTheRunIsEndedFromOutside) {
   ScopedFolder folder;
-  // An option outside the table is asked again; then a custom 64 MiB.
-  ProgramResult r = runNumbrella(folder.path, "3\n19\n0\n64MB\n", 80);
+  // An option outside the table is asked again; then a custom 64 MiB. The
+  // run is ended once each thread has passed a test.
+  const char* passed[] = {"\nThread 0: Test 1 passed.Elapsed Time: ",
+                          "\nThread 1: Test 1 passed.Elapsed Time: "};
+  ProgramResult r = runNumbrella(folder.path, "3\n19\n0\n64MB\n", 120, {passed[0], passed[1]});
   EXPECT_TRUE(r.timedOut);
   expectInOrder(r.out, {"Stress Test\n\nThis option will perform a continuous stress test",
                         "option: option: \nEnter a limit: (e.g. 512MB, 1GB, etc...)\nBytes: ",
                         "Memory Limit: 64.0 MB\nBeginning continuous stress test...\n"});
-  for (const char* thread : {"\nThread 0: Test 1 passed.Elapsed Time: ",
-                             "\nThread 1: Test 1 passed.Elapsed Time: "}) {
-    EXPECT_NE(r.out.find(thread), std::string::npos) << r.out;
-  }
+  for (const char* thread : passed) EXPECT_NE(r.out.find(thread), std::string::npos) << r.out;
   EXPECT_EQ(r.out.find("ERROR"), std::string::npos);
   EXPECT_TRUE(listFolder(folder.path).empty());
 }

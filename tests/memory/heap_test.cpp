@@ -29,7 +29,7 @@ void expectConsistent(const Heap* heap, bool afterMerge = false) {
     cursor = block + heapEntry(heap, i)->size;
   }
   EXPECT_EQ(heap->usedEnd, cursor);
-  if (!afterMerge) EXPECT_GE(heap->peakUsed, heap->usedEnd);
+  if (!afterMerge) { EXPECT_GE(heap->peakUsed, heap->usedEnd); }
   EXPECT_GE(heap->peakBlocks, heap->activeBlocks);
 }
 

@@ -104,8 +104,11 @@ TEST(Threads, RaisedThreadsAskForPriorityAndWarnOnce) {
       threadSpawnRaised(&handle, probeRoutine, &probe);
       threadJoin(&handle);
       EXPECT_EQ(probe.value, 42u);
-      if (refuse) EXPECT_EQ(probe.priority, callerPriority);
-      if (!refuse) EXPECT_NE(probe.priority == callerPriority - 1, out == warning) << probe.priority << " " << out;
+      if (refuse) { EXPECT_EQ(probe.priority, callerPriority); }
+      if (!refuse) {
+        EXPECT_NE(probe.priority == callerPriority - 1, out == warning)
+            << probe.priority << " " << out;
+      }
     }
   }
   threadFailPriorityForTesting(false);

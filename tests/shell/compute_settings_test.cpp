@@ -35,8 +35,8 @@ TEST(ComputeSettings, DefaultsArePiByChudnovskyInRamOnly) {
   // The smallest k with 2^k at least the processors, at most 8.
   uint32_t processors = processorCount();
   EXPECT_LE(s.threadPower, 8u);
-  if (s.threadPower < 8) EXPECT_GE(uint64_t(1) << s.threadPower, processors);
-  if (s.threadPower > 0) EXPECT_LT(uint64_t(1) << (s.threadPower - 1), processors);
+  if (s.threadPower < 8) { EXPECT_GE(uint64_t(1) << s.threadPower, processors); }
+  if (s.threadPower > 0) { EXPECT_LT(uint64_t(1) << (s.threadPower - 1), processors); }
 }
 
 TEST(ComputeSettings, ReleaseFreesEverythingAndCanRepeat) {

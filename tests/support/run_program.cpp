@@ -43,7 +43,8 @@ void killGroup(pid_t pid) {
 
 ProgramResult runProgram(const std::string& binary, const std::string& workDir,
                          const std::string& input, double timeoutSeconds,
-                         const std::vector<std::string>& arguments) {
+                         const std::vector<std::string>& arguments,
+                         const std::vector<std::string>& endOnOutput) {
   ProgramResult result{-1, 0, false, "", ""};
   // A child that exits before reading all input must not kill the test with
   // SIGPIPE; the child itself gets the default disposition back below.
@@ -121,6 +122,15 @@ ProgramResult runProgram(const std::string& binary, const std::string& workDir,
       ssize_t got = read(fds[k], buffer, sizeof buffer);
       if (got > 0) sinks[k]->append(buffer, size_t(got));
       else if (got == 0 || (errno != EINTR && errno != EAGAIN)) closeIfOpen(&fds[k]);
+    }
+    const bool seen = !endOnOutput.empty() &&
+                      std::all_of(endOnOutput.begin(), endOnOutput.end(), [&](const std::string& text) {
+                        return result.out.find(text) != std::string::npos;
+                      });
+    if (seen) {
+      result.timedOut = true;
+      killGroup(pid);
+      break;
     }
   }
   for (int& fd : fds) closeIfOpen(&fd);

@@ -18,10 +18,13 @@ struct ProgramResult {
 // Runs `binary` with `arguments` in `workDir`, feeding `input` to its
 // standard input, which is closed afterwards. The process gets its own
 // session (no controlling terminal); after `timeoutSeconds` its process
-// group is killed and timedOut is set.
+// group is killed and timedOut is set. With `endOnOutput`, the group is
+// killed the same way as soon as standard output holds every one of those
+// texts, as a person ends a run that has shown what they wait for.
 ProgramResult runProgram(const std::string& binary, const std::string& workDir,
                          const std::string& input, double timeoutSeconds,
-                         const std::vector<std::string>& arguments = {});
+                         const std::vector<std::string>& arguments = {},
+                         const std::vector<std::string>& endOnOutput = {});
 
 // A fresh empty folder under the system's temporary directory.
 std::string makeTempFolder();
@@ -48,7 +51,8 @@ struct ScopedFolder {
 #ifdef NUMBRELLA_BINARY
 // The program under test, built beside the end-to-end tests.
 inline ProgramResult runNumbrella(const std::string& workDir, const std::string& input,
-                                  double timeoutSeconds = 120.0) {
-  return runProgram(NUMBRELLA_BINARY, workDir, input, timeoutSeconds);
+                                  double timeoutSeconds = 120.0,
+                                  const std::vector<std::string>& endOnOutput = {}) {
+  return runProgram(NUMBRELLA_BINARY, workDir, input, timeoutSeconds, {}, endOnOutput);
 }
 #endif

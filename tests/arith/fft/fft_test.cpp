@@ -189,7 +189,7 @@ TEST(FftHandOver, FrontEndsAgreeWithGmpEitherSideOfEachHandOver) {
       const MultiplyMethod method =
           c.square ? chooseSquareMethod(n, c.threadPower) : chooseMultiplyMethod(n, c.threadPower);
       EXPECT_EQ(method, n < c.edge ? MultiplyFft : MultiplyHybrid) << n;
-      if (n < c.edge) EXPECT_TRUE(fftTablesServe(fftTables, fftSquareCode(n, 0))) << n;
+      if (n < c.edge) { EXPECT_TRUE(fftTablesServe(fftTables, fftSquareCode(n, 0))) << n; }
       std::vector<uint32_t> ones = testbridge::operand(random, Kind::AllOnes, n);
       std::vector<uint32_t> near = testbridge::operand(random, Kind::AllOnes, n + 1);
       std::vector<uint32_t> far = testbridge::operand(random, Kind::AllOnes, 3 * n + 1);

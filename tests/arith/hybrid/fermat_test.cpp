@@ -199,7 +199,7 @@ TEST(FermatTransform, InverseWithTheOutputStageIsInverseThenOutput) {
       blockedInverse(reference.data(), W, stride, k, 0, scratch.data(), 0);
       const std::vector<uint32_t> inverse = reference;
       ASSERT_EQ(hybridOutputStage(range, reference.data(), stride, scratch.data(), 0), 0u);
-      if (start == 0) ASSERT_EQ(want, testbridge::fromMpz(sum.z, end)) << "m " << m;
+      if (start == 0) { ASSERT_EQ(want, testbridge::fromMpz(sum.z, end)) << "m " << m; }
       std::vector<uint32_t> threaded = inverse, words(end - start);
       const OutputRange threadedRange = {words.data(), end, start, c, k, W};
       ASSERT_EQ(hybridOutputStage(threadedRange, threaded.data(), stride, scratch.data(), 3), 0u);

@@ -57,7 +57,7 @@ TEST(SmallEntries, EveryKindOfChop) {
     for (uint64_t chop : {uint64_t(0), uint64_t(1), small / 2, small, small + 1,
                           (small + large) / 2, large, large + 1, large + random.below(small),
                           c.la + c.lb - 1}) {
-      if (chop < c.la + c.lb) EXPECT_TRUE(matches(entry, a, c.form == Square ? nullptr : &b, chop));
+      if (chop < c.la + c.lb) { EXPECT_TRUE(matches(entry, a, c.form == Square ? nullptr : &b, chop)); }
     }
     EXPECT_EQ(heap.activeBlocks, 0u);
   }
