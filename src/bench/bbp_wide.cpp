@@ -11,6 +11,12 @@
 
 #include <immintrin.h>
 
+// GCC 12 takes the deliberately undefined vectors inside its AVX-512
+// intrinsics (a self-initialised local) for uninitialised ones.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+
 #define WIDE_TARGET __attribute__((target("avx512f,avx512dq,avx512ifma")))
 
 namespace bbp {
