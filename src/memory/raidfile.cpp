@@ -24,10 +24,12 @@ std::atomic<uint64_t> writeCount{0};
 std::atomic<uint64_t> writeWords{0};
 std::atomic<uint64_t> pieceCount{0};
 std::atomic<uint32_t> retryDelayMs{1000};
+std::atomic<void (*)()> retryHook{nullptr};
 
 // Pause between two attempts of a step that retries for ever, so that a
 // persistent error does not flood the console.
 void waitBeforeRetry() {
+  if (void (*hook)() = retryHook.load()) hook();
   uint32_t ms = retryDelayMs.load();
   if (ms == 0) return;
   timespec pause = {static_cast<time_t>(ms / 1000), static_cast<long>(ms % 1000) * 1000000L};
@@ -264,3 +266,5 @@ void raidFileSetPieceBytesForTesting(uint64_t bytes) {
 }
 
 void raidFileSetRetryDelayForTesting(uint32_t milliseconds) { retryDelayMs.store(milliseconds); }
+
+void raidFileSetRetryHookForTesting(void (*hook)()) { retryHook.store(hook); }

@@ -81,3 +81,6 @@ void raidFileSetPieceBytesForTesting(uint64_t bytes);
 // Test hook: the pause between two attempts of a step that retries for ever
 // (1000 ms by default).
 void raidFileSetRetryDelayForTesting(uint32_t milliseconds);
+// Test hook: called at each pause between two attempts (where a person would
+// clear the cause); null removes it.
+void raidFileSetRetryHookForTesting(void (*hook)());

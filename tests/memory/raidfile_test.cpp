@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -194,6 +195,51 @@ TEST(RaidFile, CreationAndDeletionRetryAndFailedTransfersAreFatal) {
               "Unexpected end of input.");
   consoleInputFrom(nullptr);
   raidFileSetRetryDelayForTesting(1000);
+}
+
+// A swap folder on a real file system that is nearly full: the reservation
+// is refused by the system (ENOSPC) until the person frees space, then the
+// file is made and carries data. Needs the right to mount a tmpfs.
+std::string fillerPath;
+void freeTheSpace() { unlink(fillerPath.c_str()); }
+
+TEST(RaidFile, AFullFileSystemIsRetriedUntilSpaceIsFreed) {
+  SwapFolders folders({"d"});
+  const std::string mountPoint = folders.texts[0];
+  if (geteuid() != 0 || mount("numbrella", mountPoint.c_str(), "tmpfs", 0, "size=8m") != 0) {
+    GTEST_SKIP() << "cannot mount a tmpfs here; the reservation switch test covers ENOSPC";
+  }
+  struct Unmount {
+    std::string path;
+    ~Unmount() { umount2(path.c_str(), MNT_DETACH); }
+  } unmount{mountPoint};
+  // 7.5 MiB of the 8 are taken: a 1 MiB file is refused.
+  fillerPath = mountPoint + "/filler";
+  const std::vector<char> block(1 << 20, 'x');
+  const int fd = open(fillerPath.c_str(), O_WRONLY | O_CREAT, 0644);
+  ASSERT_GE(fd, 0);
+  for (int half = 0; half < 15; half++) {
+    ASSERT_EQ(write(fd, block.data(), block.size() / 2), ssize_t(block.size() / 2));
+  }
+  close(fd);
+  raidFileSetRetryDelayForTesting(0);
+  raidFileSetRetryHookForTesting(freeTheSpace);
+  Capture capture("\n");
+  RaidFile file;
+  raidFileCreate(nullptr, &file, &folders.list, 0, (1 << 20) / 4);
+  raidFileSetRetryHookForTesting(nullptr);
+  raidFileSetRetryDelayForTesting(1000);
+  EXPECT_EQ(countOccurrences(capture.text, "Unable to allocate swap file."), 1u) << capture.text;
+  const std::string told = "Error Code: 28\n    Unknown Error, See:\n" + std::string(strerror(ENOSPC));
+  EXPECT_NE(capture.text.find(told), std::string::npos) << capture.text;
+  // The refused 1 MiB is followed by 4 MiB, granted once the filler is gone.
+  EXPECT_EQ(sizeOnDisk(file.files[0].path), 4u << 20);
+  std::vector<uint32_t> words = randomWords(1 << 18, 3), back(words.size());
+  raidFileWriteAt(&file, 0, words.data(), words.size());
+  raidFileRead(&file, back.data(), back.size());
+  EXPECT_EQ(back, words);
+  raidFileDelete(&file);
+  EXPECT_TRUE(listFolder(mountPoint).empty());
 }
 
 }  // namespace
