@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs every unit test that draws from the tests' random source
+# Runs every test that draws from the tests' random source
 # (testbridge::testRandom, which reads NUMBRELLA_SEED) under many seeds and
 # prints, per test, how many seeds it held and which seeds failed.
 #
@@ -8,9 +8,10 @@
 #   -n SEEDS  seeds per test (default 200): FIRST, FIRST + 1, ...
 #   -s FIRST  first seed (default 1)
 #   -j JOBS   runs at once (default: the processor count)
-#   PATH      only the tests in files under these paths (default: tests/)
+#   PATH      only the tests in files under these paths (default: tests/);
+#             end-to-end tests (tests/e2e) run in their own program
 #
-# Builds the unit tests first (Release, in build/). The tests are found in
+# Builds the tests first (Release, in build/). The tests are found in
 # the sources: a test uses the random source when its body calls
 # testRandom, or calls a helper (a function, or the fixture) that does, in
 # any test file or test header. Exits 1 when a seed failed.
@@ -25,7 +26,7 @@ while getopts "n:s:j:" option; do
     n) seeds="$OPTARG" ;;
     s) first="$OPTARG" ;;
     j) jobs="$OPTARG" ;;
-    *) sed -n '2,13p' "$0" >&2; exit 2 ;;
+    *) sed -n '2,14p' "$0" >&2; exit 2 ;;
   esac
 done
 shift $((OPTIND - 1))
@@ -34,8 +35,7 @@ if [ "${#paths[@]}" -eq 0 ]; then paths=("$root/tests"); fi
 
 "$root/scripts/install-deps.sh"
 cmake -S "$root" -B "$root/build" -DCMAKE_BUILD_TYPE=Release -DNUMBRELLA_TESTS=ON >/dev/null
-cmake --build "$root/build" -j"$(nproc)" --target unit_tests >/dev/null
-binary="$root/build/tests/unit_tests"
+cmake --build "$root/build" -j"$(nproc)" --target unit_tests e2e_tests numbrella >/dev/null
 
 # The random tests, one gtest filter a line.
 filters="$(python3 - "$root/tests" "${paths[@]}" <<'PY'
@@ -101,6 +101,9 @@ for d, _ in bodies:
         continue
     name = "%s.%s" % (d[2], d[1])
     text = "*/%s/*" % name if d[3] == "TEST_P" else name
+    # End-to-end tests live in their own program.
+    if os.sep + "e2e" + os.sep in path:
+        text = "e2e:" + text
     if text not in seen:
         seen.add(text)
         print(text)
@@ -113,14 +116,16 @@ fi
 
 # One run: prints "FILTER SEED" when the test failed under the seed.
 run_one() {
-  local filter="$1" seed="$2"
-  if ! NUMBRELLA_SEED="$seed" "$binary" --gtest_filter="$filter" --gtest_brief=1 \
+  local filter="$1" seed="$2" binary="$build/tests/unit_tests"
+  if [ "${filter#e2e:}" != "$filter" ]; then binary="$build/tests/e2e_tests"; fi
+  if ! NUMBRELLA_SEED="$seed" "$binary" --gtest_filter="${filter#e2e:}" --gtest_brief=1 \
        >/dev/null 2>&1; then
     echo "$filter $seed"
   fi
 }
 export -f run_one
-export binary
+build="$root/build"
+export build
 
 failures="$(mktemp)"
 trap 'rm -f "$failures"' EXIT
