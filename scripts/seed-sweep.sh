@@ -3,11 +3,12 @@
 # (testbridge::testRandom, which reads NUMBRELLA_SEED) under many seeds and
 # prints, per test, how many seeds it held and which seeds failed.
 #
-#   scripts/seed-sweep.sh [-n SEEDS] [-s FIRST] [-j JOBS] [PATH...]
+#   scripts/seed-sweep.sh [-n SEEDS] [-s FIRST] [-j JOBS] [-x REGEX] [PATH...]
 #
 #   -n SEEDS  seeds per test (default 200): FIRST, FIRST + 1, ...
 #   -s FIRST  first seed (default 1)
 #   -j JOBS   runs at once (default: the processor count)
+#   -x REGEX  leaves out the tests whose name matches (grep -E)
 #   PATH      only the tests in files under these paths (default: tests/);
 #             end-to-end tests (tests/e2e) run in their own program
 #
@@ -21,12 +22,14 @@ root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 seeds=200
 first=1
 jobs="$(nproc)"
-while getopts "n:s:j:" option; do
+exclude=""
+while getopts "n:s:j:x:" option; do
   case "$option" in
     n) seeds="$OPTARG" ;;
     s) first="$OPTARG" ;;
     j) jobs="$OPTARG" ;;
-    *) sed -n '2,14p' "$0" >&2; exit 2 ;;
+    x) exclude="$OPTARG" ;;
+    *) sed -n '2,15p' "$0" >&2; exit 2 ;;
   esac
 done
 shift $((OPTIND - 1))
@@ -109,6 +112,7 @@ for d, _ in bodies:
         print(text)
 PY
 )"
+if [ -n "$exclude" ]; then filters="$(grep -v -E -- "$exclude" <<<"$filters" || true)"; fi
 if [ -z "$filters" ]; then
   echo "No test under ${paths[*]} draws from the random source."
   exit 0
