@@ -44,7 +44,7 @@ Kinds makeKinds() {
     SeriesKind main = {};
     main.numerators = 2;  // y and z
     main.hasP = 1;        // x
-    main.leafTerms = 1;
+    main.leafTerms = eulerLeafTerms;
     main.floatLeafTerms = seriesSerialTerms;
     main.singleBlock = 1;
     main.sizeWords = mainSize;
@@ -58,6 +58,7 @@ Kinds makeKinds() {
     correction.numerators = 1;
     correction.sizeWords = correctionSize;
     correction.sizePWords = correctionSizeP;
+    correction.leafTerms = 1;
     correction.leaf = eulerCorrectionLeaf;
     correction.mergeIntegers = nullptr;
     correction.mergeFloats = nullptr;
@@ -147,21 +148,6 @@ uint64_t eulerCorrectionTerms(uint32_t k, uint64_t words) {
     }
   }
   return high;
-}
-
-// Term j = first + 1: q = j, x = 1, y = z = n^(2j) = 2^(2jk).
-bool eulerLeaf(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last,
-               SplitRecord* out, uint32_t wantP) {
-  if (last - first != 1) return false;
-  const uint64_t j = last;
-  const uint64_t bits = 2 * j * kOf(kind);
-  splitRecordSetZero(out);
-  splitNumberFromU64(heap, &out->p, 1);
-  splitNumberFromU64(heap, &out->q, j);
-  numberTimesPower(heap, &out->r[0], 1, bits);
-  numberTimesPower(heap, &out->r[1], 1, bits);
-  (void)wantP;  // x is 1: cheaper to build than to skip
-  return true;
 }
 
 // Term j = first + 1 of series C: P = R = (2j - 1)^3, Q = j 2^(2k + 5).
