@@ -238,8 +238,6 @@ void pageOut(BigFloat* x, bool paged) {
   if (paged) bigFloatPushToDisk(x);
 }
 
-// The standard float merge; `paged` pushes every operand and result to disk
-// between the products, so that only one product's numbers are in memory.
 // The merge in memory of a one-numerator series with P, when the products
 // are direct FFT products: R1 * Q2 and Q1 * Q2 share the transform of Q2,
 // P1 * R2 and P1 * P2 that of P1. False, with nothing done, when sizes or
@@ -248,6 +246,10 @@ void pageOut(BigFloat* x, bool paged) {
 bool sharedMergeFloats(Heap* heap, SplitFloats* left, SplitFloats* right, SplitFloats* out,
                        uint64_t leftPrecision, uint64_t rightPrecision, uint32_t wantP,
                        uint32_t threadPower) {
+  const BigFloat* all[6] = {&left->p, &left->q, &left->r[0], &right->p, &right->q, &right->r[0]};
+  for (const BigFloat* x : all) {
+    if (bigIntIsPagedOut(x->mantissa)) return false;
+  }
   BigFloat t, u;
   if (!bigFloatMultiplyShared(heap, &right->q, &left->r[0], &t, leftPrecision, &left->q, &out->q,
                               leftPrecision)) {
@@ -273,6 +275,8 @@ bool sharedMergeFloats(Heap* heap, SplitFloats* left, SplitFloats* right, SplitF
   return true;
 }
 
+// The standard float merge; `paged` pushes every operand and result to disk
+// between the products, so that only one product's numbers are in memory.
 void mergeFloatsWith(Heap* heap, const SeriesKind* kind, SplitFloats* left, SplitFloats* right,
                      SplitFloats* out, uint64_t leftPrecision, uint64_t rightPrecision,
                      uint32_t wantP, uint32_t threadPower, bool paged) {
