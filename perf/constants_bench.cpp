@@ -7,12 +7,13 @@
 // that they give the same digits.
 //
 //   constants_bench [--digits D]... [--constant log2|log10|zeta3|catalan|euler]...
-//                   [--algorithm A] [--threads K] [--mpfr-limit D]
+//                   [--algorithm A] [--threads K] [--mpfr-limit D] [--no-peers]
 //
 // Default: every constant at 1,000,000 and 10,000,000 digits by its
 // algorithm 0, 2^K threads (default K = 1) for numbrella and Arb; MPFR (one
 // thread) only up to --mpfr-limit digits (default 1,000,000; a tenth of it
-// for Zeta(3) and Euler's constant, where MPFR is slow). Per size it
+// for Zeta(3) and Euler's constant, where MPFR is slow); --no-peers times
+// numbrella alone (for profiling). Per size it
 // prints each program's computation, conversion and total, and the ratio of
 // Arb's total to numbrella's (above 1: numbrella is faster). Each figure is
 // one run; Arb's cache is emptied before its run.
@@ -48,6 +49,7 @@ struct Options {
   int algorithm = -1;
   uint32_t threadPower = 1;
   uint64_t mpfrLimit = 1000000;
+  bool peers = true;
 };
 
 uint32_t constantNamed(const char* name) {
@@ -71,12 +73,14 @@ Options parse(int argc, char** argv) {
       options.algorithm = int(std::strtol(argv[++i], nullptr, 10));
     } else if (!std::strcmp(argv[i], "--threads") && i + 1 < argc) {
       options.threadPower = std::min<uint32_t>(8, uint32_t(std::strtoul(argv[++i], nullptr, 10)));
+    } else if (!std::strcmp(argv[i], "--no-peers")) {
+      options.peers = false;
     } else if (!std::strcmp(argv[i], "--mpfr-limit") && i + 1 < argc) {
       options.mpfrLimit = std::strtoull(argv[++i], nullptr, 10);
     } else {
       std::fprintf(stderr,
                    "usage: %s [--digits D]... [--constant log2|log10|zeta3|catalan|euler]... "
-                   "[--algorithm A] [--threads K] [--mpfr-limit D]\n",
+                   "[--algorithm A] [--threads K] [--mpfr-limit D] [--no-peers]\n",
                    argv[0]);
       std::exit(2);
     }
@@ -256,12 +260,12 @@ int main(int argc, char** argv) {
     const uint32_t algorithm = options.algorithm >= 0 ? uint32_t(options.algorithm) : 0;
     for (uint64_t digits : options.digits) {
       const Timing ours = runNumbrella(id, algorithm, digits, options.threadPower);
-      const Timing arb = runArb(id, digits, options.threadPower);
+      const Timing arb = options.peers ? runArb(id, digits, options.threadPower) : Timing();
       Timing mpfr;
       // MPFR's Zeta(3) and Euler are far slower than the others: a tenth of the limit.
       const bool slow = id == constantZeta3 || id == constantEuler;
       const uint64_t mpfrLimit = slow ? options.mpfrLimit / 10 : options.mpfrLimit;
-      if (digits <= mpfrLimit) mpfr = runMpfr(id, digits);
+      if (options.peers && digits <= mpfrLimit) mpfr = runMpfr(id, digits);
       const double total = ours.compute + ours.convert;
       const double arbTotal = arb.compute + arb.convert;
       std::printf("%-8s %3u %10llu | %8.3f %8.3f %8.3f | %8.3f %8.3f %8.3f | ", nameOf(id),

@@ -38,6 +38,18 @@ void bigIntSquare(Heap* heap, BigInt* a, BigInt* out, uint64_t chop, uint32_t at
 void bigIntMultiply(Heap* heap, BigInt* a, BigInt* b, BigInt* out, uint64_t chop,
                     uint32_t attempt, uint32_t threadPower);
 
+// Whether a * b and a * c are both direct FFT products of one transform
+// length (each on one thread, neither cut into pieces), so that the
+// transform of a can serve both.
+bool multiplySharedTaken(uint64_t na, uint64_t nb, uint64_t nc);
+// outB[0 .. na + nb) = a * b and outC[0 .. na + nc) = a * c with one
+// transform of a, when multiplySharedTaken holds and the heap has the room;
+// returns false (nothing written) otherwise, and the caller forms the two
+// products itself. No operand is zero; outputs overlap no operand.
+bool multiplyWordArraysShared(Heap* heap, const uint32_t* a, uint64_t na, const uint32_t* b,
+                              uint64_t nb, uint32_t* outB, const uint32_t* c, uint64_t nc,
+                              uint32_t* outC);
+
 // out[0 .. la + lb) = a * b for plain word arrays (out sized by the caller,
 // not overlapping a or b). Returns the product's length with zero words
 // stripped from the top. A failure is re-run once; a second outcome of any

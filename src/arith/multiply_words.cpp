@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "arith/multiply.h"
+#include "arith/fft/fft.h"
+#include "arith/fft/fft_tables.h"
 #include "platform/console.h"
 
 uint64_t multiplyWordArrays(Heap* heap, const uint32_t* a, uint64_t lengthA, const uint32_t* b,
@@ -31,4 +33,13 @@ uint64_t multiplyWordArrays(Heap* heap, const uint32_t* a, uint64_t lengthA, con
   uint64_t length = lengthA + lengthB;
   while (length > 0 && out[length - 1] == 0) length--;
   return length;
+}
+
+bool multiplyWordArraysShared(Heap* heap, const uint32_t* a, uint64_t na, const uint32_t* b,
+                              uint64_t nb, uint32_t* outB, const uint32_t* c, uint64_t nc,
+                              uint32_t* outC) {
+  if (!multiplySharedTaken(na, nb, nc)) return false;
+  // A shortfall of scratch releases what it took: the caller's two products
+  // then meet it as they always would.
+  return fftMultiplyShared(heap, a, na, b, nb, outB, 0, c, nc, outC, 0, fftTables) == 0;
 }

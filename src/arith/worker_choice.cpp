@@ -115,6 +115,20 @@ uint64_t runMultiplyWorker(Heap* heap, const uint32_t* a, uint64_t lengthA, cons
   return smallMultiply(heap, a, lengthA, b, lengthB, product, chop);
 }
 
+bool multiplySharedTaken(uint64_t na, uint64_t nb, uint64_t nc) {
+  // Injected faults are for the single products and their retries.
+  if (injectedAttempts != 0) return false;
+  for (uint64_t other : {nb, nc}) {
+    const uint64_t shorter = std::min(na, other), longer = std::max(na, other);
+    if (chooseMultiplyMethod(shorter, 0) != MultiplyFft || longer > 2 * shorter ||
+        na + other >= 2 * hybridMultiplyThreshold) {
+      return false;
+    }
+  }
+  const SizeCode code = fftMultiplyCode(na, nb, 0);
+  return code == fftMultiplyCode(na, nc, 0) && directFftServed(code);
+}
+
 uint64_t runDiskSquareWorker(Heap* heap, RaidFile* a, uint64_t n, RaidFile* result,
                              uint64_t* resultLength, uint64_t chop, uint32_t threadPower,
                              uint32_t attempt) {

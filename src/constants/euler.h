@@ -52,7 +52,10 @@ uint64_t eulerCorrectionSkipWords(uint32_t k);
 // the M-th term, which first fall below -Wc there.
 uint64_t eulerCorrectionTerms(uint32_t k, uint64_t words);
 
-// The leaves (one term) and the merges of series A and B.
+// The leaves and the merges of series A and B. Series A and B's leaf takes
+// ranges of up to eulerLeafTerms terms, built term by term in words; series
+// C's one term.
+constexpr uint32_t eulerLeafTerms = 16;
 bool eulerLeaf(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last,
                SplitRecord* out, uint32_t wantP);
 bool eulerCorrectionLeaf(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last,

@@ -44,7 +44,7 @@ Kinds makeKinds() {
     SeriesKind main = {};
     main.numerators = 2;  // y and z
     main.hasP = 1;        // x
-    main.leafTerms = 1;
+    main.leafTerms = eulerLeafTerms;
     main.floatLeafTerms = seriesSerialTerms;
     main.singleBlock = 1;
     main.sizeWords = mainSize;
@@ -58,6 +58,7 @@ Kinds makeKinds() {
     correction.numerators = 1;
     correction.sizeWords = correctionSize;
     correction.sizePWords = correctionSizeP;
+    correction.leafTerms = 1;
     correction.leaf = eulerCorrectionLeaf;
     correction.mergeIntegers = nullptr;
     correction.mergeFloats = nullptr;
@@ -149,21 +150,6 @@ uint64_t eulerCorrectionTerms(uint32_t k, uint64_t words) {
   return high;
 }
 
-// Term j = first + 1: q = j, x = 1, y = z = n^(2j) = 2^(2jk).
-bool eulerLeaf(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last,
-               SplitRecord* out, uint32_t wantP) {
-  if (last - first != 1) return false;
-  const uint64_t j = last;
-  const uint64_t bits = 2 * j * kOf(kind);
-  splitRecordSetZero(out);
-  splitNumberFromU64(heap, &out->p, 1);
-  splitNumberFromU64(heap, &out->q, j);
-  numberTimesPower(heap, &out->r[0], 1, bits);
-  numberTimesPower(heap, &out->r[1], 1, bits);
-  (void)wantP;  // x is 1: cheaper to build than to skip
-  return true;
-}
-
 // Term j = first + 1 of series C: P = R = (2j - 1)^3, Q = j 2^(2k + 5).
 bool eulerCorrectionLeaf(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last,
                          SplitRecord* out, uint32_t wantP) {
@@ -193,20 +179,34 @@ void eulerMergeIntegers(Heap* heap, const SeriesKind*, SplitRecord* left, SplitR
   SplitNumber& y2 = right->r[0];
   SplitNumber& z2 = right->r[1];
   splitRecordSetZero(out);
-  splitNumberMultiplyInPlace(heap, &x1, q2, threadPower);
+  // Products that share an operand are formed together (one transform of
+  // it where both are direct FFT products); the values are the same.
+  SplitNumber product, other;
+  splitNumberMultiplyShared(heap, q2, x1, &product, q1, &out->q, threadPower);
+  splitNumberRelease(&x1);
+  x1 = product;
   if (wantP) {
-    splitNumberMultiplyInPlace(heap, &x2, q1, threadPower);
+    splitNumberMultiplyShared(heap, q1, x2, &product, z2, &other, threadPower);
+    splitNumberRelease(&z2);
+    z2 = other;
+    splitNumberRelease(&x2);
+    x2 = product;
     splitNumberAdd(heap, x1, x2, &out->p);
+  } else {
+    splitNumberMultiplyInPlace(heap, &z2, q1, threadPower);
   }
   splitNumberRelease(&x2);
-  splitNumberMultiplyInPlace(heap, &z2, q1, threadPower);
-  splitNumberMultiply(heap, q1, q2, &out->q, threadPower);
   splitNumberRelease(&q1);
   splitNumberMultiplyInPlace(heap, &z1, q2, threadPower);
   SplitNumber square;
   splitNumberMultiply(heap, q2, q2, &square, threadPower);
   splitNumberRelease(&q2);
-  splitNumberMultiplyInPlace(heap, &z1, square, threadPower);
+  splitNumberMultiplyShared(heap, square, z1, &product, y1, &other, threadPower);
+  splitNumberRelease(&square);
+  splitNumberRelease(&y1);
+  y1 = other;
+  splitNumberRelease(&z1);
+  z1 = product;
   splitNumberMultiplyInPlace(heap, &x1, y2, threadPower);
   SplitNumber t;
   splitNumberAdd(heap, z1, x1, &t);
@@ -215,8 +215,6 @@ void eulerMergeIntegers(Heap* heap, const SeriesKind*, SplitRecord* left, SplitR
   splitNumberAdd(heap, t, z2, &out->r[1]);
   splitNumberRelease(&t);
   splitNumberRelease(&z2);
-  splitNumberMultiplyInPlace(heap, &y1, square, threadPower);
-  splitNumberRelease(&square);
   splitNumberAdd(heap, y1, y2, &out->r[0]);
   splitNumberRelease(&y1);
   splitNumberRelease(&y2);
@@ -229,6 +227,21 @@ namespace {
 void destroy(BigFloat* x) {
   if (!bigFloatIsZero(*x)) bigFloatDestroy(x);
   bigFloatSetZero(x);
+}
+
+// x becomes `value` (moved), its old storage released.
+void replace(BigFloat* x, BigFloat* value) {
+  destroy(x);
+  *x = *value;
+  bigFloatSetZero(value);
+}
+
+// outB = a * b and outC = a * c at p words with one transform of a; false,
+// nothing done, where the products don't allow it.
+bool sharedInto(Heap* heap, BigFloat* a, BigFloat* b, BigFloat* outB, BigFloat* c,
+                BigFloat* outC, uint64_t p) {
+  if (bigFloatIsZero(*a) || bigFloatIsZero(*b) || bigFloatIsZero(*c)) return false;
+  return bigFloatMultiplyShared(heap, a, b, outB, p, c, outC, p);
 }
 
 // out = a + b at p words; both consumed.
@@ -253,24 +266,42 @@ void eulerMergeFloats(Heap* heap, const SeriesKind*, SplitFloats* left, SplitFlo
   BigFloat* y2 = &right->r[0];
   BigFloat* z2 = &right->r[1];
   splitFloatsSetZero(out);
-  bigFloatMultiplyInPlace(heap, x1, q2, p, threadPower);
-  if (wantP) {
-    bigFloatMultiplyInPlace(heap, x2, q1, p, threadPower);
+  // Products that share an operand are formed together where one transform
+  // of it serves both (sharedInto); the values are the same.
+  BigFloat product, other;
+  if (sharedInto(heap, q2, x1, &product, q1, &out->q, p)) {
+    replace(x1, &product);
+  } else {
+    bigFloatMultiplyInPlace(heap, x1, q2, p, threadPower);
+    bigFloatMultiplyInto(heap, q1, q2, &out->q, p, threadPower);
+  }
+  if (wantP && sharedInto(heap, q1, x2, &product, z2, &other, p)) {
+    replace(x2, &product);
+    replace(z2, &other);
     bigFloatAdd(heap, x1, x2, &out->p, p);
+  } else {
+    if (wantP) {
+      bigFloatMultiplyInPlace(heap, x2, q1, p, threadPower);
+      bigFloatAdd(heap, x1, x2, &out->p, p);
+    }
+    bigFloatMultiplyInPlace(heap, z2, q1, p, threadPower);
   }
   destroy(x2);
-  bigFloatMultiplyInPlace(heap, z2, q1, p, threadPower);
-  bigFloatMultiplyInto(heap, q1, q2, &out->q, p, threadPower);
   destroy(q1);
   bigFloatMultiplyInPlace(heap, z1, q2, p, threadPower);
   bigFloatSquareInPlace(heap, q2, p, threadPower);
-  bigFloatMultiplyInPlace(heap, z1, q2, p, threadPower);
+  if (sharedInto(heap, q2, z1, &product, y1, &other, p)) {
+    replace(z1, &product);
+    replace(y1, &other);
+  } else {
+    bigFloatMultiplyInPlace(heap, z1, q2, p, threadPower);
+    bigFloatMultiplyInPlace(heap, y1, q2, p, threadPower);
+  }
+  destroy(q2);
   bigFloatMultiplyInPlace(heap, x1, y2, p, threadPower);
   BigFloat t;
   addConsuming(heap, z1, x1, &t, p);
   addConsuming(heap, &t, z2, &out->r[1], p);
-  bigFloatMultiplyInPlace(heap, y1, q2, p, threadPower);
-  destroy(q2);
   addConsuming(heap, y1, y2, &out->r[0], p);
   BigFloat* results[4] = {&out->p, &out->q, &out->r[0], &out->r[1]};
   void** pointers[4];

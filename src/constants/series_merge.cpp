@@ -110,6 +110,59 @@ void numeratorMerge(Heap* heap, const SeriesKind* kind, const SplitNumber& r1,
   splitNumberFinish(out, window);
 }
 
+// The merge of a one-numerator series with P when the products are direct
+// FFT products: R1 * Q2 and Q1 * Q2 share the transform of Q2, P1 * R2 and
+// P1 * P2 (when P is wanted) that of P1. False, with nothing done, when the
+// sizes don't allow it; the results are those of the plain merge. The
+// inputs are left to the caller.
+bool sharedMerge(Heap* heap, SplitRecord* left, SplitRecord* right, SplitRecord* out,
+                 bool subtract, uint32_t wantP, uint32_t threadPower) {
+  const SplitNumber &r1 = left->r[0], &q1 = left->q, &p1 = left->p;
+  const SplitNumber &r2 = right->r[0], &q2 = right->q, &p2 = right->p;
+  if (r1.length == 0 || q1.length == 0 || p1.length == 0 || r2.length == 0 ||
+      q2.length == 0 || (wantP && p2.length == 0)) {
+    return false;
+  }
+  if (!multiplySharedTaken(q2.length, r1.length, q1.length)) return false;
+  const bool sharedP = wantP && multiplySharedTaken(p1.length, r2.length, p2.length);
+  const uint64_t lengthT = r1.length + q2.length, strippedT = r1.stripped + q2.stripped;
+  const uint64_t lengthU = p1.length + r2.length, strippedU = p1.stripped + r2.stripped;
+  const uint64_t low = std::min(strippedT, strippedU);
+  const uint64_t window = std::max(strippedT + lengthT, strippedU + lengthU) + 1 - low;
+  uint32_t* words = splitNumberAllocate(heap, &out->r[0], window + 1);
+  memset(words, 0, (window + 1) * sizeof(uint32_t));
+  const uint64_t lengthQ = q1.length + q2.length;
+  uint32_t* wordsQ = splitNumberAllocate(heap, &out->q, lengthQ);
+  if (!multiplyWordArraysShared(heap, q2.words, q2.length, r1.words, r1.length,
+                                words + (strippedT - low), q1.words, q1.length, wordsQ)) {
+    productWords(heap, r1, q2, words + (strippedT - low), threadPower);
+    productWords(heap, q1, q2, wordsQ, threadPower);
+  }
+  out->q.stripped = q1.stripped + q2.stripped;
+  splitNumberFinish(&out->q, lengthQ);
+  SplitNumber u;
+  uint32_t* temp = splitNumberAllocate(heap, &u, lengthU);
+  if (wantP) {
+    const uint64_t lengthP = p1.length + p2.length;
+    uint32_t* wordsP = splitNumberAllocate(heap, &out->p, lengthP);
+    if (!sharedP || !multiplyWordArraysShared(heap, p1.words, p1.length, r2.words, r2.length,
+                                              temp, p2.words, p2.length, wordsP)) {
+      productWords(heap, p1, r2, temp, threadPower);
+      productWords(heap, p1, p2, wordsP, threadPower);
+    }
+    out->p.stripped = p1.stripped + p2.stripped;
+    splitNumberFinish(&out->p, lengthP);
+  } else {
+    productWords(heap, p1, r2, temp, threadPower);
+  }
+  const uint64_t offset = strippedU - low;
+  addAligned(words + offset, window - offset, temp, lengthU, subtract);
+  splitNumberRelease(&u);
+  out->r[0].stripped = low;
+  splitNumberFinish(&out->r[0], window);
+  return true;
+}
+
 // Moves the results down into the space of the consumed operands; `words`
 // follows its block.
 void compactNumbers(SplitNumber* numbers[], uint32_t count) {
@@ -140,6 +193,15 @@ void seriesMergeIntegers(Heap* heap, const SeriesKind* kind, SplitRecord* left, 
   splitRecordSetZero(out);
   const bool withP = kind->hasP != 0;
   const bool oddDistance = ((middle - first) & 1) != 0;
+  if (withP && kind->numerators == 1 &&
+      sharedMerge(heap, left, right, out, oddDistance && (kind->alternatingMask & 1) != 0,
+                  wantP, threadPower)) {
+    splitRecordRelease(right);
+    splitRecordRelease(left);
+    SplitNumber* numbers[2 + seriesMaxNumerators] = {&out->p, &out->q, &out->r[0], &out->r[1]};
+    compactNumbers(numbers, 2 + seriesMaxNumerators);
+    return;
+  }
   for (uint32_t i = 0; i < kind->numerators; i++) {
     const bool subtract = oddDistance && ((kind->alternatingMask >> i) & 1) != 0;
     numeratorMerge(heap, kind, left->r[i], right->q, withP ? &left->p : nullptr, right->r[i],
@@ -176,6 +238,43 @@ void pageOut(BigFloat* x, bool paged) {
   if (paged) bigFloatPushToDisk(x);
 }
 
+// The merge in memory of a one-numerator series with P, when the products
+// are direct FFT products: R1 * Q2 and Q1 * Q2 share the transform of Q2,
+// P1 * R2 and P1 * P2 that of P1. False, with nothing done, when sizes or
+// room don't allow the first pair; the results are those of the plain
+// merge, and the inputs are consumed only on success.
+bool sharedMergeFloats(Heap* heap, SplitFloats* left, SplitFloats* right, SplitFloats* out,
+                       uint64_t leftPrecision, uint64_t rightPrecision, uint32_t wantP,
+                       uint32_t threadPower) {
+  const BigFloat* all[6] = {&left->p, &left->q, &left->r[0], &right->p, &right->q, &right->r[0]};
+  for (const BigFloat* x : all) {
+    if (bigIntIsPagedOut(x->mantissa)) return false;
+  }
+  BigFloat t, u;
+  if (!bigFloatMultiplyShared(heap, &right->q, &left->r[0], &t, leftPrecision, &left->q, &out->q,
+                              leftPrecision)) {
+    return false;
+  }
+  destroyFloat(&left->r[0]);
+  destroyFloat(&right->q);
+  destroyFloat(&left->q);
+  if (!wantP || !bigFloatMultiplyShared(heap, &left->p, &right->r[0], &u, rightPrecision,
+                                        &right->p, &out->p, leftPrecision)) {
+    bigFloatMultiplyInto(heap, &left->p, &right->r[0], &u, rightPrecision, threadPower);
+    if (wantP) {
+      bigFloatMultiplyInto(heap, &left->p, &right->p, &out->p, leftPrecision, threadPower);
+    }
+  }
+  destroyFloat(&right->r[0]);
+  destroyFloat(&right->p);
+  destroyFloat(&left->p);
+  bigFloatAdd(heap, &t, &u, &out->r[0], leftPrecision);
+  destroyFloat(&u);
+  destroyFloat(&t);
+  bigFloatCompact3(&out->p, &out->q, &out->r[0]);
+  return true;
+}
+
 // The standard float merge; `paged` pushes every operand and result to disk
 // between the products, so that only one product's numbers are in memory.
 void mergeFloatsWith(Heap* heap, const SeriesKind* kind, SplitFloats* left, SplitFloats* right,
@@ -183,6 +282,11 @@ void mergeFloatsWith(Heap* heap, const SeriesKind* kind, SplitFloats* left, Spli
                      uint32_t wantP, uint32_t threadPower, bool paged) {
   splitFloatsSetZero(out);
   const bool withP = kind->hasP != 0;
+  if (!paged && withP && kind->numerators == 1 &&
+      sharedMergeFloats(heap, left, right, out, leftPrecision, rightPrecision, wantP,
+                        threadPower)) {
+    return;
+  }
   for (uint32_t i = 0; i < kind->numerators; i++) {
     BigFloat t, u;
     loadFloat(heap, &left->r[i]);

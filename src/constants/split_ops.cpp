@@ -31,6 +31,32 @@ void splitNumberMultiply(Heap* heap, const SplitNumber& a, const SplitNumber& b,
   splitNumberFinish(out, length);
 }
 
+void splitNumberMultiplyShared(Heap* heap, const SplitNumber& a, const SplitNumber& b,
+                               SplitNumber* outB, const SplitNumber& c, SplitNumber* outC,
+                               uint32_t threadPower) {
+  if (a.length < 2 || b.length < 2 || c.length < 2 ||
+      !multiplySharedTaken(a.length, b.length, c.length)) {
+    splitNumberMultiply(heap, a, b, outB, threadPower);
+    splitNumberMultiply(heap, a, c, outC, threadPower);
+    return;
+  }
+  const uint64_t lengthB = a.length + b.length, lengthC = a.length + c.length;
+  uint32_t* wordsB = splitNumberAllocate(heap, outB, lengthB);
+  uint32_t* wordsC = splitNumberAllocate(heap, outC, lengthC);
+  if (!multiplyWordArraysShared(heap, a.words, a.length, b.words, b.length, wordsB, c.words,
+                                c.length, wordsC)) {
+    uint64_t got = multiplyWordArrays(heap, a.words, a.length, b.words, b.length, wordsB,
+                                      threadPower);
+    memset(wordsB + got, 0, (lengthB - got) * sizeof(uint32_t));
+    got = multiplyWordArrays(heap, a.words, a.length, c.words, c.length, wordsC, threadPower);
+    memset(wordsC + got, 0, (lengthC - got) * sizeof(uint32_t));
+  }
+  outB->stripped = a.stripped + b.stripped;
+  splitNumberFinish(outB, lengthB);
+  outC->stripped = a.stripped + c.stripped;
+  splitNumberFinish(outC, lengthC);
+}
+
 void splitNumberAdd(Heap* heap, const SplitNumber& a, const SplitNumber& b, SplitNumber* out) {
   if (a.length == 0 || b.length == 0) {
     const SplitNumber& only = a.length == 0 ? b : a;

@@ -16,6 +16,12 @@ void splitNumberAdd(Heap* heap, const SplitNumber& a, const SplitNumber& b, Spli
 // x = x * y, replacing x (its old storage released).
 void splitNumberMultiplyInPlace(Heap* heap, SplitNumber* x, const SplitNumber& y,
                                 uint32_t threadPower);
+// outB = a * b and outC = a * c (fresh numbers, stripped), with one
+// transform of a when both are direct FFT products of one length; the
+// results are those of two splitNumberMultiply calls.
+void splitNumberMultiplyShared(Heap* heap, const SplitNumber& a, const SplitNumber& b,
+                               SplitNumber* outB, const SplitNumber& c, SplitNumber* outC,
+                               uint32_t threadPower);
 // Moves the given numbers down into the space their consumed neighbours
 // left (null entries and zero numbers are passed over).
 void splitNumbersCompact(SplitNumber* numbers[], uint32_t count);

@@ -45,6 +45,7 @@ uint32_t heapFindEntry(const Heap* heap, const uint8_t* block) {
 
 void heapInsertEntry(Heap* heap, uint32_t index, uint8_t* block, uint64_t size) {
   uint32_t count = heap->activeBlocks;
+  if (index < heap->fitBlocks) heap->fitBlocks = index;
   if (index < count) {
     // Entries index .. count-1 move to index+1 .. count (16 bytes lower).
     memmove(heap->tableTop - 16 * (count + 1), heap->tableTop - 16 * count, 16 * (count - index));
@@ -62,6 +63,7 @@ void heapInsertEntry(Heap* heap, uint32_t index, uint8_t* block, uint64_t size) 
 void heapRemoveEntry(Heap* heap, uint32_t index) {
   uint32_t count = heap->activeBlocks;
   assert(index < count);
+  if (index < heap->fitBlocks) heap->fitBlocks = index;
   if (index + 1 < count) {
     // Entries index+1 .. count-1 move to index .. count-2 (16 bytes higher).
     memmove(heap->tableTop - 16 * (count - 1), heap->tableTop - 16 * count,
@@ -75,21 +77,38 @@ void heapRemoveEntry(Heap* heap, uint32_t index) {
 uint8_t* heapPlaceBlock(Heap* heap, uint64_t need) {
   // No entry can be added: fail even if a gap would hold the block.
   if (static_cast<uint64_t>(heap->tableLimit - heap->usedEnd) < 16) return nullptr;
+  // The lowest fitBlocks entries have no gap of `need` bytes when need is
+  // above fitGap: the first fit lies above them. The walk records how far
+  // it went without a fit and the largest gap it passed.
+  uint32_t i = 0;
   uint8_t* cursor = heap->base;
+  uint64_t largest = 0;
+  if (need > heap->fitGap && heap->fitBlocks != 0) {
+    i = heap->fitBlocks;
+    cursor = heapEntryEnd(heapEntry(heap, i - 1));
+    largest = heap->fitGap;
+  }
   uint32_t count = heap->activeBlocks;
-  for (uint32_t i = 0; i < count; i++) {
+  for (; i < count; i++) {
     HeapEntry* entry = heapEntry(heap, i);
     uint64_t gap = entry->address - reinterpret_cast<uintptr_t>(cursor);
     if (need <= gap) {
       heapInsertEntry(heap, i, cursor, need);
+      // The new block sits on its lower neighbour: no gap below it.
+      heap->fitBlocks = i + 1;
+      heap->fitGap = largest;
       return cursor;
     }
+    if (gap > largest) largest = gap;
     cursor = heapEntryEnd(entry);
   }
   // At the end the new table entry must fit too.
   uint64_t room = static_cast<uint64_t>(heap->tableLimit - cursor);
+  heap->fitBlocks = count;
+  heap->fitGap = largest;
   if (need > room || room - need < 16) return nullptr;
   heapInsertEntry(heap, count, cursor, need);
+  heap->fitBlocks = count + 1;
   return cursor;
 }
 
@@ -119,6 +138,8 @@ void heapInit(Heap* parent, Heap* heap, uint64_t size) {
   heap->tableLimit = heap->tableTop;
   heap->usedAtSplit = heap->base;
   heap->peakUsed = heap->base;
+  heap->fitBlocks = 0;
+  heap->fitGap = 0;
   if (parent == nullptr) {
     // Touch every page now, so that a missing footprint shows before the
     // computation starts. The barrier keeps the compiler from turning the
@@ -160,7 +181,12 @@ void heapRelease(void* pointer) {
     free(block);
     return;
   }
-  uint32_t index = heapFindEntry(owner, block);
+  // Most releases take the highest block (the arena is used like a stack).
+  const uint32_t count = owner->activeBlocks;
+  uint32_t index = count != 0 && heapEntry(owner, count - 1)->address ==
+                                     reinterpret_cast<uintptr_t>(block)
+                       ? count - 1
+                       : heapFindEntry(owner, block);
   assert(index < owner->activeBlocks &&
          heapEntry(owner, index)->address == reinterpret_cast<uintptr_t>(block));
   heapRemoveEntry(owner, index);

@@ -22,6 +22,11 @@ struct Heap {
   uint32_t activeBlocks;
   uint32_t peakBlocks;
   uint8_t* peakUsed;     // highest value usedEnd ever took
+  // First-fit shortcut: every one of the lowest `fitBlocks` entries has a
+  // gap below it of at most `fitGap` bytes, so a larger request may start
+  // its walk above them. Kept by every change of the table.
+  uint32_t fitBlocks;
+  uint64_t fitGap;
 };
 
 // Marker returned for a zero-size request; heapRelease ignores it.

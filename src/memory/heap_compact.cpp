@@ -25,6 +25,8 @@ void compactOne(void** payloadSlot) {
   if (gap == 0) return;
   memmove(block - gap, block, entry->size);
   entry->address -= gap;
+  // The gap above the moved block grew: the first-fit shortcut ends at it.
+  if (index + 1 < owner->fitBlocks) owner->fitBlocks = index + 1;
   reinterpret_cast<uint64_t*>(payload - gap)[-3] = entry->address;
   owner->usedEnd = heapEntryEnd(heapEntry(owner, owner->activeBlocks - 1));
   *payloadSlot = payload - gap;

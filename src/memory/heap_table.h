@@ -27,8 +27,10 @@ uint32_t heapFindEntry(const Heap* heap, const uint8_t* block);
 // an allocation. Null when it does not fit (the caller decides what fails).
 uint8_t* heapPlaceBlock(Heap* heap, uint64_t need);
 // Inserts an entry at `index`, moving the entries from there on one slot
-// down, then updates the counters, usedEnd and the peaks.
+// down, then updates the counters, usedEnd, the peaks and the first-fit
+// shortcut.
 void heapInsertEntry(Heap* heap, uint32_t index, uint8_t* block, uint64_t size);
 // Removes entry `index`, moving the entries behind it one slot up; usedEnd
-// becomes the end of the new last entry, or base.
+// becomes the end of the new last entry, or base. The first-fit shortcut
+// stops below `index`.
 void heapRemoveEntry(Heap* heap, uint32_t index);

@@ -130,7 +130,20 @@ TEST(Heap, FirstFitUsedEndAndTheEndOfTheRegion) {
   EXPECT_EQ(heapFreeSpace(&heap), 4096u);
 }
 
-TEST(Heap, ReleaseFindsBlocksAmongManyInAnyOrder) {
+// The block a first-fit walk from the base gives a request of `need` bytes.
+uint8_t* firstFit(const Heap* heap, uint64_t need) {
+  uint8_t* cursor = heap->base;
+  for (uint32_t i = 0; i < heap->activeBlocks; i++) {
+    uint8_t* block = reinterpret_cast<uint8_t*>(heapEntry(heap, i)->address);
+    if (uint64_t(block - cursor) >= need) return cursor;
+    cursor = block + heapEntry(heap, i)->size;
+  }
+  return cursor;
+}
+
+// Gaps form and are refilled; every block lands where the plain first-fit
+// walk puts it, whatever the allocator skips.
+TEST(Heap, ReleaseFindsBlocksAmongManyInAnyOrderAndPlacementStaysFirstFit) {
   TestHeap arena(4 << 20);
   std::mt19937_64 random(11);
   struct Live { void* payload; uint64_t size; uint32_t seed; };
@@ -138,8 +151,11 @@ TEST(Heap, ReleaseFindsBlocksAmongManyInAnyOrder) {
   uint32_t seed = 0;
   for (int round = 0; round < 4; round++) {  // gaps form and are refilled
     for (int i = 0; i < 120; i++) {
-      uint64_t size = 1 + random() % 2000;
-      void* p = heapAllocate(&arena.heap, size, uint64_t(8) << (random() % 4));
+      uint64_t size = 1 + random() % (i % 3 == 0 ? 2000 : 100);
+      const uint64_t alignment = uint64_t(8) << (random() % 4);
+      uint8_t* expected = firstFit(&arena.heap, heapBlockBytes(size, alignment));
+      void* p = heapAllocate(&arena.heap, size, alignment);
+      ASSERT_EQ(blockOf(p), expected) << "round " << round << " request " << i;
       fillPattern(p, size, ++seed);
       live.push_back({p, size, seed});
     }
@@ -150,6 +166,20 @@ TEST(Heap, ReleaseFindsBlocksAmongManyInAnyOrder) {
     }
     for (const Live& block : live) ASSERT_TRUE(hasPattern(block.payload, block.size, block.seed));
   }
+  // A compaction joins two gaps that a large request had walked past: the
+  // joined gap takes the next request too large for either.
+  void* low[5];
+  for (void*& p : low) p = heapAllocate(&arena.heap, 200, 8);
+  heapRelease(low[1]);
+  heapRelease(low[3]);
+  void* above = heapAllocate(&arena.heap, 300, 8);
+  void** moved[1] = {&low[2]};
+  heapCompactBlocks(moved, 1);
+  uint8_t* expected = firstFit(&arena.heap, heapBlockBytes(400, 8));
+  EXPECT_EQ(expected, blockOf(low[2]) + heapBlockBytes(200, 8));
+  void* joined = heapAllocate(&arena.heap, 400, 8);
+  EXPECT_EQ(blockOf(joined), expected);
+  for (void* p : {low[0], low[2], low[4], above, joined}) heapRelease(p);
 }
 
 // Survivors of both children are adopted in place; the merged peak counts

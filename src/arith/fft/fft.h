@@ -58,6 +58,18 @@ uint64_t fftSquare(Heap* heap, const uint32_t* words, uint64_t n, uint32_t* dest
 uint64_t fftMultiply(Heap* heap, const uint32_t* a, uint64_t na, const uint32_t* b, uint64_t nb,
                      uint32_t* destination, uint64_t chop, const FftLookupTables* tables);
 
+// outB = a * b without its lowest chopB words (na + nb - chopB words) and
+// outC = a * c without its lowest chopC words, with one forward transform
+// of a, both in the transform the larger product takes. For products that
+// fftMultiplyCode gives one transform of the same code (no pieces) and
+// chops that cut no operand (chopB <= min(na, nb), chopC <= min(na, nc)):
+// the results are those of two fftMultiply calls. Returns as fftMultiply;
+// outputs must not overlap the operands.
+uint64_t fftMultiplyShared(Heap* heap, const uint32_t* a, uint64_t na, const uint32_t* b,
+                           uint64_t nb, uint32_t* outB, uint64_t chopB, const uint32_t* c,
+                           uint64_t nc, uint32_t* outC, uint64_t chopC,
+                           const FftLookupTables* tables);
+
 // The balanced form: two operands of n words.
 uint64_t fftMultiplyEqual(Heap* heap, const uint32_t* a, const uint32_t* b, uint64_t n,
                           uint32_t* destination, uint64_t chop, const FftLookupTables* tables);

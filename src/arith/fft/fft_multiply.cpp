@@ -141,6 +141,35 @@ SizeCode fftMultiplyCode(uint64_t na, uint64_t nb, uint64_t chop) {
   return codeOfOperandBits(16 * (na + nb));
 }
 
+uint64_t fftMultiplyShared(Heap* heap, const uint32_t* a, uint64_t na, const uint32_t* b,
+                           uint64_t nb, uint32_t* outB, uint64_t chopB, const uint32_t* c,
+                           uint64_t nc, uint32_t* outC, uint64_t chopC,
+                           const FftLookupTables* tables) {
+  const FftShape s = fftShapeFor(16 * (na + (nb > nc ? nb : nc)), tables);
+  FftBlocks blocks = {};
+  uint64_t missing = 0;
+  double* shared = static_cast<double*>(fftTake(heap, &blocks, 8 * s.length, &missing));
+  if (shared == nullptr) return missing;
+  double* work = static_cast<double*>(fftTake(heap, &blocks, 8 * s.length, &missing));
+  if (work == nullptr) return missing;
+  uint32_t* points = static_cast<uint32_t*>(fftTake(heap, &blocks, 4 * s.length, &missing));
+  if (points == nullptr) return missing;
+  loadOperand(shared, points, a, na, s);
+  const uint32_t* others[2] = {b, c};
+  const uint64_t lengths[2] = {nb, nc};
+  uint32_t* outs[2] = {outB, outC};
+  const uint64_t chops[2] = {chopB, chopC};
+  for (int i = 0; i < 2; i++) {
+    loadOperand(work, points, others[i], lengths[i], s);
+    fftPointwiseMultiply(work, shared, s.code);
+    inverseFftSigned(work, points, s.code, s.bits, s.tables);
+    packPointsToWordsFrom(points, s.length, chops[i], outs[i], na + lengths[i] - chops[i],
+                          s.bits);
+  }
+  fftReleaseAll(&blocks);
+  return 0;
+}
+
 uint64_t fftMultiplyEqual(Heap* heap, const uint32_t* a, const uint32_t* b, uint64_t n,
                           uint32_t* destination, uint64_t chop, const FftLookupTables* tables) {
   return fftMultiply(heap, a, n, b, n, destination, chop, tables);

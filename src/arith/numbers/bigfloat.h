@@ -123,6 +123,13 @@ void bigFloatSquareInPlace(Heap* heap, BigFloat* x, uint64_t p, uint32_t threadP
 void bigFloatSquareInto(Heap* heap, BigFloat* x, BigFloat* out, uint64_t p, uint32_t threadPower);
 void bigFloatMultiplyInPlace(Heap* heap, BigFloat* x, BigFloat* y, uint64_t p,
                              uint32_t threadPower);
+// outB = a * b at pB words and outC = a * c at pC words, the results of
+// two bigFloatMultiplyInto calls, with one transform of a's mantissa; only
+// when both are direct FFT products of one transform length whose chops cut
+// no operand, all three in memory, none zero, and the arena has room on top.
+// Returns false, nothing done, otherwise.
+bool bigFloatMultiplyShared(Heap* heap, BigFloat* a, BigFloat* b, BigFloat* outB, uint64_t pB,
+                            BigFloat* c, BigFloat* outC, uint64_t pC);
 void bigFloatMultiplyInto(Heap* heap, BigFloat* x, BigFloat* y, BigFloat* out, uint64_t p,
                           uint32_t threadPower);
 

@@ -4,6 +4,9 @@
 // mantissa alike.
 #include "arith/numbers/bigfloat.h"
 #include "arith/multiply.h"
+#include "arith/fft/fft.h"
+#include "arith/fft/fft_tables.h"
+#include "memory/heap.h"
 
 namespace {
 
@@ -62,4 +65,46 @@ void bigFloatMultiplyInto(Heap* heap, BigFloat* x, BigFloat* y, BigFloat* out, u
   out->positive = x->positive == y->positive ? 1 : 0;
   out->exponent = x->exponent + y->exponent + int64_t(chop);
   bigIntMultiply(heap, &x->mantissa, &y->mantissa, &out->mantissa, chop, 0, threadPower);
+}
+
+bool bigFloatMultiplyShared(Heap* heap, BigFloat* a, BigFloat* b, BigFloat* outB, uint64_t pB,
+                            BigFloat* c, BigFloat* outC, uint64_t pC) {
+  const BigInt &x = a->mantissa, &y = b->mantissa, &z = c->mantissa;
+  if (x.length == 0 || y.length == 0 || z.length == 0 || x.words == nullptr ||
+      y.words == nullptr || z.words == nullptr) {
+    return false;
+  }
+  const uint64_t na = x.length, nb = y.length, nc = z.length;
+  const uint64_t chopB = productChop(na, nb, pB), chopC = productChop(na, nc, pC);
+  // A chop past an operand's length cuts that operand: not this path.
+  if (chopB > (na < nb ? na : nb) || chopC > (na < nc ? na : nc)) return false;
+  if (!multiplySharedTaken(na, nb, nc)) return false;
+  const uint64_t windowB = na + nb - chopB, windowC = na + nc - chopC;
+  // Room for both products and the transforms on top of the arena: the
+  // single products stay the fallback, so never fail here.
+  const uint64_t points = sizeCodeLength(fftMultiplyCode(na, nb > nc ? nb : nc, 0));
+  const uint64_t need = 4 * (windowB + windowC + 4) + 20 * points + 1024;
+  if (heap != nullptr && heapFreeSpace(heap) < need) return false;
+  uint32_t* productB = heapAllocateWords(heap, windowB + 2);
+  uint32_t* productC = heapAllocateWords(heap, windowC + 2);
+  if (fftMultiplyShared(heap, x.words, na, y.words, nb, productB, chopB, z.words, nc, productC,
+                        chopC, fftTables) != 0) {
+    heapRelease(productC);
+    heapRelease(productB);
+    return false;
+  }
+  BigFloat* outs[2] = {outB, outC};
+  const BigFloat* others[2] = {b, c};
+  uint32_t* products[2] = {productB, productC};
+  const uint64_t windows[2] = {windowB, windowC}, chops[2] = {chopB, chopC};
+  for (int i = 0; i < 2; i++) {
+    BigFloat* out = outs[i];
+    out->positive = a->positive == others[i]->positive ? 1 : 0;
+    out->exponent = a->exponent + others[i]->exponent + int64_t(chops[i]);
+    bigIntSetZero(&out->mantissa);
+    out->mantissa.words = products[i];
+    out->mantissa.capacity = windows[i] + 2;
+    out->mantissa.length = products[i][windows[i] - 1] == 0 ? windows[i] - 1 : windows[i];
+  }
+  return true;
 }

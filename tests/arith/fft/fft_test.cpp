@@ -98,6 +98,33 @@ TEST(FftProducts, UnbalancedShapesAndChops) {
   }
 }
 
+// One transform of a serves a * b and a * c, chopped or not: both equal the
+// single products whenever the two take one transform length.
+TEST(FftProducts, ASharedTransformGivesTheSingleProducts) {
+  Random random = testbridge::testRandom();
+  int taken = 0;
+  for (int trial = 0; trial < 60; trial++) {
+    const uint64_t na = random.logUniform(fftMultiplyThreshold, 9000);
+    const uint64_t low = std::max(fftMultiplyThreshold, (na + 1) / 2);
+    const uint64_t nb = random.between(low, 2 * na), nc = random.between(low, 2 * na);
+    if (fftMultiplyCode(na, nb, 0) != fftMultiplyCode(na, nc, 0)) continue;
+    taken++;
+    const uint64_t chopB = trial % 2 ? 0 : random.below(std::min(na, nb) + 1);
+    const uint64_t chopC = trial % 3 ? 0 : random.below(std::min(na, nc) + 1);
+    const auto a = anyOperand(random, na), b = anyOperand(random, nb), c = anyOperand(random, nc);
+    std::vector<uint32_t> sharedB(na + nb - chopB), sharedC(na + nc - chopC);
+    std::vector<uint32_t> singleB(sharedB.size()), singleC(sharedC.size());
+    ASSERT_EQ(fftMultiplyShared(nullptr, a.data(), na, b.data(), nb, sharedB.data(), chopB,
+                                c.data(), nc, sharedC.data(), chopC, ffttest::tables()),
+              0u);
+    fftMultiply(nullptr, a.data(), na, b.data(), nb, singleB.data(), chopB, ffttest::tables());
+    fftMultiply(nullptr, a.data(), na, c.data(), nc, singleC.data(), chopC, ffttest::tables());
+    EXPECT_EQ(sharedB, singleB) << na << " " << nb << " " << chopB;
+    EXPECT_EQ(sharedC, singleC) << na << " " << nc << " " << chopC;
+  }
+  EXPECT_GE(taken, 10);
+}
+
 // Each row the products use, up to that of the largest direct product, at
 // its full capacity (more than the front ends give it), with all-ones, the
 // two extreme operands and random ones: the square is exact, and the worst
