@@ -11,6 +11,9 @@
 #include "arith/fft/twiddles.h"
 
 #include <cmath>
+#include <cstring>
+
+#include "platform/threads.h"
 
 namespace {
 
@@ -122,17 +125,56 @@ double roundToDouble(Extended2 v) {
 }
 
 // True when the rounding of v to double is certain: v is farther than the
-// error bound (8 units of the extended last place) from both midpoints
-// around its double.
+// error bound (8 units of the extended last place) from the midpoint between
+// its double d and d's neighbour on v's side. The distances come from d's
+// bits: u is d's unit in the last place, half of it the distance to the
+// midpoint above, and a quarter of it to the one below a power of two. The
+// bound is taken as u / 256 (8 units of an extended place at d's exponent,
+// twice the true bound when v lies just below a power of two): a wider
+// bound only sends more values to the exact path. For normal positive d.
 bool roundingIsCertain(long double v) {
-  double d = (double)v;
-  long double below = (long double)nextafter(d, -INFINITY);
-  long double above = (long double)nextafter(d, INFINITY);
-  long double midBelow = ((long double)d + below) * 0.5L;
-  long double midAbove = ((long double)d + above) * 0.5L;
-  long double bound = ldexpl(8.0L, ilogbl(v) - 63);
-  return fabsl(v - midAbove) > bound && fabsl(v - midBelow) > bound;
+  const double d = (double)v;
+  uint64_t bits;
+  std::memcpy(&bits, &d, sizeof bits);
+  const uint64_t exponentBits = bits & 0x7ff0000000000000ull;
+  if (exponentBits <= (uint64_t(52) << 52) || (bits >> 63) != 0) return false;
+  const uint64_t ulpBits = exponentBits - (uint64_t(52) << 52);
+  double ulp;
+  std::memcpy(&ulp, &ulpBits, sizeof ulp);
+  const long double u = ulp;
+  const long double residual = v - (long double)d;
+  const bool powerOfTwo = (bits & 0x000fffffffffffffull) == 0;
+  const long double half = residual < 0 && powerOfTwo ? u * 0.25L : u * 0.5L;
+  return fabsl(fabsl(residual) - half) > u * (1.0L / 256);
 }
+
+// The fill of pairs [first, last] (t descending), for one thread.
+struct FillRange {
+  double* out;
+  uint64_t first;
+  uint64_t last;
+  long double theta;
+  uint64_t circle;
+};
+
+uint64_t fillRange(void* context) {
+  const FillRange* range = static_cast<const FillRange*>(context);
+  for (uint64_t t = range->last; t >= range->first; t--) {
+    long double s, c;
+    sincosl((long double)t * range->theta, &s, &c);
+    double* pair = range->out + 2 * (t - 1);
+    if (roundingIsCertain(c) && roundingIsCertain(s)) {
+      pair[0] = (double)c;
+      pair[1] = (double)s;
+    } else {
+      twiddleExact(t, range->circle, &pair[0], &pair[1]);
+    }
+  }
+  return 0;
+}
+
+// Fills below this many pairs stay on the calling thread.
+constexpr uint64_t threadedFillPairs = 1 << 14;
 
 }  // namespace
 
@@ -145,15 +187,17 @@ void twiddleExact(uint64_t t, uint64_t circle, double* cosine, double* sine) {
 
 void twiddleFill(double* out, uint64_t pairs, uint64_t circle) {
   const long double theta = twoPi.hi / (long double)circle;
-  for (uint64_t t = pairs; t >= 1; t--) {
-    long double s, c;
-    sincosl((long double)t * theta, &s, &c);
-    double* pair = out + 2 * (t - 1);
-    if (roundingIsCertain(c) && roundingIsCertain(s)) {
-      pair[0] = (double)c;
-      pair[1] = (double)s;
-    } else {
-      twiddleExact(t, circle, &pair[0], &pair[1]);
-    }
+  // Each pair depends on t alone: with threads allowed the upper half of the
+  // range goes to a second thread, and the values are the same.
+  if (globalThreadPower == 0 || pairs < threadedFillPairs) {
+    FillRange all = {out, 1, pairs, theta, circle};
+    fillRange(&all);
+    return;
   }
+  FillRange upper = {out, pairs / 2 + 1, pairs, theta, circle};
+  FillRange lower = {out, 1, pairs / 2, theta, circle};
+  ThreadHandle handle;
+  threadSpawn(&handle, fillRange, &upper);
+  fillRange(&lower);
+  threadJoin(&handle);
 }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "arith/fft/twiddles.h"
+#include "platform/threads.h"
 
 namespace {
 
@@ -67,11 +68,17 @@ void checkPyramid(const double* pyramid, uint32_t family, uint64_t levels) {
 }
 
 struct TablesGone {
-  ~TablesGone() { releaseFftTables(); }
+  uint32_t threadPower = globalThreadPower;
+  ~TablesGone() {
+    releaseFftTables();
+    globalThreadPower = threadPower;
+  }
 };
 
+// Built on two threads: the halves of each top level must join seamlessly.
 TEST(FftTables, EveryTwiddleOfTheLargestTablesIsCorrectlyRounded) {
   TablesGone cleanup;
+  globalThreadPower = 1;
   buildFftTables(500000);
   ASSERT_NE(fftTables, nullptr);
   // 64 * 500000 bits: the 2621440-point row, code 85.
