@@ -95,6 +95,7 @@ void conversionDivide(Heap* heap, BigInt* x, BigInt* remainderOut, int32_t level
                       BaseConversionTable* table, uint32_t threads, bool paged) {
   BigFloat* power = &table->power[level];
   BigFloat* inverse = &table->inverse[level];
+  if (!paged && conversionDivideShort(heap, x, remainderOut, *power, *inverse)) return;
   const uint64_t p = uint64_t(bigFloatPosition(*power)) + 5;
 
   BigFloat dividend = {1, 0, *x};
