@@ -1,13 +1,14 @@
 // Correctly rounded twiddles.
 //
-// The fast path: sincosl of t * theta in extended precision. Its error is a
-// few units of the extended format's last place (2 pi / circle and t * theta
-// each round once, and the hardware sine and cosine add about one unit), and
-// a double keeps 11 bits fewer, so the rounding to double is right unless the
-// extended value lies within that error of a midpoint between two doubles.
-// For those few values (about one in a hundred) the slow path evaluates the
-// angle and the Taylor series in pairs of long doubles, about 128 bits, which
-// decides every rounding that occurs in practice.
+// The fast path: one fused sine and cosine of t * theta in extended
+// precision (fusedSinCos). Its error is a few units of the extended format's
+// last place (2 pi / circle and t * theta each round once, and the hardware
+// sine and cosine add about one unit), and a double keeps 11 bits fewer, so
+// the rounding to double is right unless the extended value lies within
+// that error of a midpoint between two doubles. For those few values (about
+// one in a hundred) the slow path evaluates the angle and the Taylor series
+// in pairs of long doubles, about 128 bits, which decides every rounding
+// that occurs in practice.
 #include "arith/fft/twiddles.h"
 
 #include <cmath>
@@ -92,22 +93,19 @@ Extended2 angleOf(uint64_t t, uint64_t circle) {
   return {ldexpl(a.hi, -shift), ldexpl(a.lo, -shift)};
 }
 
-// Taylor series of cos and sin at x, 0 <= x <= pi / 4, by Horner's rule on
-// x^2: the terms fall below 2^-128 before index 34.
-void taylorCosSin(Extended2 x, Extended2* cosine, Extended2* sine) {
-  Extended2 x2 = multiply(x, x);
+// Taylor series of cos (first = 1) or of sin / x (first = 2) at x,
+// 0 <= x <= pi / 4, by Horner's rule on x2 = x^2: 1 - x^2/(1*2) (1 - x^2/(3*4)
+// (1 - ...)), or the same from 2*3. The terms fall below 2^-128 before index
+// 34.
+Extended2 taylorSeries(Extended2 x2, uint32_t first) {
   const uint32_t last = 34;
-  Extended2 c = {1.0L, 0.0L};
-  Extended2 s = {1.0L, 0.0L};
-  // c = 1 - x^2/(1*2) (1 - x^2/(3*4) (1 - ...)), s likewise from 2*3.
+  Extended2 v = {1.0L, 0.0L};
   for (uint32_t n = last; n >= 2; n -= 2) {
-    Extended2 tc = divideSmall(multiply(c, x2), uint64_t(n - 1) * n);
-    c = add({1.0L, 0.0L}, {-tc.hi, -tc.lo});
-    Extended2 ts = divideSmall(multiply(s, x2), uint64_t(n) * (n + 1));
-    s = add({1.0L, 0.0L}, {-ts.hi, -ts.lo});
+    const uint64_t m = n + first - 1;
+    Extended2 term = divideSmall(multiply(v, x2), (m - 1) * m);
+    v = add({1.0L, 0.0L}, {-term.hi, -term.lo});
   }
-  *cosine = c;
-  *sine = multiply(s, x);
+  return v;
 }
 
 // The double nearest to hi + lo.
@@ -148,6 +146,30 @@ bool roundingIsCertain(long double v) {
   return fabsl(fabsl(residual) - half) > u * (1.0L / 256);
 }
 
+// The slow path for the cosine and/or the sine (a null pointer: not
+// wanted) of 2 pi t / circle.
+void twiddleExactPart(uint64_t t, uint64_t circle, double* cosine, double* sine) {
+  const Extended2 x = angleOf(t, circle);
+  const Extended2 x2 = multiply(x, x);
+  if (cosine != nullptr) *cosine = roundToDouble(taylorSeries(x2, 1));
+  if (sine != nullptr) *sine = roundToDouble(multiply(taylorSeries(x2, 2), x));
+}
+
+// sin and cos of x, 0 <= x <= pi / 4, in one evaluation in the extended
+// format: the x87 instruction where there is one (no argument reduction
+// happens in the first octant, and it stays within one unit of the last
+// place there), else the library's sincosl.
+inline void fusedSinCos(long double x, long double* sine, long double* cosine) {
+#if defined(__x86_64__) || defined(__i386__)
+  long double s, c;
+  asm("fsincos" : "=t"(c), "=u"(s) : "0"(x));
+  *sine = s;
+  *cosine = c;
+#else
+  sincosl(x, sine, cosine);
+#endif
+}
+
 // The fill of pairs [first, last] (t descending), for one thread.
 struct FillRange {
   double* out;
@@ -161,13 +183,15 @@ uint64_t fillRange(void* context) {
   const FillRange* range = static_cast<const FillRange*>(context);
   for (uint64_t t = range->last; t >= range->first; t--) {
     long double s, c;
-    sincosl((long double)t * range->theta, &s, &c);
+    fusedSinCos((long double)t * range->theta, &s, &c);
     double* pair = range->out + 2 * (t - 1);
-    if (roundingIsCertain(c) && roundingIsCertain(s)) {
-      pair[0] = (double)c;
-      pair[1] = (double)s;
-    } else {
-      twiddleExact(t, range->circle, &pair[0], &pair[1]);
+    const bool cosineCertain = roundingIsCertain(c);
+    const bool sineCertain = roundingIsCertain(s);
+    pair[0] = (double)c;
+    pair[1] = (double)s;
+    if (!cosineCertain || !sineCertain) {
+      twiddleExactPart(t, range->circle, cosineCertain ? nullptr : &pair[0],
+                       sineCertain ? nullptr : &pair[1]);
     }
   }
   return 0;
@@ -179,10 +203,7 @@ constexpr uint64_t threadedFillPairs = 1 << 14;
 }  // namespace
 
 void twiddleExact(uint64_t t, uint64_t circle, double* cosine, double* sine) {
-  Extended2 c, s;
-  taylorCosSin(angleOf(t, circle), &c, &s);
-  *cosine = roundToDouble(c);
-  *sine = roundToDouble(s);
+  twiddleExactPart(t, circle, cosine, sine);
 }
 
 void twiddleFill(double* out, uint64_t pairs, uint64_t circle) {
