@@ -64,7 +64,10 @@ Options parse(int argc, char** argv) {
       options.algorithm =
           uint32_t(std::strtoul(argv[++i], nullptr, 10)) == 1 ? piRamanujan : piChudnovsky;
     } else {
-      std::fprintf(stderr, "usage: %s [--digits D]... [--algorithm 0|1] [--two-threads] [--quick] [--ours-only]\n", argv[0]);
+      std::fprintf(
+          stderr,
+          "usage: %s [--digits D]... [--algorithm 0|1] [--two-threads] [--quick] [--ours-only]\n",
+          argv[0]);
       std::exit(2);
     }
   }
@@ -78,7 +81,7 @@ Options parse(int argc, char** argv) {
 struct Timing {
   double compute;
   double convert;
-  std::string digits;  // "3" and the fraction, no point
+  std::string digits;     // "3" and the fraction, no point
   uint64_t estimate = 0;  // numbrella only: the run's memory estimate, bytes
   uint64_t peak = 0;      // and the arena's measured high-water mark
   double cpu = 0;         // numbrella only: processor seconds of the two steps
@@ -160,11 +163,12 @@ int main(int argc, char** argv) {
       double total = ours.compute + ours.convert;
       double arbTotal = arb.compute + arb.convert;
       if (ours.peak > ours.estimate) failures++;
-      std::printf("%10llu %7u  %9.3f %9.3f %9.3f  %9.3f %9.3f %9.3f  %6.2f  %9.1f %9.1f  %8.3f%s%s\n",
-                  (unsigned long long)digits, 1u << threadPower, ours.compute, ours.convert, total,
-                  arb.compute, arb.convert, arbTotal, total / arbTotal,
-                  double(ours.estimate) / 1048576, double(ours.peak) / 1048576, ours.cpu,
-                  same ? "" : "  DIGITS DIFFER", ours.peak > ours.estimate ? "  PEAK OVER ESTIMATE" : "");
+      std::printf(
+          "%10llu %7u  %9.3f %9.3f %9.3f  %9.3f %9.3f %9.3f  %6.2f  %9.1f %9.1f  %8.3f%s%s\n",
+          (unsigned long long)digits, 1u << threadPower, ours.compute, ours.convert, total,
+          arb.compute, arb.convert, arbTotal, total / arbTotal, double(ours.estimate) / 1048576,
+          double(ours.peak) / 1048576, ours.cpu, same ? "" : "  DIGITS DIFFER",
+          ours.peak > ours.estimate ? "  PEAK OVER ESTIMATE" : "");
       std::fflush(stdout);
     }
   }
