@@ -206,11 +206,11 @@ void twiddleExact(uint64_t t, uint64_t circle, double* cosine, double* sine) {
   twiddleExactPart(t, circle, cosine, sine);
 }
 
-void twiddleFill(double* out, uint64_t pairs, uint64_t circle) {
+void twiddleFill(double* out, uint64_t pairs, uint64_t circle, uint32_t threadPower) {
   const long double theta = twoPi.hi / (long double)circle;
   // Each pair depends on t alone: with threads allowed the upper half of the
   // range goes to a second thread, and the values are the same.
-  if (globalThreadPower == 0 || pairs < threadedFillPairs) {
+  if (threadPower == 0 || pairs < threadedFillPairs) {
     FillRange all = {out, 1, pairs, theta, circle};
     fillRange(&all);
     return;

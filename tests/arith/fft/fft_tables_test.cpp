@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "arith/fft/twiddles.h"
-#include "platform/threads.h"
 
 namespace {
 
@@ -68,18 +67,13 @@ void checkPyramid(const double* pyramid, uint32_t family, uint64_t levels) {
 }
 
 struct TablesGone {
-  uint32_t threadPower = globalThreadPower;
-  ~TablesGone() {
-    releaseFftTables();
-    globalThreadPower = threadPower;
-  }
+  ~TablesGone() { releaseFftTables(); }
 };
 
 // Built on two threads: the halves of each top level must join seamlessly.
 TEST(FftTables, EveryTwiddleOfTheLargestTablesIsCorrectlyRounded) {
   TablesGone cleanup;
-  globalThreadPower = 1;
-  buildFftTables(500000);
+  buildFftTables(500000, 1);
   ASSERT_NE(fftTables, nullptr);
   // 64 * 500000 bits: the 2621440-point row, code 85.
   EXPECT_EQ(fftTables->builtCode, 85u);
