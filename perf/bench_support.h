@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,14 @@ inline uint64_t benchWordCount(uint64_t decimalDigits) {
 // Seconds on a steady clock.
 inline double benchNow() {
   return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+// Seconds of processor time used by the whole process (all threads): on a
+// shared machine a steadier measure of work than the wall clock.
+inline double benchCpuNow() {
+  timespec t;
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
+  return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
 }
 
 // The digits of radix-10^9 words (top word first, without its leading

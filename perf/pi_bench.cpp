@@ -4,13 +4,16 @@
 // both give the same digits.
 //
 //   pi_bench [--digits D]... [--algorithm 0|1] [--two-threads] [--quick]
+//            [--ours-only]
 //
 // Default sizes are 1,000,000 and 10,000,000 digits (--quick: the first
 // only). Per size and thread count it prints numbrella's series-and-finish
 // time, its conversion time, their sum, Arb's constant and conversion times,
 // their sum, the ratio of the two sums, and numbrella's memory estimate
-// against the arena's measured peak. Each figure is one run; Arb's
-// cache of the constant is emptied before each of its runs. With
+// against the arena's measured peak, and numbrella's processor seconds
+// (all threads; steadier than the wall clock on a shared machine). Each
+// figure is one run; Arb's cache of the constant is emptied before each of
+// its runs (--ours-only: Arb is not run, and the digits are not checked). With
 // PI_BENCH_SHOW set in the environment numbrella's console is shown rather
 // than captured (to see why a run ended).
 #include <arb.h>
@@ -42,6 +45,7 @@ struct Options {
   std::vector<uint64_t> digits;
   uint32_t algorithm = piChudnovsky;
   std::vector<uint32_t> threadPowers = {0, 1};
+  bool oursOnly = false;
 };
 
 Options parse(int argc, char** argv) {
@@ -50,6 +54,8 @@ Options parse(int argc, char** argv) {
   for (int i = 1; i < argc; i++) {
     if (!std::strcmp(argv[i], "--quick")) {
       quick = true;
+    } else if (!std::strcmp(argv[i], "--ours-only")) {
+      options.oursOnly = true;
     } else if (!std::strcmp(argv[i], "--digits") && i + 1 < argc) {
       options.digits.push_back(std::strtoull(argv[++i], nullptr, 10));
     } else if (!std::strcmp(argv[i], "--two-threads")) {
@@ -58,7 +64,10 @@ Options parse(int argc, char** argv) {
       options.algorithm =
           uint32_t(std::strtoul(argv[++i], nullptr, 10)) == 1 ? piRamanujan : piChudnovsky;
     } else {
-      std::fprintf(stderr, "usage: %s [--digits D]... [--algorithm 0|1] [--two-threads] [--quick]\n", argv[0]);
+      std::fprintf(
+          stderr,
+          "usage: %s [--digits D]... [--algorithm 0|1] [--two-threads] [--quick] [--ours-only]\n",
+          argv[0]);
       std::exit(2);
     }
   }
@@ -72,9 +81,10 @@ Options parse(int argc, char** argv) {
 struct Timing {
   double compute;
   double convert;
-  std::string digits;  // "3" and the fraction, no point
+  std::string digits;     // "3" and the fraction, no point
   uint64_t estimate = 0;  // numbrella only: the run's memory estimate, bytes
   uint64_t peak = 0;      // and the arena's measured high-water mark
+  double cpu = 0;         // numbrella only: processor seconds of the two steps
 };
 
 Timing runNumbrella(uint32_t algorithm, uint64_t decimalDigits, uint32_t threadPower) {
@@ -95,10 +105,12 @@ Timing runNumbrella(uint32_t algorithm, uint64_t decimalDigits, uint32_t threadP
   if (!getenv("PI_BENCH_SHOW")) consoleCaptureTo(&console);
   Timing timing;
   double start = benchNow();
+  const double cpuStart = benchCpuNow();
   BigFloat pi;
   piComputeNumber(&heap, &pi, words, threadPower, algorithm, 0);
   timing.compute = benchNow() - start;
   timing.convert = benchConvert(&heap, &pi, decimalDigits + 1, threadPower, &timing.digits);
+  timing.cpu = benchCpuNow() - cpuStart;
   consoleCaptureTo(nullptr);
   timing.estimate = memory;
   timing.peak = threadPower == 0 ? uint64_t(heap.peakUsed - heap.base) : 0;
@@ -136,13 +148,14 @@ int main(int argc, char** argv) {
   Options options = parse(argc, argv);
   std::printf("Pi by %s; times in seconds; ratio = numbrella / Arb\n",
               options.algorithm == piChudnovsky ? "Chudnovsky" : "Ramanujan");
-  std::printf("%10s %7s  %9s %9s %9s  %9s %9s %9s  %6s  %9s %9s\n", "digits", "threads", "series",
-              "convert", "total", "arb pi", "arb str", "arb tot", "ratio", "est MiB", "peak MiB");
+  std::printf("%10s %7s  %9s %9s %9s  %9s %9s %9s  %6s  %9s %9s  %8s\n", "digits", "threads",
+              "series", "convert", "total", "arb pi", "arb str", "arb tot", "ratio", "est MiB",
+              "peak MiB", "cpu s");
   int failures = 0;
   for (uint64_t digits : options.digits) {
     for (uint32_t threadPower : options.threadPowers) {
       Timing ours = runNumbrella(options.algorithm, digits, threadPower);
-      Timing arb = runArb(digits, threadPower);
+      Timing arb = options.oursOnly ? ours : runArb(digits, threadPower);
       // Arb rounds its last digit; the ten before it must agree.
       uint64_t checked = digits + 1 - 10;
       bool same = ours.digits.compare(0, checked, arb.digits, 0, checked) == 0;
@@ -150,11 +163,12 @@ int main(int argc, char** argv) {
       double total = ours.compute + ours.convert;
       double arbTotal = arb.compute + arb.convert;
       if (ours.peak > ours.estimate) failures++;
-      std::printf("%10llu %7u  %9.3f %9.3f %9.3f  %9.3f %9.3f %9.3f  %6.2f  %9.1f %9.1f%s%s\n",
-                  (unsigned long long)digits, 1u << threadPower, ours.compute, ours.convert, total,
-                  arb.compute, arb.convert, arbTotal, total / arbTotal,
-                  double(ours.estimate) / 1048576, double(ours.peak) / 1048576,
-                  same ? "" : "  DIGITS DIFFER", ours.peak > ours.estimate ? "  PEAK OVER ESTIMATE" : "");
+      std::printf(
+          "%10llu %7u  %9.3f %9.3f %9.3f  %9.3f %9.3f %9.3f  %6.2f  %9.1f %9.1f  %8.3f%s%s\n",
+          (unsigned long long)digits, 1u << threadPower, ours.compute, ours.convert, total,
+          arb.compute, arb.convert, arbTotal, total / arbTotal, double(ours.estimate) / 1048576,
+          double(ours.peak) / 1048576, ours.cpu, same ? "" : "  DIGITS DIFFER",
+          ours.peak > ours.estimate ? "  PEAK OVER ESTIMATE" : "");
       std::fflush(stdout);
     }
   }

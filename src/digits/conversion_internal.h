@@ -17,6 +17,18 @@ void conversionIntegerFromFloat(Heap* heap, BigFloat* x, BigInt* out);
 void conversionDivide(Heap* heap, BigInt* x, BigInt* remainderOut, int32_t level,
                       BaseConversionTable* table, uint32_t threads, bool paged);
 
+// Divisions whose power has at most this many words (by position) may take
+// the short form below.
+constexpr uint64_t shortDivideWords = 64;
+
+// divideAndModulus in word arithmetic on the stack, for a power of at most
+// shortDivideWords words and x of at most twice that plus two words (in
+// memory): the same quotient, remainder, corrections and failures as the
+// general form. x's array takes the quotient; the remainder gets its own.
+// Returns false, having changed nothing, for a division outside those sizes.
+bool conversionDivideShort(Heap* heap, BigInt* x, BigInt* remainderOut, const BigFloat& power,
+                           const BigFloat& inverse);
+
 // The figures of one conversion: precision, Y and its hash, the window.
 struct ConversionStart {
   uint64_t start;       // timer at the title line

@@ -35,6 +35,17 @@ void addPower(Heap* heap, BigFloat* r, const BigFloat* d, bool subtract) {
   bigFloatAddTo(heap, r, &view, exactWindow(*r, view));
 }
 
+// Narrows a view of a number's record to its top `keep` words (if it has
+// more); the dropped words move into the exponent. Only the view changes.
+void keepTopWords(BigFloat* view, uint64_t keep) {
+  if (view->mantissa.length <= keep) return;
+  const uint64_t drop = view->mantissa.length - keep;
+  view->mantissa.words += drop;
+  view->mantissa.length = keep;
+  view->mantissa.capacity = keep;
+  view->exponent += int64_t(drop);
+}
+
 bool isNegative(const BigFloat& x) {
   return x.positive == 0 && !bigFloatIsZero(x);
 }
@@ -84,6 +95,7 @@ void conversionDivide(Heap* heap, BigInt* x, BigInt* remainderOut, int32_t level
                       BaseConversionTable* table, uint32_t threads, bool paged) {
   BigFloat* power = &table->power[level];
   BigFloat* inverse = &table->inverse[level];
+  if (!paged && conversionDivideShort(heap, x, remainderOut, *power, *inverse)) return;
   const uint64_t p = uint64_t(bigFloatPosition(*power)) + 5;
 
   BigFloat dividend = {1, 0, *x};
@@ -91,8 +103,21 @@ void conversionDivide(Heap* heap, BigInt* x, BigInt* remainderOut, int32_t level
   if (paged) bigIntPushToDisk(nullptr, &dividend.mantissa, globalSwapPaths);
 
   // q = floor(x / D) up to a small error, from the reciprocal at p words.
+  // With n = D's word position, q < B^(len(x) - n + 1). Only x's words from
+  // position n - 2 up enter the product (the rest is below D / B and moves q
+  // by less than 1/B), and only the top len(x) - n + 3 words of I (their
+  // relative error B^(n - len(x) - 2) moves q by less than 1/B): the product
+  // of the whole operands would be up to half again as long.
   BigFloat quotient;
-  bigFloatMultiplyInto(heap, &dividend, inverse, &quotient, p, threads);
+  BigFloat top = dividend;
+  BigFloat reciprocal = *inverse;
+  const uint64_t n = p - 5;
+  const uint64_t length = dividend.mantissa.length;
+  if (!paged && length > n) {
+    keepTopWords(&top, length - n + 2);
+    keepTopWords(&reciprocal, length - n + 3);
+  }
+  bigFloatMultiplyInto(heap, &top, &reciprocal, &quotient, p, threads);
   if (paged) bigIntPushToDisk(nullptr, &inverse->mantissa, globalSwapPaths);
   bigFloatTruncateToInteger(heap, &quotient);
   quotient.positive = 1;

@@ -94,7 +94,7 @@ double runComputation(void* context, ComputeSettings* settings) {
   printWide("\n");
 
   printWide("Constructing FFT lookup tables...       ");
-  buildFftTables(settings->wordCount + 100);
+  buildFftTables(settings->wordCount + 100, settings->threadPower);
   printWide("\n\n\n");
 
   printWide("Begin Computation:\n\n");

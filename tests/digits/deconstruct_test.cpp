@@ -10,6 +10,7 @@
 
 #include "arith/fft/fft_tables.h"
 #include "digits/base_conversion.h"
+#include "digits/conversion_internal.h"
 #include "digits_support.h"
 
 using namespace testbridge;
@@ -83,7 +84,8 @@ enum class Layer { Serial, Threads, Top };
   if (!bigIntIsZero(y)) return ::testing::AssertionFailure() << "y not consumed";
   if (!out.intact()) return out.intact();
   std::vector<uint32_t> expected = expectedWords(value, window);
-  if (std::equal(expected.begin(), expected.end(), out.data())) return ::testing::AssertionSuccess();
+  if (std::equal(expected.begin(), expected.end(), out.data()))
+    return ::testing::AssertionSuccess();
   return ::testing::AssertionFailure() << "window of " << window << " words differs";
 }
 
@@ -119,14 +121,16 @@ TEST(DivideAndModulus, RandomAndEdgeDividendsAtEveryLevelAgreeWithGmp) {
       toMpz(x[i].z, words.data(), n);
       mpz_mod(x[i].z, x[i].z, limit.z);
     }
-    for (int i = 0; i < 17; ++i) ASSERT_TRUE(dividesLikeGmp(&arena.heap, &table, level, x[i].z, i & 1)) << i;
+    for (int i = 0; i < 17; ++i)
+      ASSERT_TRUE(dividesLikeGmp(&arena.heap, &table, level, x[i].z, i & 1)) << i;
   }
   releaseBaseConversionTable(&table);
 }
 
 // A reciprocal that is 2^32 times too small leaves the quotient near zero:
 // the corrections run out. One 2^32 times too large overshoots: the add-back
-// runs out. Both end as algorithmic failures (a deliberate crash).
+// runs out. Both end as algorithmic failures (a deliberate crash), in the
+// short form (level 1) and the general one (level 3).
 TEST(DivideAndModulusDeathTest, AWrongReciprocalRunsOutOfCorrections) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   // The child of a threadsafe death test starts without the tables.
@@ -134,22 +138,25 @@ TEST(DivideAndModulusDeathTest, AWrongReciprocalRunsOutOfCorrections) {
   TestHeap arena(16 << 20);
   BaseConversionTable table;
   buildTable(&arena.heap, 200, &table);
-  Number d, x;
-  powerValue(table, 1, d.z);
-  mpz_mul(x.z, d.z, d.z);
-  mpz_sub_ui(x.z, x.z, 12345);
-  auto divideWith = [&](int64_t exponentChange) {
-    consoleToStandardError();
-    table.inverse[1].exponent += exponentChange;
-    BigInt y, remainder;
-    makeInteger(&arena.heap, x.z, &y);
-    divideAndModulus(&arena.heap, &y, &remainder, 1, &table, 0);
-  };
-  const char* failure = "Critical Algorithmic Failure: Divide and Modulus\n\nMore than ";
-  EXPECT_DEATH(divideWith(-1), std::string(failure) + "2 corrections are needed\\.");
-  EXPECT_DEATH(divideWith(1), std::string(failure) + "1 add-back is needed\\.");
-  // Untouched, the same division is right.
-  EXPECT_TRUE(dividesLikeGmp(&arena.heap, &table, 1, x.z, 0));
+  ASSERT_GT(bigFloatPosition(table.power[3]), int64_t(shortDivideWords));
+  for (int32_t level : {1, 3}) {
+    Number d, x;
+    powerValue(table, level, d.z);
+    mpz_mul(x.z, d.z, d.z);
+    mpz_sub_ui(x.z, x.z, 12345);
+    auto divideWith = [&](int64_t exponentChange) {
+      consoleToStandardError();
+      table.inverse[level].exponent += exponentChange;
+      BigInt y, remainder;
+      makeInteger(&arena.heap, x.z, &y);
+      divideAndModulus(&arena.heap, &y, &remainder, level, &table, 0);
+    };
+    const char* failure = "Critical Algorithmic Failure: Divide and Modulus\n\nMore than ";
+    EXPECT_DEATH(divideWith(-1), std::string(failure) + "2 corrections are needed\\.");
+    EXPECT_DEATH(divideWith(1), std::string(failure) + "1 add-back is needed\\.");
+    // Untouched, the same division is right.
+    EXPECT_TRUE(dividesLikeGmp(&arena.heap, &table, level, x.z, 0));
+  }
   releaseBaseConversionTable(&table);
 }
 

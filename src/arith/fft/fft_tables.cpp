@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "arith/hybrid/hybrid_params.h"
 #include "arith/fft/twiddles.h"
+#include "arith/hybrid/hybrid_params.h"
 #include "platform/console.h"
 
 FftLookupTables* fftTables = nullptr;
@@ -35,11 +35,12 @@ static void pyramidFree(double* pyramid) {
 // Fills a pyramid of the family K with its top level `top`: the top level
 // from the twiddles themselves, each lower level as every second pair of the
 // one above, starting from its second pair, down to level 2.
-static void pyramidFill(double* pyramid, uint32_t family, uint32_t top) {
+static void pyramidFill(double* pyramid, uint32_t family, uint32_t top, uint32_t threadPower) {
   uint64_t levelCount = top + 1;
   memcpy(pyramid, &levelCount, sizeof levelCount);
   uint64_t pairs = uint64_t(family) << (top - 2);
-  twiddleFill(pyramid + (uint64_t(family) << (top - 1)), pairs, uint64_t(family) << (top + 1));
+  twiddleFill(pyramid + (uint64_t(family) << (top - 1)), pairs, uint64_t(family) << (top + 1),
+              threadPower);
   for (uint32_t j = top; j > 2; j--) {
     const double* upper = pyramid + (uint64_t(family) << (j - 1));
     double* lower = pyramid + (uint64_t(family) << (j - 2));
@@ -74,13 +75,14 @@ static void pyramid5Heads(double* p) {
 // Rebuilds one pyramid if it has fewer than `levels` levels; returns the bytes
 // that could not be had, or 0. The old pyramid goes only once the new one
 // exists: a failed growth leaves the tables as they were.
-static uint64_t pyramidEnsure(double** slot, uint32_t family, uint32_t levels) {
+static uint64_t pyramidEnsure(double** slot, uint32_t family, uint32_t levels,
+                              uint32_t threadPower) {
   if (pyramidLevelCount(*slot) >= levels) return 0;
   uint32_t top = levels - 1;
   uint64_t bytes = 8 * (uint64_t(family) << top);
   double* pyramid = pyramidAllocate(bytes);
   if (pyramid == nullptr) return bytes + 24;
-  pyramidFill(pyramid, family, top);
+  pyramidFill(pyramid, family, top, threadPower);
   if (family == 3) pyramid3Heads(pyramid);
   if (family == 5) pyramid5Heads(pyramid);
   pyramidFree(*slot);
@@ -88,15 +90,15 @@ static uint64_t pyramidEnsure(double** slot, uint32_t family, uint32_t levels) {
   return 0;
 }
 
-uint64_t growFftTables(FftLookupTables* tables, SizeCode code) {
+uint64_t growFftTables(FftLookupTables* tables, SizeCode code, uint32_t threadPower) {
   if (code <= tables->builtCode) return 0;
   if (code < smallestSizeCode) invalidParameters("growFftTables", "Size code below 64 points.");
   uint32_t e2 = code / 4;
   uint32_t e3 = (code - 2) / 4;
   uint32_t e5 = (code - 1) / 4;
-  uint64_t missing = pyramidEnsure(&tables->pyramid2, 1, e2 + 1);
-  if (missing == 0) missing = pyramidEnsure(&tables->pyramid3, 3, e3);
-  if (missing == 0) missing = pyramidEnsure(&tables->pyramid5, 5, e5 - 1);
+  uint64_t missing = pyramidEnsure(&tables->pyramid2, 1, e2 + 1, threadPower);
+  if (missing == 0) missing = pyramidEnsure(&tables->pyramid3, 3, e3, threadPower);
+  if (missing == 0) missing = pyramidEnsure(&tables->pyramid5, 5, e5 - 1, threadPower);
   // Raised only when every pyramid serves the code.
   if (missing == 0) tables->builtCode = code;
   return missing;
@@ -108,12 +110,12 @@ SizeCode fftTablesCodeFor(uint64_t words) {
   return std::max<SizeCode>(code, hybridElementCodeBound(2 * words));
 }
 
-void buildFftTables(uint64_t words) {
+void buildFftTables(uint64_t words, uint32_t threadPower) {
   if (fftTables == nullptr) {
     fftTables = static_cast<FftLookupTables*>(calloc(1, sizeof(FftLookupTables)));
     if (fftTables == nullptr) fatalMemory();
   }
-  if (growFftTables(fftTables, fftTablesCodeFor(words)) != 0) fatalMemory();
+  if (growFftTables(fftTables, fftTablesCodeFor(words), threadPower) != 0) fatalMemory();
 }
 
 void releaseFftTablesRecord(FftLookupTables* tables) {

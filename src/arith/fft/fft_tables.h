@@ -49,14 +49,16 @@ SizeCode fftTablesCodeFor(uint64_t words);
 
 // Sizes the process's tables for a run of `words` words (the driver passes
 // its word count plus 100), creating them on first use. Missing memory is
-// fatal: "Memory Allocation Failure.".
-void buildFftTables(uint64_t words);
+// fatal: "Memory Allocation Failure.". threadPower 1 or more lets the
+// twiddles of a large pyramid be filled on two threads (the driver's build,
+// before anything else runs); the tables are the same.
+void buildFftTables(uint64_t words, uint32_t threadPower = 0);
 
 // Makes `tables` serve transforms up to `code` (>= 24): each pyramid that is
 // too short is rebuilt whole. Returns 0, or the bytes that could not be had;
 // builtCode is raised only on success, and a pyramid that could not be
 // rebuilt keeps its old levels.
-uint64_t growFftTables(FftLookupTables* tables, SizeCode code);
+uint64_t growFftTables(FftLookupTables* tables, SizeCode code, uint32_t threadPower = 0);
 // Whether `tables` (null: none) serve a transform of `code`.
 inline bool fftTablesServe(const FftLookupTables* tables, SizeCode code) {
   return tables != nullptr && code <= tables->builtCode;

@@ -1,16 +1,20 @@
 // Correctly rounded twiddles.
 //
-// The fast path: sincosl of t * theta in extended precision. Its error is a
-// few units of the extended format's last place (2 pi / circle and t * theta
-// each round once, and the hardware sine and cosine add about one unit), and
-// a double keeps 11 bits fewer, so the rounding to double is right unless the
-// extended value lies within that error of a midpoint between two doubles.
-// For those few values (about one in a hundred) the slow path evaluates the
-// angle and the Taylor series in pairs of long doubles, about 128 bits, which
-// decides every rounding that occurs in practice.
+// The fast path: one fused sine and cosine of t * theta in extended
+// precision (fusedSinCos). Its error is a few units of the extended format's
+// last place (2 pi / circle and t * theta each round once, and the hardware
+// sine and cosine add about one unit), and a double keeps 11 bits fewer, so
+// the rounding to double is right unless the extended value lies within
+// that error of a midpoint between two doubles. For those few values (about
+// one in a hundred) the slow path evaluates the angle and the Taylor series
+// in pairs of long doubles, about 128 bits, which decides every rounding
+// that occurs in practice.
 #include "arith/fft/twiddles.h"
 
 #include <cmath>
+#include <cstring>
+
+#include "platform/threads.h"
 
 namespace {
 
@@ -89,22 +93,19 @@ Extended2 angleOf(uint64_t t, uint64_t circle) {
   return {ldexpl(a.hi, -shift), ldexpl(a.lo, -shift)};
 }
 
-// Taylor series of cos and sin at x, 0 <= x <= pi / 4, by Horner's rule on
-// x^2: the terms fall below 2^-128 before index 34.
-void taylorCosSin(Extended2 x, Extended2* cosine, Extended2* sine) {
-  Extended2 x2 = multiply(x, x);
+// Taylor series of cos (first = 1) or of sin / x (first = 2) at x,
+// 0 <= x <= pi / 4, by Horner's rule on x2 = x^2: 1 - x^2/(1*2) (1 - x^2/(3*4)
+// (1 - ...)), or the same from 2*3. The terms fall below 2^-128 before index
+// 34.
+Extended2 taylorSeries(Extended2 x2, uint32_t first) {
   const uint32_t last = 34;
-  Extended2 c = {1.0L, 0.0L};
-  Extended2 s = {1.0L, 0.0L};
-  // c = 1 - x^2/(1*2) (1 - x^2/(3*4) (1 - ...)), s likewise from 2*3.
+  Extended2 v = {1.0L, 0.0L};
   for (uint32_t n = last; n >= 2; n -= 2) {
-    Extended2 tc = divideSmall(multiply(c, x2), uint64_t(n - 1) * n);
-    c = add({1.0L, 0.0L}, {-tc.hi, -tc.lo});
-    Extended2 ts = divideSmall(multiply(s, x2), uint64_t(n) * (n + 1));
-    s = add({1.0L, 0.0L}, {-ts.hi, -ts.lo});
+    const uint64_t m = n + first - 1;
+    Extended2 term = divideSmall(multiply(v, x2), (m - 1) * m);
+    v = add({1.0L, 0.0L}, {-term.hi, -term.lo});
   }
-  *cosine = c;
-  *sine = multiply(s, x);
+  return v;
 }
 
 // The double nearest to hi + lo.
@@ -122,38 +123,102 @@ double roundToDouble(Extended2 v) {
 }
 
 // True when the rounding of v to double is certain: v is farther than the
-// error bound (8 units of the extended last place) from both midpoints
-// around its double.
+// error bound (8 units of the extended last place) from the midpoint between
+// its double d and d's neighbour on v's side. The distances come from d's
+// bits: u is d's unit in the last place, half of it the distance to the
+// midpoint above, and a quarter of it to the one below a power of two. The
+// bound is taken as u / 256 (8 units of an extended place at d's exponent,
+// twice the true bound when v lies just below a power of two): a wider
+// bound only sends more values to the exact path. For normal positive d.
 bool roundingIsCertain(long double v) {
-  double d = (double)v;
-  long double below = (long double)nextafter(d, -INFINITY);
-  long double above = (long double)nextafter(d, INFINITY);
-  long double midBelow = ((long double)d + below) * 0.5L;
-  long double midAbove = ((long double)d + above) * 0.5L;
-  long double bound = ldexpl(8.0L, ilogbl(v) - 63);
-  return fabsl(v - midAbove) > bound && fabsl(v - midBelow) > bound;
+  const double d = (double)v;
+  uint64_t bits;
+  std::memcpy(&bits, &d, sizeof bits);
+  const uint64_t exponentBits = bits & 0x7ff0000000000000ull;
+  if (exponentBits <= (uint64_t(52) << 52) || (bits >> 63) != 0) return false;
+  const uint64_t ulpBits = exponentBits - (uint64_t(52) << 52);
+  double ulp;
+  std::memcpy(&ulp, &ulpBits, sizeof ulp);
+  const long double u = ulp;
+  const long double residual = v - (long double)d;
+  const bool powerOfTwo = (bits & 0x000fffffffffffffull) == 0;
+  const long double half = residual < 0 && powerOfTwo ? u * 0.25L : u * 0.5L;
+  return fabsl(fabsl(residual) - half) > u * (1.0L / 256);
 }
+
+// The slow path for the cosine and/or the sine (a null pointer: not
+// wanted) of 2 pi t / circle.
+void twiddleExactPart(uint64_t t, uint64_t circle, double* cosine, double* sine) {
+  const Extended2 x = angleOf(t, circle);
+  const Extended2 x2 = multiply(x, x);
+  if (cosine != nullptr) *cosine = roundToDouble(taylorSeries(x2, 1));
+  if (sine != nullptr) *sine = roundToDouble(multiply(taylorSeries(x2, 2), x));
+}
+
+// sin and cos of x, 0 <= x <= pi / 4, in one evaluation in the extended
+// format: the x87 instruction where there is one (no argument reduction
+// happens in the first octant, and it stays within one unit of the last
+// place there), else the library's sincosl.
+inline void fusedSinCos(long double x, long double* sine, long double* cosine) {
+#if defined(__x86_64__) || defined(__i386__)
+  long double s, c;
+  asm("fsincos" : "=t"(c), "=u"(s) : "0"(x));
+  *sine = s;
+  *cosine = c;
+#else
+  sincosl(x, sine, cosine);
+#endif
+}
+
+// The fill of pairs [first, last] (t descending), for one thread.
+struct FillRange {
+  double* out;
+  uint64_t first;
+  uint64_t last;
+  long double theta;
+  uint64_t circle;
+};
+
+uint64_t fillRange(void* context) {
+  const FillRange* range = static_cast<const FillRange*>(context);
+  for (uint64_t t = range->last; t >= range->first; t--) {
+    long double s, c;
+    fusedSinCos((long double)t * range->theta, &s, &c);
+    double* pair = range->out + 2 * (t - 1);
+    const bool cosineCertain = roundingIsCertain(c);
+    const bool sineCertain = roundingIsCertain(s);
+    pair[0] = (double)c;
+    pair[1] = (double)s;
+    if (!cosineCertain || !sineCertain) {
+      twiddleExactPart(t, range->circle, cosineCertain ? nullptr : &pair[0],
+                       sineCertain ? nullptr : &pair[1]);
+    }
+  }
+  return 0;
+}
+
+// Fills below this many pairs stay on the calling thread.
+constexpr uint64_t threadedFillPairs = 1 << 14;
 
 }  // namespace
 
 void twiddleExact(uint64_t t, uint64_t circle, double* cosine, double* sine) {
-  Extended2 c, s;
-  taylorCosSin(angleOf(t, circle), &c, &s);
-  *cosine = roundToDouble(c);
-  *sine = roundToDouble(s);
+  twiddleExactPart(t, circle, cosine, sine);
 }
 
-void twiddleFill(double* out, uint64_t pairs, uint64_t circle) {
+void twiddleFill(double* out, uint64_t pairs, uint64_t circle, uint32_t threadPower) {
   const long double theta = twoPi.hi / (long double)circle;
-  for (uint64_t t = pairs; t >= 1; t--) {
-    long double s, c;
-    sincosl((long double)t * theta, &s, &c);
-    double* pair = out + 2 * (t - 1);
-    if (roundingIsCertain(c) && roundingIsCertain(s)) {
-      pair[0] = (double)c;
-      pair[1] = (double)s;
-    } else {
-      twiddleExact(t, circle, &pair[0], &pair[1]);
-    }
+  // Each pair depends on t alone: with threads allowed the upper half of the
+  // range goes to a second thread, and the values are the same.
+  if (threadPower == 0 || pairs < threadedFillPairs) {
+    FillRange all = {out, 1, pairs, theta, circle};
+    fillRange(&all);
+    return;
   }
+  FillRange upper = {out, pairs / 2 + 1, pairs, theta, circle};
+  FillRange lower = {out, 1, pairs / 2, theta, circle};
+  ThreadHandle handle;
+  threadSpawn(&handle, fillRange, &upper);
+  fillRange(&lower);
+  threadJoin(&handle);
 }

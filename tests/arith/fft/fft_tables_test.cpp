@@ -70,9 +70,10 @@ struct TablesGone {
   ~TablesGone() { releaseFftTables(); }
 };
 
+// Built on two threads: the halves of each top level must join seamlessly.
 TEST(FftTables, EveryTwiddleOfTheLargestTablesIsCorrectlyRounded) {
   TablesGone cleanup;
-  buildFftTables(500000);
+  buildFftTables(500000, 1);
   ASSERT_NE(fftTables, nullptr);
   // 64 * 500000 bits: the 2621440-point row, code 85.
   EXPECT_EQ(fftTables->builtCode, 85u);
