@@ -247,6 +247,7 @@ TEST(ZetaCatalanCompute, FourNumberSeriesInBasicSwapFitTheSwapFigureWithTheRamOn
     estimateConstant(id, algorithm, words, 0, computeModeBasicSwap, &memory, &disk);
     BigFloat value[2];
     TestArena arena(1ull << 30), tight(memory);
+    raidFileResetPeak();
     for (uint32_t mode : {computeModeRamOnly, computeModeBasicSwap}) {
       Heap* heap = mode == computeModeRamOnly ? &arena.heap : &tight.heap;
       BigFloat* out = &value[mode - computeModeRamOnly];
@@ -257,6 +258,7 @@ TEST(ZetaCatalanCompute, FourNumberSeriesInBasicSwapFitTheSwapFigureWithTheRamOn
       }
     }
     EXPECT_TRUE(sameBits(value[0], value[1])) << id;
+    EXPECT_LE(raidFilePeakBytes(), disk) << id << " swap bytes over the disk figure";
     bigFloatDestroy(&value[1]);
     bigFloatDestroy(&value[0]);
   }
