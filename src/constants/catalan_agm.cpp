@@ -25,9 +25,13 @@ void printAgmProgress(uint32_t round, uint64_t agreeWords) {
   colorDefault();
 }
 
-// a = AGM(a, b) at P words; b is consumed. Returns the rounds.
+// a = AGM(a, b) at P words; b is consumed. Returns the rounds. a and b go
+// as soon as their sum and product are made. In Basic Swap every number
+// waits on disk outside its own steps: the products take their operands
+// paged out (the disk path for large ones) and the inverse root pages its
+// top steps.
 uint32_t agm(Heap* heap, BigFloat* a, BigFloat* b, uint64_t words, uint32_t threadPower,
-             uint32_t show) {
+             uint32_t mode, uint32_t show) {
   const uint64_t precision = words + 8;
   uint64_t lastPrint = 0;
   uint32_t round = 0;
@@ -36,13 +40,25 @@ uint32_t agm(Heap* heap, BigFloat* a, BigFloat* b, uint64_t words, uint32_t thre
     BigFloat s, t, r;
     const int64_t differ = bigFloatAddAgreeing(heap, a, b, &s, precision);
     bigFloatShiftBits(heap, &s, -1);
+    constantPushIfSwap(&s, mode);
+    constantPushIfSwap(a, mode);
+    constantPushIfSwap(b, mode);
     bigFloatMultiplyInto(heap, a, b, &t, words + 8, threadPower);
-    bigFloatInvSqrt(heap, &t, &r, precision, threadPower, 0);
     constantDestroy(a);
     constantDestroy(b);
+    if (constantSwapMode(mode)) {
+      constantPushIfSwap(&t, mode);
+      bigFloatInvSqrtSwapped(heap, &t, &r, precision, threadPower);
+      constantPushIfSwap(&r, mode);
+      constantPushIfSwap(&t, mode);
+    } else {
+      bigFloatInvSqrt(heap, &t, &r, precision, threadPower, 0);
+    }
     bigFloatMultiplyInto(heap, &r, &t, b, words + 8, threadPower);
     constantDestroy(&r);
     constantDestroy(&t);
+    constantLoad(heap, &s);
+    constantLoad(heap, b);
     bigFloatMove(a, &s);
     bigFloatCompact2(a, b);
     const int64_t agree = top - differ;
@@ -95,10 +111,14 @@ void catalanLogTerm(Heap* heap, BigFloat* pi, BigFloat* out, uint64_t words, uin
     clearStatusLine();
     printWide("Finish Scaling...");
   }
-  constantLoad(heap, pi);
+  // Pi^2 y. In Basic Swap Pi and y wait on disk, so that large products
+  // take the disk path; y comes back for the AGM.
+  constantPushIfSwap(&y, mode);
   bigFloatSquareInPlace(heap, pi, words, threadPower);
+  constantPushIfSwap(pi, mode);
   bigFloatMultiplyInPlace(heap, pi, &y, words, threadPower);
   constantPushIfSwap(pi, mode);
+  constantLoad(heap, &y);
 
   if (show) {
     clearStatusLine();
@@ -106,14 +126,15 @@ void catalanLogTerm(Heap* heap, BigFloat* pi, BigFloat* out, uint64_t words, uin
   }
   BigFloat f;
   bigFloatFromU32(heap, &f, 4);
-  const uint32_t count = agm(heap, &y, &f, words, threadPower, show);
+  const uint32_t count = agm(heap, &y, &f, words, threadPower, mode, show);
   if (rounds != nullptr) *rounds = count;
 
   constantInvert(heap, &y, words, threadPower, mode, show);
   if (show) constantPrintMultiplying(words);
-  constantLoad(heap, pi);
+  constantPushIfSwap(&y, mode);
   bigFloatMultiplyInPlace(heap, &y, pi, words, threadPower);
   constantDestroy(pi);
+  constantLoad(heap, &y);
   bigFloatShiftBits(heap, &y, -int64_t(j) - 4);
   constantTrim(&y, nullptr);
   if (show) constantPrintPhaseTime(phase);

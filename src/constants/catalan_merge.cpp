@@ -1,7 +1,10 @@
 // The merge of Ramanujan's Catalan series, whose Q is held in two factors:
 //   P = P1 P2, Qa = Qa1 Qa2, Qb = Qb1 Qb2, R = R1 Qa2 Qb2 + R2 P1 Qb1,
 // in the order that frees each operand at its last use. Records hold
-// p = P, q = Qa, r[0] = R, r[1] = Qb.
+// p = P, q = Qa, r[0] = R, r[1] = Qb. The float merge has a paged form for
+// Basic Swap, which keeps every number on disk between its uses.
+#include <initializer_list>
+
 #include "constants/series.h"
 #include "constants/split_ops.h"
 #include "constants/zeta_catalan.h"
@@ -52,35 +55,75 @@ void multiplyInPlace(Heap* heap, BigFloat* x, BigFloat* y, uint64_t p, uint32_t 
   bigFloatMove(x, &product);
 }
 
+// The float merge; `paged` pushes both records to disk first and every
+// operand that is used again and every result after each step, so that
+// only one step's numbers are in memory (large products of two paged
+// operands take the disk path and leave their result on disk).
+void mergeFloats(Heap* heap, SplitFloats* left, SplitFloats* right, SplitFloats* out,
+                 uint64_t leftPrecision, uint64_t rightPrecision, uint32_t wantP,
+                 uint32_t threadPower, bool paged) {
+  BigFloat* p1 = &left->p;
+  BigFloat* qa1 = &left->q;
+  BigFloat* r1 = &left->r[0];
+  BigFloat* qb1 = &left->r[1];
+  BigFloat* p2 = &right->p;
+  BigFloat* qa2 = &right->q;
+  BigFloat* r2 = &right->r[0];
+  BigFloat* qb2 = &right->r[1];
+  if (paged) {
+    splitFloatsPushToDisk(left);
+    splitFloatsPushToDisk(right);
+  } else {
+    for (BigFloat* x : {p1, qa1, r1, qb1, p2, qa2, r2, qb2}) load(heap, x);
+  }
+  // Pushes the numbers to disk in the paged form.
+  auto park = [paged](std::initializer_list<BigFloat*> numbers) {
+    if (!paged) return;
+    for (BigFloat* x : numbers) bigFloatPushToDisk(x);
+  };
+  splitFloatsSetZero(out);
+  if (wantP) bigFloatMultiplyInto(heap, p1, p2, &out->p, leftPrecision, threadPower);
+  destroy(p2);
+  park({p1, &out->p});
+  bigFloatMultiplyInto(heap, qa1, qa2, &out->q, leftPrecision, threadPower);
+  destroy(qa1);
+  park({qa2, &out->q});
+  multiplyInPlace(heap, qa2, qb2, leftPrecision, threadPower);  // Qa2 Qb2
+  park({qa2, qb2});
+  multiplyInPlace(heap, p1, qb1, rightPrecision, threadPower);  // P1 Qb1
+  park({p1, qb1});
+  bigFloatMultiplyInto(heap, qb1, qb2, &out->r[1], leftPrecision, threadPower);
+  destroy(qb1);
+  destroy(qb2);
+  park({&out->r[1]});
+  multiplyInPlace(heap, r2, p1, rightPrecision, threadPower);  // R2 P1 Qb1
+  destroy(p1);
+  park({r2});
+  BigFloat t;
+  bigFloatMultiplyInto(heap, r1, qa2, &t, leftPrecision, threadPower);  // R1 Qa2 Qb2
+  destroy(r1);
+  destroy(qa2);
+  bigFloatAdd(heap, &t, r2, &out->r[0], leftPrecision);
+  destroy(&t);
+  destroy(r2);
+  park({&out->r[0]});
+  if (paged) return;
+  BigFloat* results[4] = {&out->p, &out->q, &out->r[0], &out->r[1]};
+  void** pointers[4];
+  for (uint32_t i = 0; i < 4; i++) pointers[i] = reinterpret_cast<void**>(&results[i]->mantissa.words);
+  heapCompactBlocks(pointers, 4);
+}
+
 }  // namespace
 
 void catalanMergeFloats(Heap* heap, const SeriesKind*, SplitFloats* left, SplitFloats* right,
                         SplitFloats* out, uint64_t leftPrecision, uint64_t rightPrecision,
                         uint32_t wantP, uint32_t threadPower) {
-  BigFloat* all[8] = {&left->p,    &left->q,    &left->r[0],  &left->r[1],
-                      &right->p,   &right->q,   &right->r[0], &right->r[1]};
-  for (BigFloat* x : all) load(heap, x);
-  splitFloatsSetZero(out);
-  if (wantP) bigFloatMultiplyInto(heap, &left->p, &right->p, &out->p, leftPrecision, threadPower);
-  destroy(&right->p);
-  bigFloatMultiplyInto(heap, &left->q, &right->q, &out->q, leftPrecision, threadPower);
-  destroy(&left->q);
-  multiplyInPlace(heap, &right->q, &right->r[1], leftPrecision, threadPower);
-  multiplyInPlace(heap, &left->p, &left->r[1], rightPrecision, threadPower);
-  bigFloatMultiplyInto(heap, &left->r[1], &right->r[1], &out->r[1], leftPrecision, threadPower);
-  destroy(&left->r[1]);
-  destroy(&right->r[1]);
-  multiplyInPlace(heap, &right->r[0], &left->p, rightPrecision, threadPower);
-  destroy(&left->p);
-  BigFloat t;
-  bigFloatMultiplyInto(heap, &left->r[0], &right->q, &t, leftPrecision, threadPower);
-  destroy(&left->r[0]);
-  destroy(&right->q);
-  bigFloatAdd(heap, &t, &right->r[0], &out->r[0], leftPrecision);
-  destroy(&t);
-  destroy(&right->r[0]);
-  BigFloat* results[4] = {&out->p, &out->q, &out->r[0], &out->r[1]};
-  void** pointers[4];
-  for (uint32_t i = 0; i < 4; i++) pointers[i] = reinterpret_cast<void**>(&results[i]->mantissa.words);
-  heapCompactBlocks(pointers, 4);
+  mergeFloats(heap, left, right, out, leftPrecision, rightPrecision, wantP, threadPower, false);
+}
+
+void catalanMergeFloatsPaged(Heap* heap, const SeriesKind*, SplitFloats* left, SplitFloats* right,
+                             SplitFloats* out, uint64_t leftPrecision, uint64_t rightPrecision,
+                             uint32_t wantP, uint32_t threadPower) {
+  mergeFloats(heap, left, right, out, leftPrecision, rightPrecision, wantP, threadPower, true);
 }

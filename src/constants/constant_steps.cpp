@@ -83,10 +83,13 @@ void constantRatioFinish(Heap* heap, BigFloat* q, BigFloat* r, uint32_t a, uint3
   constantInvert(heap, q, words, threadPower, mode, show);
   if (!constantSwapMode(mode)) constantTrim(&t, q);
   if (show) constantPrintMultiplying(words);
-  constantLoad(heap, q);
-  constantLoad(heap, &t);
+  // In Basic Swap both factors wait on disk: a large product runs on the
+  // disk path, and its result comes in once they are gone.
+  constantPushIfSwap(q, mode);
+  constantPushIfSwap(&t, mode);
   bigFloatMultiplyInPlace(heap, &t, q, words, threadPower);
   constantDestroy(q);
+  constantLoad(heap, &t);
   constantTrim(&t, nullptr);
   bigFloatMove(out, &t);
 }

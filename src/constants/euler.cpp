@@ -28,12 +28,14 @@ void printTerms(const char* label, uint64_t terms) {
 }
 
 // One block over (0, terms] whose merges keep `words` words: the exact
-// numbers of these series outgrow the precision long before the top.
-SeriesBlock truncatedBlock(uint64_t terms, uint64_t words, uint32_t threadPower) {
+// numbers of these series outgrow the precision long before the top. With
+// `swap` its merges of numbers near that size page their halves out.
+SeriesBlock truncatedBlock(uint64_t terms, uint64_t words, uint32_t threadPower, bool swap) {
   SeriesBlock block = {};
   block.precision = words;
   block.last = terms;
   block.topLevels = seriesTopLevels(words, threadPower);
+  block.swapFlag = swap ? 1 : 0;
   block.shift = 1;
   return block;
 }
@@ -50,15 +52,18 @@ SeriesKind exactUpTo(const SeriesKind* kind, uint64_t terms, uint64_t words) {
 }
 
 // Series A and B at W words: both halves of (0, N] with every merge at W
-// words, then their merge on all threads. out: q, y = r[0], z = r[1].
+// words, then their merge on all threads. out: q, y = r[0], z = r[1]. In
+// Basic Swap the merges of numbers near W words page their halves out;
+// the results may be left on disk.
 void sumMainSeries(Heap* heap, uint32_t k, uint64_t words, uint32_t threadPower, SplitFloats* out,
-                   uint32_t show) {
+                   uint32_t mode, uint32_t show) {
   const uint64_t terms = eulerMainTerms(k, words);
   const SeriesKind kind = exactUpTo(eulerSeriesKind(k), terms, words);
   if (show) printTerms("Series A and B:  ", terms);
   const uint32_t exponent = threadPower == 0 ? 0 : threadPower + 1;
-  const SeriesBlock block = truncatedBlock(terms, words, threadPower);
-  const uint32_t flags = show ? seriesShowProgress : 0;
+  const bool paged = constantSwapMode(mode);
+  const SeriesBlock block = truncatedBlock(terms, words, threadPower, paged);
+  const uint32_t flags = (show ? seriesShowProgress : 0) | (paged ? seriesSwapMode : 0);
   const uint64_t middle = splitPoint(&kind, 0, terms);
   SplitFloats left, right;
   if (show) {
@@ -68,13 +73,19 @@ void sumMainSeries(Heap* heap, uint32_t k, uint64_t words, uint32_t threadPower,
   seriesPrintProgress(flags);
   seriesProgressLayerFloat(heap, &kind, 0, middle, &left, &block, 1, exponent,
                            flags | seriesWantP);
+  if (paged) splitFloatsPushToDisk(&left);
   if (show) progressReplace('1');
   seriesPrintProgress(flags);
   seriesProgressLayerFloat(heap, &kind, middle, terms, &right, &block, 1, exponent, flags);
   if (show) progressReplace('-');
   seriesPrintProgress(flags);
-  eulerMergeFloats(heap, &kind, &left, &right, out, words, words, 0,
-                   seriesMergeThreads(exponent));
+  if (paged) {
+    eulerMergeFloatsPaged(heap, &kind, &left, &right, out, words, words, 0,
+                          seriesMergeThreads(exponent));
+  } else {
+    eulerMergeFloats(heap, &kind, &left, &right, out, words, words, 0,
+                     seriesMergeThreads(exponent));
+  }
   if (show) progressReset();
 }
 
@@ -99,7 +110,7 @@ void subtractCorrection(Heap* heap, BigFloat* z, BigFloat* t, BigFloat* y, uint3
   const SeriesKind kind = exactUpTo(eulerCorrectionKind(k), 2 * terms, wc);
   SeriesPlan plan;
   seriesPlanInit(&plan, 1);
-  seriesPlanAppend(&plan, truncatedBlock(terms, wc, threadPower));
+  seriesPlanAppend(&plan, truncatedBlock(terms, wc, threadPower, false));
   SplitFloats c;
   if (show) progressReset();
   sumSeriesPlan(heap, &kind, &plan, terms, wc, threadPower == 0 ? 0 : threadPower + 1,
@@ -157,28 +168,35 @@ void eulerCompute(Heap* heap, BigFloat* out, uint64_t wordCount, uint32_t thread
   const uint64_t start = show ? timerStart() : 0;
   const uint64_t words = wordCount + 2;
   SplitFloats sum;
-  sumMainSeries(heap, k, words, threadPower, &sum, show);
+  sumMainSeries(heap, k, words, threadPower, &sum, mode, show);
   BigFloat* q = &sum.q;
   BigFloat* y = &sum.r[0];
   BigFloat* z = &sum.r[1];
 
-  // A / B = z / (q (q^2 + y)).
+  // A / B = z / (q (q^2 + y)). In Basic Swap every number waits on disk
+  // outside its steps, so that large products take the disk path.
   uint64_t phase = show ? timerStart() : 0;
   if (show) printStatus("Finalizing...");
+  const bool swap = constantSwapMode(mode);
+  constantPushIfSwap(z, mode);
+  constantPushIfSwap(y, mode);
+  constantPushIfSwap(q, mode);
   BigFloat t;
   bigFloatSquareInto(heap, q, &t, words + 3, threadPower);
   bigFloatAddTo(heap, y, &t, words);
+  constantPushIfSwap(&t, mode);
+  constantPushIfSwap(y, mode);
   bigFloatMultiplyInPlace(heap, q, y, words, threadPower);
   if (!refined) {
     constantDestroy(y);
     constantDestroy(&t);
   }
-  constantTrim(q, nullptr);
-  constantPushIfSwap(z, mode);
+  if (!swap) constantTrim(q, nullptr);
   constantInvert(heap, q, words, threadPower, mode, 0);
-  constantLoad(heap, z);
+  constantPushIfSwap(q, mode);
   bigFloatMultiplyInPlace(heap, z, q, words, threadPower);
   constantDestroy(q);
+  constantLoad(heap, z);
   constantTrim(z, nullptr);
   if (show) {
     constantPrintPhaseTime(phase);

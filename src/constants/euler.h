@@ -66,6 +66,11 @@ void eulerMergeIntegers(Heap* heap, const SeriesKind* kind, SplitRecord* left, S
 void eulerMergeFloats(Heap* heap, const SeriesKind* kind, SplitFloats* left, SplitFloats* right,
                       SplitFloats* out, uint64_t leftPrecision, uint64_t rightPrecision,
                       uint32_t wantP, uint32_t threadPower);
+// The float merge for Basic Swap: the numbers wait on disk between the
+// steps and the results are left there.
+void eulerMergeFloatsPaged(Heap* heap, const SeriesKind* kind, SplitFloats* left,
+                           SplitFloats* right, SplitFloats* out, uint64_t leftPrecision,
+                           uint64_t rightPrecision, uint32_t wantP, uint32_t threadPower);
 
 // gamma to wordCount + 2 words (a fresh record) with n = 2^k; `refined`
 // adds series C. `log2` is Log(2) to the same words, or null to compute it

@@ -2,6 +2,7 @@
 // term counts, one-term leaves and the four-number merges of series A and B.
 #include <array>
 #include <cmath>
+#include <initializer_list>
 
 #include "constants/euler.h"
 #include "constants/series.h"
@@ -52,6 +53,7 @@ Kinds makeKinds() {
     main.leaf = eulerLeaf;
     main.mergeIntegers = eulerMergeIntegers;
     main.mergeFloats = eulerMergeFloats;
+    main.mergeFloatsPaged = eulerMergeFloatsPaged;
     main.context = &kinds.k[k];
     kinds.main[k] = main;
     SeriesKind correction = main;
@@ -62,6 +64,7 @@ Kinds makeKinds() {
     correction.leaf = eulerCorrectionLeaf;
     correction.mergeIntegers = nullptr;
     correction.mergeFloats = nullptr;
+    correction.mergeFloatsPaged = nullptr;
     kinds.correction[k] = correction;
   }
   return kinds;
@@ -251,12 +254,11 @@ void addConsuming(Heap* heap, BigFloat* a, BigFloat* b, BigFloat* out, uint64_t 
   destroy(b);
 }
 
-}  // namespace
-
-// The same steps in floats at leftPrecision (the top merge of the series).
-void eulerMergeFloats(Heap* heap, const SeriesKind*, SplitFloats* left, SplitFloats* right,
-                      SplitFloats* out, uint64_t p, uint64_t, uint32_t wantP,
-                      uint32_t threadPower) {
+// The same steps in floats at `p`, every number in memory. Products that
+// share an operand are formed together where one transform of it serves
+// both (sharedInto); the values are the same.
+void mergeFloatsInMemory(Heap* heap, SplitFloats* left, SplitFloats* right, SplitFloats* out,
+                         uint64_t p, uint32_t wantP, uint32_t threadPower) {
   BigFloat* x1 = &left->p;
   BigFloat* q1 = &left->q;
   BigFloat* y1 = &left->r[0];
@@ -266,8 +268,6 @@ void eulerMergeFloats(Heap* heap, const SeriesKind*, SplitFloats* left, SplitFlo
   BigFloat* y2 = &right->r[0];
   BigFloat* z2 = &right->r[1];
   splitFloatsSetZero(out);
-  // Products that share an operand are formed together where one transform
-  // of it serves both (sharedInto); the values are the same.
   BigFloat product, other;
   if (sharedInto(heap, q2, x1, &product, q1, &out->q, p)) {
     replace(x1, &product);
@@ -307,4 +307,79 @@ void eulerMergeFloats(Heap* heap, const SeriesKind*, SplitFloats* left, SplitFlo
   void** pointers[4];
   for (uint32_t i = 0; i < 4; i++) pointers[i] = reinterpret_cast<void**>(&results[i]->mantissa.words);
   heapCompactBlocks(pointers, 4);
+}
+
+// The same steps in floats at `p` in the stated order, paged: both records
+// go to disk first, and every number that is used again and every result
+// after each step, so that only one step's numbers are in memory (large
+// products of paged operands take the disk path).
+void mergeFloatsPaged(Heap* heap, SplitFloats* left, SplitFloats* right, SplitFloats* out,
+                      uint64_t p, uint32_t wantP, uint32_t threadPower) {
+  BigFloat* x1 = &left->p;
+  BigFloat* q1 = &left->q;
+  BigFloat* y1 = &left->r[0];
+  BigFloat* z1 = &left->r[1];
+  BigFloat* x2 = &right->p;
+  BigFloat* q2 = &right->q;
+  BigFloat* y2 = &right->r[0];
+  BigFloat* z2 = &right->r[1];
+  splitFloatsPushToDisk(left);
+  splitFloatsPushToDisk(right);
+  auto park = [](std::initializer_list<BigFloat*> numbers) {
+    for (BigFloat* x : numbers) bigFloatPushToDisk(x);
+  };
+  splitFloatsSetZero(out);
+  bigFloatMultiplyInPlace(heap, x1, q2, p, threadPower);
+  park({x1, q2});
+  if (wantP) {
+    bigFloatMultiplyInPlace(heap, x2, q1, p, threadPower);
+    park({q1});
+    bigFloatAdd(heap, x1, x2, &out->p, p);
+    park({x1, &out->p});
+  }
+  destroy(x2);
+  bigFloatMultiplyInPlace(heap, z2, q1, p, threadPower);
+  park({z2, q1});
+  bigFloatMultiplyInto(heap, q1, q2, &out->q, p, threadPower);
+  destroy(q1);
+  park({q2, &out->q});
+  bigFloatMultiplyInPlace(heap, z1, q2, p, threadPower);
+  park({z1});
+  bigFloatSquareInPlace(heap, q2, p, threadPower);
+  park({q2});
+  bigFloatMultiplyInPlace(heap, z1, q2, p, threadPower);
+  park({z1, q2});
+  bigFloatMultiplyInPlace(heap, x1, y2, p, threadPower);
+  park({x1, y2});
+  BigFloat t;
+  addConsuming(heap, z1, x1, &t, p);
+  addConsuming(heap, &t, z2, &out->r[1], p);
+  park({&out->r[1]});
+  bigFloatMultiplyInPlace(heap, y1, q2, p, threadPower);
+  destroy(q2);
+  addConsuming(heap, y1, y2, &out->r[0], p);
+  park({&out->r[0]});
+}
+
+void mergeFloats(Heap* heap, SplitFloats* left, SplitFloats* right, SplitFloats* out, uint64_t p,
+                 uint32_t wantP, uint32_t threadPower, bool paged) {
+  if (paged) {
+    mergeFloatsPaged(heap, left, right, out, p, wantP, threadPower);
+  } else {
+    mergeFloatsInMemory(heap, left, right, out, p, wantP, threadPower);
+  }
+}
+
+}  // namespace
+
+void eulerMergeFloats(Heap* heap, const SeriesKind*, SplitFloats* left, SplitFloats* right,
+                      SplitFloats* out, uint64_t p, uint64_t, uint32_t wantP,
+                      uint32_t threadPower) {
+  mergeFloats(heap, left, right, out, p, wantP, threadPower, false);
+}
+
+void eulerMergeFloatsPaged(Heap* heap, const SeriesKind*, SplitFloats* left, SplitFloats* right,
+                           SplitFloats* out, uint64_t p, uint64_t, uint32_t wantP,
+                           uint32_t threadPower) {
+  mergeFloats(heap, left, right, out, p, wantP, threadPower, true);
 }

@@ -38,6 +38,7 @@ const SeriesKind chudnovskyKind = {
     nullptr,
     nullptr,
     &chudnovskyContext,
+    nullptr,
 };
 
 const SeriesKind ramanujanKind = {
@@ -55,6 +56,7 @@ const SeriesKind ramanujanKind = {
     nullptr,
     nullptr,
     &ramanujanContext,
+    nullptr,
 };
 
 }  // namespace

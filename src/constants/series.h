@@ -128,9 +128,10 @@ struct SeriesKind {
   SeriesSize sizeWords;      // words of Q(0, n): term count, split point, plan
   SeriesSize sizePWords;     // words of P(0, n), for memory figures only
   SeriesLeaf leaf;
-  SeriesMergeIntegers mergeIntegers;  // null: standard
-  SeriesMergeFloats mergeFloats;      // null: standard
-  const void* context;                // the series' own data, for its leaf
+  SeriesMergeIntegers mergeIntegers;   // null: standard
+  SeriesMergeFloats mergeFloats;       // null: standard
+  const void* context;                 // the series' own data, for its leaf
+  SeriesMergeFloats mergeFloatsPaged;  // Basic Swap form of mergeFloats (null: standard)
 };
 
 // Flags of the layers.
@@ -238,6 +239,8 @@ void seriesMergeFloats(Heap* heap, const SeriesKind* kind, SplitFloats* left, Sp
 // The float merge for Basic Swap: every operand is brought in just before
 // its product and every operand and result is pushed to disk after it, so
 // that only one product's numbers are in memory. Results are left on disk.
+// Uses kind->mergeFloatsPaged when set; a kind with its own merge and no
+// paged form has its records loaded and merged in memory.
 void seriesMergeFloatsPaged(Heap* heap, const SeriesKind* kind, SplitFloats* left,
                             SplitFloats* right, SplitFloats* out, uint64_t leftPrecision,
                             uint64_t rightPrecision, uint32_t wantP, uint32_t threadPower);

@@ -21,6 +21,16 @@ uint64_t convertPrecision(const SeriesBlock* block) {
   return block->shift == 0 ? seriesWhole : block->precision;
 }
 
+// Whether a merge of (first, last] pages its halves: in a swap run, in a
+// block flagged for swap, once the range's numbers reach half the
+// precision (every merge above keeps numbers of about that size).
+bool pagedMerge(const SeriesKind* kind, uint64_t first, uint64_t last, const SeriesBlock* block,
+                uint32_t flags) {
+  if ((flags & seriesSwapMode) == 0 || block->swapFlag == 0 || block->shift == 0) return false;
+  return kind->sizeWords((long double)last) - kind->sizeWords((long double)first) >=
+         (long double)block->precision / 2;
+}
+
 struct SeriesFloatJob {
   Heap* heap;
   const SeriesKind* kind;
@@ -50,11 +60,17 @@ void seriesSerialLayerFloat(Heap* heap, const SeriesKind* kind, uint64_t first, 
     return;
   }
   const uint64_t middle = splitPoint(kind, first, last);
+  const bool paged = pagedMerge(kind, first, last, block, flags);
   SplitFloats left, right;
   seriesSerialLayerFloat(heap, kind, first, middle, &left, block, flags | seriesWantP);
+  if (paged) splitFloatsPushToDisk(&left);
   seriesSerialLayerFloat(heap, kind, middle, last, &right, block, flags);
   const uint64_t p = mergePrecision(block);
-  seriesMergeFloats(heap, kind, &left, &right, out, p, p, flags & seriesWantP, 0);
+  if (paged) {
+    seriesMergeFloatsPaged(heap, kind, &left, &right, out, p, p, flags & seriesWantP, 0);
+  } else {
+    seriesMergeFloats(heap, kind, &left, &right, out, p, p, flags & seriesWantP, 0);
+  }
 }
 
 void seriesThreadLayerFloat(Heap* heap, const SeriesKind* kind, uint64_t first, uint64_t last,
@@ -66,7 +82,9 @@ void seriesThreadLayerFloat(Heap* heap, const SeriesKind* kind, uint64_t first, 
     splitRecordToFloats(kind, &record, out, first, seriesWhole);
     return;
   }
-  if (threads == 0 || last - first < seriesThreadTerms) {
+  // Merges that page their halves take the whole arena: no split there.
+  if (threads == 0 || last - first < seriesThreadTerms ||
+      pagedMerge(kind, first, last, block, flags)) {
     seriesSerialLayerFloat(heap, kind, first, last, out, block, flags);
     return;
   }

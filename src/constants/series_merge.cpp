@@ -358,6 +358,18 @@ void seriesMergeFloats(Heap* heap, const SeriesKind* kind, SplitFloats* left, Sp
 void seriesMergeFloatsPaged(Heap* heap, const SeriesKind* kind, SplitFloats* left,
                             SplitFloats* right, SplitFloats* out, uint64_t leftPrecision,
                             uint64_t rightPrecision, uint32_t wantP, uint32_t threadPower) {
+  if (kind->mergeFloatsPaged != nullptr) {
+    kind->mergeFloatsPaged(heap, kind, left, right, out, leftPrecision, rightPrecision, wantP,
+                           threadPower);
+    return;
+  }
+  if (kind->mergeFloats != nullptr) {
+    splitFloatsLoad(heap, left);
+    splitFloatsLoad(heap, right);
+    kind->mergeFloats(heap, kind, left, right, out, leftPrecision, rightPrecision, wantP,
+                      threadPower);
+    return;
+  }
   mergeFloatsWith(heap, kind, left, right, out, leftPrecision, rightPrecision, wantP, threadPower,
                   true);
 }

@@ -79,6 +79,7 @@ SeriesKind makeRamanujanKind() {
   kind.numerators = 2;  // R and Qb
   kind.mergeIntegers = catalanMergeIntegers;
   kind.mergeFloats = catalanMergeFloats;
+  kind.mergeFloatsPaged = catalanMergeFloatsPaged;
   return kind;
 }
 const SeriesKind ramanujanKind = makeRamanujanKind();

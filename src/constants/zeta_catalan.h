@@ -57,13 +57,17 @@ bool catalanRamanujanLeaf(Heap* heap, const SeriesKind* kind, uint64_t first, ui
                           SplitRecord* out, uint32_t wantP);
 
 // The merges of Ramanujan's Catalan series, in integers and in floats (the
-// float one truncating at the two precisions as the standard merge does).
+// float ones truncating at the two precisions as the standard merge does;
+// the paged one, for Basic Swap, leaves its results on disk).
 void catalanMergeIntegers(Heap* heap, const SeriesKind* kind, SplitRecord* left,
                           SplitRecord* right, SplitRecord* out, uint64_t first, uint64_t middle,
                           uint32_t wantP, uint32_t threadPower);
 void catalanMergeFloats(Heap* heap, const SeriesKind* kind, SplitFloats* left, SplitFloats* right,
                         SplitFloats* out, uint64_t leftPrecision, uint64_t rightPrecision,
                         uint32_t wantP, uint32_t threadPower);
+void catalanMergeFloatsPaged(Heap* heap, const SeriesKind* kind, SplitFloats* left,
+                             SplitFloats* right, SplitFloats* out, uint64_t leftPrecision,
+                             uint64_t rightPrecision, uint32_t wantP, uint32_t threadPower);
 
 // ---- Compute steps -------------------------------------------------------------
 // out = the constant to wordCount + 2 words (a fresh record). `mode` 1 Ram

@@ -49,17 +49,23 @@ void catalanByRamanujan(Heap* heap, BigFloat* out, uint64_t wordCount, uint32_t 
   const uint64_t start = show ? timerStart() : 0;
   const uint64_t words = wordCount + 2;
   SplitFloats sum;
-  // The four-number merges take no paged variant: the summation runs in
-  // memory in either mode.
-  sumSeries(heap, catalanRamanujanSeriesKind(), &sum, words, threadPower, computeModeRamOnly,
-            show);
+  sumSeries(heap, catalanRamanujanSeriesKind(), &sum, words, threadPower, mode, show);
   uint64_t phase = show ? timerStart() : 0;
   if (show) printFinalizing();
+  // In Basic Swap Qa and Qb wait on disk: their product takes the disk path
+  // when both are large, and R stays out while it runs.
+  constantPushIfSwap(&sum.r[0], mode);
+  constantPushIfSwap(&sum.q, mode);
+  constantPushIfSwap(&sum.r[1], mode);
   BigFloat q;
   bigFloatMultiplyInto(heap, &sum.q, &sum.r[1], &q, words, threadPower);
   constantDestroy(&sum.q);
   constantDestroy(&sum.r[1]);
-  constantTrim(&q, &sum.r[0]);
+  if (constantSwapMode(mode)) {
+    constantPushIfSwap(&q, mode);
+  } else {
+    constantTrim(&q, &sum.r[0]);
+  }
   BigFloat s;
   constantRatioFinish(heap, &q, &sum.r[0], 19, 9, 48, &s, words, threadPower, mode, show);
   if (show) {

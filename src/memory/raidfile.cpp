@@ -23,6 +23,8 @@ std::atomic<uint64_t> pieceBytes{defaultPieceBytes};
 std::atomic<uint64_t> writeCount{0};
 std::atomic<uint64_t> writeWords{0};
 std::atomic<uint64_t> pieceCount{0};
+std::atomic<uint64_t> liveWords{0};
+std::atomic<uint64_t> peakWords{0};
 std::atomic<uint32_t> retryDelayMs{1000};
 std::atomic<void (*)()> retryHook{nullptr};
 
@@ -198,6 +200,10 @@ void raidFileCreate(Heap* heap, RaidFile* file, const PathList* paths, uint64_t 
   file->fileCount = count;
   file->totalWords = totalWords;
   file->stripeWords = (totalWords + count - 1) / count;
+  const uint64_t live = liveWords.fetch_add(totalWords, std::memory_order_relaxed) + totalWords;
+  uint64_t peak = peakWords.load(std::memory_order_relaxed);
+  while (live > peak && !peakWords.compare_exchange_weak(peak, live)) {
+  }
   file->files = static_cast<RaidFileEntry*>(heapAllocate(heap, count * sizeof(RaidFileEntry), 8));
   file->transfers =
       static_cast<TransferRecord*>(heapAllocate(heap, count * sizeof(TransferRecord), 8));
@@ -236,6 +242,7 @@ void raidFileWriteAt(RaidFile* file, uint64_t offset, const uint32_t* buffer,
 }
 
 void raidFileDelete(RaidFile* file) {
+  if (file->files != nullptr) liveWords.fetch_sub(file->totalWords, std::memory_order_relaxed);
   for (uint64_t i = 0; i < file->fileCount; i++) closeAndDelete(&file->files[i]);
   heapRelease(file->name);
   heapRelease(file->files);
@@ -259,6 +266,8 @@ void raidFileDump(const RaidFile* file) {
 uint64_t raidFileWriteCount() { return writeCount.load(); }
 uint64_t raidFileWriteWords() { return writeWords.load(); }
 uint64_t raidFilePieceCount() { return pieceCount.load(); }
+uint64_t raidFilePeakBytes() { return 4 * peakWords.load(); }
+void raidFileResetPeak() { peakWords.store(liveWords.load()); }
 
 void raidFileSetPieceBytesForTesting(uint64_t bytes) {
   assert(bytes % 4 == 0);

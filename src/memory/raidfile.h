@@ -75,6 +75,10 @@ void raidFileDump(const RaidFile* file);
 uint64_t raidFileWriteCount();
 uint64_t raidFileWriteWords();
 uint64_t raidFilePieceCount();
+// The most bytes the live swap files held at once since the last reset
+// (which starts from what they hold then).
+uint64_t raidFilePeakBytes();
+void raidFileResetPeak();
 // Test hook: lowers the largest piece of one read or write call from
 // 0x80000000 bytes (0 restores it). Must be a multiple of 4.
 void raidFileSetPieceBytesForTesting(uint64_t bytes);

@@ -91,7 +91,25 @@ uint64_t passPeak(uint32_t k, bool refined, uint64_t wordCount, uint32_t threadP
   return std::max(peak, log2 + numbers(1.0L, words) + kept);
 }
 
+// Swap bytes of one pass of series A and B in Basic Swap: the left halves
+// of every level above the merge at hand wait on disk, with that merge's
+// inputs, results and a product (ten numbers of W words).
+uint64_t mainSeriesDisk(uint32_t k, uint64_t words) {
+  const long double q = lnFactorialWords((long double)eulerMainTerms(k, words));
+  const long double sizes[4] = {q, q, 2.0L * q, 3.0L * q};  // x, q, y, z
+  const long double waiting = waitingWords(sizes, 4, words, 1, 64);
+  return uint64_t(4.0L * waiting) + numbers(10.0L, words);
+}
+
 }  // namespace
+
+uint64_t eulerSeriesDisk(uint32_t algorithm, uint64_t wordCount, uint32_t k) {
+  const uint64_t words = wordCount + 2;
+  if (algorithm == 0) return mainSeriesDisk(k, words);
+  if (algorithm == 1) return mainSeriesDisk(k + 1, words);
+  // Compute and verify: the first value and Log(2) wait through the second pass.
+  return std::max(mainSeriesDisk(k, words), mainSeriesDisk(k + 1, words) + numbers(2.0L, words));
+}
 
 uint64_t eulerSeriesPeak(uint32_t algorithm, uint64_t wordCount, uint32_t threadPower,
                          uint32_t k) {

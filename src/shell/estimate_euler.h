@@ -10,3 +10,7 @@
 // conversion of the first value with Log(2) kept.
 uint64_t eulerSeriesPeak(uint32_t algorithm, uint64_t wordCount, uint32_t threadPower,
                          uint32_t k);
+// disk(series) in bytes of Euler's constant in Basic Swap, with k as above:
+// the waiting halves and the merge of series A and B (and for compute and
+// verify the first value and Log(2) kept).
+uint64_t eulerSeriesDisk(uint32_t algorithm, uint64_t wordCount, uint32_t k);

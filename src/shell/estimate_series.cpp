@@ -77,11 +77,11 @@ static void seriesNeeds(uint32_t constantId, uint32_t algorithm, uint64_t wordCo
   *disk = 0;
   if (constantId == constantCatalan) {
     *memory = catalanSeriesPeak(algorithm, wordCount, threadPower);
-    *disk = zetaCatalanSeriesDisk(wordCount);
+    *disk = zetaCatalanSeriesDisk(constantId, algorithm, wordCount);
   }
   if (constantId == constantZeta3) {
     *memory = zeta3SeriesPeak(algorithm, wordCount, threadPower);
-    *disk = zetaCatalanSeriesDisk(wordCount);
+    *disk = zetaCatalanSeriesDisk(constantId, algorithm, wordCount);
   }
   if (constantId == constantE) {
     *memory = eSeriesPeak(algorithm, wordCount, threadPower);
@@ -157,10 +157,17 @@ void estimateCatalan(uint64_t wordCount, uint32_t threadPower, uint32_t algorith
   seriesConstant(constantCatalan, wordCount, threadPower, algorithm, mode, alone, memory, disk);
 }
 
-// Euler: in swap the disk is 48 L bytes (60 L for compute and verify, which
-// holds both results); the memory follows the other constants.
+// Euler: in swap the disk is at least 48 L bytes (60 L for compute and
+// verify, which holds both results) and covers the halves of series A and
+// B waiting on disk at both ends of the size power's range; the memory
+// follows the other constants.
 void estimateEuler(uint64_t wordCount, uint32_t threadPower, uint32_t algorithm, uint32_t mode,
                    uint64_t* memory, uint64_t* disk) {
   seriesConstant(constantEuler, wordCount, threadPower, algorithm, mode, false, memory, disk);
-  if (mode >= computeModeBasicSwap) *disk = (algorithm == 2 ? 60 : 48) * wordCount;
+  if (mode < computeModeBasicSwap) return;
+  *disk = (algorithm == 2 ? 60 : 48) * wordCount;
+  const uint64_t hex = (wordCount < 2 ? 0 : wordCount - 2) << 3;
+  for (uint64_t h : {hex, hex + 7}) {
+    *disk = std::max(*disk, eulerSeriesDisk(algorithm, wordCount, eulerSizePower(h)));
+  }
 }

@@ -55,6 +55,9 @@ uint64_t catalanSeriesPeak(uint32_t algorithm, uint64_t wordCount, uint32_t thre
   return std::max({series, pi, agm}) + 4096;
 }
 
-uint64_t zetaCatalanSeriesDisk(uint64_t wordCount) {
-  return 4 * 8 * (wordCount + 2 + 16);
+uint64_t zetaCatalanSeriesDisk(uint32_t constantId, uint32_t algorithm, uint64_t wordCount) {
+  // Ramanujan's Catalan series merges two four-number records paged, with
+  // a product beside them; the AGM holds as many numbers on disk.
+  const uint64_t numbers = constantId == constantCatalan && algorithm == catalanRamanujan ? 10 : 8;
+  return 4 * numbers * (wordCount + 2 + 16);
 }

@@ -8,5 +8,5 @@ uint64_t zeta3SeriesPeak(uint32_t algorithm, uint64_t wordCount, uint32_t thread
 // mem(series) of Catalan's constant (0 Lupas, 1 Ramanujan: the series, Pi
 // with the series' result waiting, and the AGM).
 uint64_t catalanSeriesPeak(uint32_t algorithm, uint64_t wordCount, uint32_t threadPower);
-// disk(series) in bytes, Basic Swap, of either constant.
-uint64_t zetaCatalanSeriesDisk(uint64_t wordCount);
+// disk(series) in bytes, Basic Swap, of either constant (its id and algorithm).
+uint64_t zetaCatalanSeriesDisk(uint32_t constantId, uint32_t algorithm, uint64_t wordCount);

@@ -5,13 +5,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "constants/compute_settings.h"
+#include "constants/euler.h"
 #include "constants/pi.h"
 #include "memory/heap.h"
 #include "constants/series.h"
 #include "series_check.h"
+#include "shell/estimate.h"
+#include "support/swap_folders.h"
 #include "support/test_arena.h"
 
 namespace {
@@ -81,6 +85,14 @@ void setValue(mpfr_t v, uint32_t id) {
   } else {
     mpfr_const_catalan(v, MPFR_RNDZ);
   }
+}
+
+// Same sign, exponent and words (a paged-out y is loaded first).
+bool sameBits(const BigFloat& x, BigFloat& y) {
+  if (bigIntIsPagedOut(y.mantissa)) bigIntLoad(nullptr, &y.mantissa, 0);
+  return x.positive == y.positive && x.exponent == y.exponent &&
+         x.mantissa.length == y.mantissa.length &&
+         std::equal(x.mantissa.words, x.mantissa.words + x.mantissa.length, y.mantissa.words);
 }
 
 }  // namespace
@@ -199,4 +211,56 @@ TEST(ZetaCatalanCompute, ValuesAtSmallSizesAndTheLogTerm) {
   EXPECT_LE(rounds, 34u);
   mpfr_clears(want, x, (mpfr_ptr)0);
   bigFloatDestroy(&term);
+}
+
+// The four-number series in Basic Swap. Ramanujan's Catalan series, summed
+// in an arena too small for the in-memory sum, pages its numbers out
+// between merges and gives the Ram Only bits; whole runs of that formula
+// and of Euler's constant in an arena of the driver's swap figure give the
+// Ram Only values. No swap file is left.
+TEST(ZetaCatalanCompute, FourNumberSeriesInBasicSwapFitTheSwapFigureWithTheRamOnlyBits) {
+  SwapFolders folders(1);
+  const SeriesKind* kind = catalanRamanujanSeriesKind();
+  const uint64_t sumWords = 4000;
+  SplitFloats ram, swapped;
+  uint64_t ramPeak = 0;
+  {
+    TestArena arena(64 << 20);
+    sumSeries(&arena.heap, kind, &ram, sumWords, 0, computeModeRamOnly, 0);
+    ramPeak = uint64_t(arena.heap.peakUsed - arena.heap.base);
+    TestArena tight(ramPeak * 9 / 10);
+    sumSeries(&tight.heap, kind, &swapped, sumWords, 0, computeModeBasicSwap, 0);
+    splitFloatsLoad(&tight.heap, &swapped);
+    EXPECT_TRUE(sameBits(ram.q, swapped.q));
+    EXPECT_TRUE(sameBits(ram.r[0], swapped.r[0]));
+    EXPECT_TRUE(sameBits(ram.r[1], swapped.r[1]));
+    splitFloatsRelease(&swapped);
+    splitFloatsRelease(&ram);
+  }
+  // Whole runs of Ramanujan's formula and of Euler's constant (refined,
+  // n = 2^k for the run's hexadecimal digits).
+  const uint64_t words = 20000;
+  const uint32_t k = eulerSizePower(8 * (words - 2));
+  for (uint32_t id : {constantCatalan, constantEuler}) {
+    uint64_t memory = 0, disk = 0;
+    const uint32_t algorithm = id == constantCatalan ? catalanRamanujan : 0;
+    estimateConstant(id, algorithm, words, 0, computeModeBasicSwap, &memory, &disk);
+    BigFloat value[2];
+    TestArena arena(1ull << 30), tight(memory);
+    raidFileResetPeak();
+    for (uint32_t mode : {computeModeRamOnly, computeModeBasicSwap}) {
+      Heap* heap = mode == computeModeRamOnly ? &arena.heap : &tight.heap;
+      BigFloat* out = &value[mode - computeModeRamOnly];
+      if (id == constantCatalan) {
+        catalanCompute(heap, out, words, 0, catalanRamanujan, mode, 0);
+      } else {
+        eulerCompute(heap, out, words, 0, k, true, nullptr, nullptr, mode, 0, "Euler");
+      }
+    }
+    EXPECT_TRUE(sameBits(value[0], value[1])) << id;
+    EXPECT_LE(raidFilePeakBytes(), disk) << id << " swap bytes over the disk figure";
+    bigFloatDestroy(&value[1]);
+    bigFloatDestroy(&value[0]);
+  }
+  EXPECT_TRUE(folders.empty()) << "swap files left behind";
 }

@@ -60,6 +60,9 @@ void invSqrtWordSwapped(Heap* heap, uint32_t n, BigFloat* x, uint64_t p, uint32_
 // fresh record.
 void bigFloatInvSqrt(Heap* heap, BigFloat* x, BigFloat* r, uint64_t p, uint32_t threadPower,
                      uint32_t show);
+// The same with the top two steps paging their operands out, without
+// display: x may be paged out on entry and is left paged out, as r may be.
+void bigFloatInvSqrtSwapped(Heap* heap, BigFloat* x, BigFloat* r, uint64_t p, uint32_t threadPower);
 
 // ---- Progress ----------------------------------------------------------------
 

@@ -49,7 +49,45 @@ void oneMinusConsuming(Heap* heap, BigFloat* t, BigFloat* e, uint64_t p) {
   bigFloatDestroy(&one);
 }
 
+// r = 1 / sqrt(x) to p words; `depth` counts the swap levels above this
+// one. Each paged step is the RAM one's r <- r + r (1 - x r^2) / 2: s = r^2
+// and s = s x at p + 3 words, e = (1 - s) / 2, e = e r at h, r = r + e.
+void invSqrtSwapped(Heap* heap, BigFloat* x, BigFloat* r, uint64_t p, uint32_t depth,
+                    uint32_t threadPower) {
+  if (p < newtonSwapThreshold || depth >= 2) {
+    bigFloatInvSqrt(heap, x, r, p, threadPower, 0);
+    return;
+  }
+  const uint64_t h = newtonHalfPrecision(p);
+  invSqrtSwapped(heap, x, r, h, depth + 1, threadPower);
+  bigFloatPushToDisk(x);
+  bigFloatPushToDisk(r);
+
+  BigFloat s, sx;
+  squarePaged(heap, r, &s, p + 3, threadPower);
+  bigFloatPushToDisk(r);
+  bigFloatPushToDisk(&s);
+  multiplyPaged(heap, &s, x, &sx, p + 3, threadPower);
+  bigFloatDestroy(&s);
+  bigFloatPushToDisk(x);
+  BigFloat e;
+  oneMinusConsuming(heap, &sx, &e, p + 3);
+  bigFloatShiftBits(heap, &e, -1);
+
+  bigFloatPushToDisk(&e);
+  BigFloat er;
+  multiplyPaged(heap, &e, r, &er, h, threadPower);
+  bigFloatDestroy(&e);
+  bigFloatAddTo(heap, r, &er, p + 3);
+  bigFloatDestroy(&er);
+}
+
 }  // namespace
+
+void bigFloatInvSqrtSwapped(Heap* heap, BigFloat* x, BigFloat* r, uint64_t p,
+                            uint32_t threadPower) {
+  invSqrtSwapped(heap, x, r, p, 0, threadPower);
+}
 
 void bigFloatReciprocalSwapped(Heap* heap, BigFloat* x, BigFloat* r, uint64_t p, uint32_t depth,
                                uint32_t threadPower, uint32_t show) {
