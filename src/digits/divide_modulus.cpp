@@ -108,16 +108,22 @@ void conversionDivide(Heap* heap, BigInt* x, BigInt* remainderOut, int32_t level
   // by less than 1/B), and only the top len(x) - n + 3 words of I (their
   // relative error B^(n - len(x) - 2) moves q by less than 1/B): the product
   // of the whole operands would be up to half again as long.
+  // The narrowed operands are views, so both numbers must be in memory: a
+  // paged-out one is loaded by the product into what it is given, and a
+  // view's copy would never be released.
   BigFloat quotient;
-  BigFloat top = dividend;
-  BigFloat reciprocal = *inverse;
   const uint64_t n = p - 5;
   const uint64_t length = dividend.mantissa.length;
-  if (!paged && length > n) {
+  if (!paged && length > n && dividend.mantissa.words != nullptr &&
+      inverse->mantissa.words != nullptr) {
+    BigFloat top = dividend;
+    BigFloat reciprocal = *inverse;
     keepTopWords(&top, length - n + 2);
     keepTopWords(&reciprocal, length - n + 3);
+    bigFloatMultiplyInto(heap, &top, &reciprocal, &quotient, p, threads);
+  } else {
+    bigFloatMultiplyInto(heap, &dividend, inverse, &quotient, p, threads);
   }
-  bigFloatMultiplyInto(heap, &top, &reciprocal, &quotient, p, threads);
   if (paged) bigIntPushToDisk(nullptr, &inverse->mantissa, globalSwapPaths);
   bigFloatTruncateToInteger(heap, &quotient);
   quotient.positive = 1;

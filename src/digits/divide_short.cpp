@@ -10,6 +10,7 @@
 
 #include "digits/conversion_internal.h"
 #include "memory/heap.h"
+#include "memory/paging.h"
 #include "platform/console.h"
 
 namespace {
@@ -172,6 +173,8 @@ bool conversionDivideShort(Heap* heap, BigInt* x, BigInt* remainderOut, const Bi
       x->capacity = lq;
       x->swap = nullptr;
     }
+    // A copy of x on disk no longer matches it.
+    bigIntDropSwap(x);
     std::copy(q, q + lq, x->words);
     x->length = lq;
   }
