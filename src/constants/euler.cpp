@@ -108,17 +108,22 @@ void subtractCorrection(Heap* heap, BigFloat* z, BigFloat* t, BigFloat* y, uint3
   constantPushIfSwap(y, mode);
   const uint64_t start = show ? timerStart() : 0;
   const SeriesKind kind = exactUpTo(eulerCorrectionKind(k), 2 * terms, wc);
+  // In Basic Swap its merges of numbers near wc words page their halves out,
+  // as those of series A and B do.
+  const bool paged = constantSwapMode(mode);
   SeriesPlan plan;
   seriesPlanInit(&plan, 1);
-  seriesPlanAppend(&plan, truncatedBlock(terms, wc, threadPower, false));
+  seriesPlanAppend(&plan, truncatedBlock(terms, wc, threadPower, paged));
   SplitFloats c;
   if (show) progressReset();
   sumSeriesPlan(heap, &kind, &plan, terms, wc, threadPower == 0 ? 0 : threadPower + 1,
-                show ? seriesShowProgress : 0, &c);
+                (show ? seriesShowProgress : 0) | (paged ? seriesSwapMode : 0), &c);
   seriesPlanRelease(&plan);
   if (show) printStatus("Finalizing...");
   BigFloat* rc = &c.r[0];
   BigFloat* qc = &c.q;
+  constantLoad(heap, rc);
+  constantLoad(heap, qc);
   bigFloatAddTo(heap, rc, qc, wc);
   bigFloatShiftBits(heap, qc, int64_t(k) + 2);  // 4 n
   constantLoad(heap, t);
